@@ -1,0 +1,53 @@
+# SPDX-License-Identifier: MIT
+# What the scripts share; sourced by them.
+
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=$(nproc)
+
+say() { printf '\n== %s\n' "$*"; }
+
+# Installs the packages named that are missing: as root, or with sudo. Otherwise says which they are, and ends.
+need_packages() {
+    local package missing=()
+    for package in "$@"; do
+        [ "$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null)" = "install ok installed" ] || missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "Please install these packages first: ${missing[*]}" >&2
+            exit 1
+        fi
+        as_root=(sudo)
+    fi
+    echo "Installing: ${missing[*]}" >&2
+    "${as_root[@]}" apt-get update -qq >&2
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+# What the program and the simulated engine are built with.
+build_packages=(g++ cmake ninja-build libtomlplusplus-dev)
+# What the back end for MariaDB is built with, and the server that its tests run.
+mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core)
+test_packages=("${build_packages[@]}" "${mariadb_packages[@]}" libgtest-dev python3)
+check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev llvm)
+
+# Configures and builds everything in build/NAME; further arguments go to cmake.
+build_in() {
+    local name=$1
+    shift
+    cmake -S "$root" -B "$root/build/$name" -G Ninja "$@" >"$root/build/$name.log" || { cat "$root/build/$name.log"; return 1; }
+    cmake --build "$root/build/$name" -- --quiet
+}
+
+# Runs the tests of build/NAME; further arguments go to ctest.
+test_in() {
+    local name=$1
+    shift
+    ctest --test-dir "$root/build/$name" --output-on-failure -j "$jobs" "$@"
+}
+
+mkdir -p "$root/build"

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+#include "config/ConfigFileReader.h"
+
+#include <utility>
+
+#include "config/ConfigException.h"
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+#include "foundation/LineReader.h"
+#include "util/NumberFormatException.h"
+#include "util/Utils.h"
+
+namespace vexo {
+namespace {
+
+constexpr std::size_t kKeyLength = 4;
+constexpr std::int32_t kMinRefreshSeconds = 5;
+
+// An unreadable or negative number silently counts as 0.
+std::int32_t parseCount(const String& text) {
+    try {
+        return std::max(Utils::parseInt(text), 0);
+    } catch (const NumberFormatException&) {
+        return 0;
+    }
+}
+
+}  // namespace
+
+ConfigFileReader::ConfigFileReader(String path)
+    : m_path(std::move(path)), m_messages(makeRef<MessageHelper>("VEXO", "VEXO_")) {
+}
+
+std::unique_ptr<ConfigData> ConfigFileReader::readConfiguration() {
+    FileDescriptor file;
+    try {
+        file = openForReading(m_path);
+    } catch (const ResultException& failure) {
+        throwError(failure.code());
+    }
+    m_settings.clear();
+    m_settings.max_load_factor(0.75F);
+    m_settings.rehash(101);
+
+    LineReader reader(std::move(file), m_path);
+    String line;
+    while (reader.readLine(line)) {
+        const StringView setting = trim(line);
+        const bool comment = setting.substr(0, 2) == L"//";
+        if (!setting.empty() && !comment) addConfigSetting(String(setting));
+    }
+    m_data = std::make_unique<ConfigData>();
+    setValues();
+    return std::move(m_data);
+}
+
+void ConfigFileReader::addConfigSetting(const String& line) {
+    if (line.find(L'=') == String::npos) return;
+    const std::vector<StringView> pieces = split(line, L'=');
+    if (pieces.empty()) return;
+    // A value that holds "=" itself comes out empty; blanks around "=" belong to key and value.
+    const StringView value = pieces.size() == 2 ? pieces[1] : StringView();
+    m_settings[toUpper(pieces[0].substr(0, kKeyLength))] = value;
+}
+
+void ConfigFileReader::setValues() {
+    m_data->server = getValue(L"SERV", true);
+    m_data->userName = getValue(L"USER", false);
+    m_data->password = getValue(L"PASS", false);
+    setRefreshRate();
+    setRefreshlimit();
+    setOutputTypes();
+    m_data->logFileName = getValue(L"NAME", false);
+    if (m_data->logFileName.empty()) m_data->logFileName = L"monitor.log";
+    m_data->showFiles = getBooleanValue(L"FILE", true);
+    m_data->showSessions = getBooleanValue(L"SESS", true);
+    m_data->showConnections = getBooleanValue(L"CONN", true);
+    m_data->showResources = getBooleanValue(L"RESO", true);
+    m_data->showCommunications = getBooleanValue(L"COMM", true);
+    m_data->showHandles = getBooleanValue(L"HAND", true);
+}
+
+void ConfigFileReader::setRefreshRate() {
+    const std::int32_t seconds = parseCount(getValue(L"REFR", false));
+    m_data->refreshRate = seconds == 0 ? 0 : std::max(seconds, kMinRefreshSeconds);
+}
+
+void ConfigFileReader::setRefreshlimit() {
+    const std::int32_t limit = parseCount(getValue(L"LIMI", false));
+    // A limit counts the records of a timer; on request there is none.
+    m_data->refreshLimit = m_data->refreshRate == 0 ? 0 : limit;
+}
+
+void ConfigFileReader::setOutputTypes() {
+    m_data->outputType = getValue(L"OUTP", true);
+    const bool console = startsWithIgnoreCase(m_data->outputType, L"CONS");
+    const bool both = startsWithIgnoreCase(m_data->outputType, L"BOTH");
+    m_data->consoleOutput = console || both;
+    m_data->fileOutput = !console;
+}
+
+String ConfigFileReader::getValue(const String& key, bool required) const {
+    const auto setting = m_settings.find(key);
+    if (setting == m_settings.end()) {
+        throw ConfigException(m_messages->getResStr("ERR_MISSING_TAG", narrow(key).c_str()));
+    }
+    if (required && setting->second.empty()) {
+        throw ConfigException(m_messages->getResStr("ERR_MISSING_TAG_VALUE", narrow(key).c_str()));
+    }
+    return setting->second;
+}
+
+bool ConfigFileReader::getBooleanValue(const String& key, bool defaultValue) const {
+    const String value = getValue(key, false);
+    return value.empty() ? defaultValue : !equalsIgnoreCase(value, L"NO");
+}
+
+void ConfigFileReader::throwError(ResultCode code) const {
+    if (code != kAccessDenied && code != kFileNotFound) throw ResultException(code);
+    const String reason = m_messages->getResStr(code == kAccessDenied ? "ACCESS_ERROR" : "FILE_NOT_FOUND_ERROR");
+    throw IOException(m_messages->getResStr("ERR_READ_FILE", narrow(m_path).c_str(), narrow(reason).c_str(), code),
+                      code);
+}
+
+}  // namespace vexo

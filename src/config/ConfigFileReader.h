@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// Reads the settings file. Every setting has to be there; most of the values may be empty.
+#ifndef VEXO_CONFIG_CONFIGFILEREADER_H
+#define VEXO_CONFIG_CONFIGFILEREADER_H
+
+#include <memory>
+#include <unordered_map>
+
+#include "config/ConfigData.h"
+#include "foundation/Ref.h"
+#include "foundation/ResultCode.h"
+#include "foundation/String.h"
+#include "messages/MessageHelper.h"
+
+namespace vexo {
+
+class ConfigFileReader {
+public:
+    // Keeps the path; opens nothing yet.
+    explicit ConfigFileReader(String path);
+
+    // Reads the whole file. Throws IOException when it is missing, not for us to read or fails while being read,
+    // ResultException without a text when it cannot be opened for another reason, and ConfigException for the first
+    // setting that is missing or lacks a value it needs.
+    std::unique_ptr<ConfigData> readConfiguration();
+
+    // The value of `key`, four upper-case letters. Throws ConfigException when the key is absent, or when `required`
+    // is set and its value is empty.
+    String getValue(const String& key, bool required) const;
+
+    // Whether the value of `key` is anything but "no"; `defaultValue` when it is empty.
+    bool getBooleanValue(const String& key, bool defaultValue) const;
+
+private:
+    void addConfigSetting(const String& line);
+    void setValues();
+    void setRefreshRate();
+    void setRefreshlimit();
+    void setOutputTypes();
+    [[noreturn]] void throwError(ResultCode code) const;
+
+    const String m_path;
+    std::unordered_map<String, String> m_settings;
+    std::unique_ptr<ConfigData> m_data;
+    const Ref<MessageHelper> m_messages;
+};
+
+}  // namespace vexo
+
+#endif

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+// Open files and the handles on them.
+#include <array>
+
+#include "engine/QRIMonitorHelper.h"
+
+namespace vexo {
+namespace {
+
+Ref<FileInfo> toFileInfo(String name, const XRFILEINFO& raw, Ref<List<FileHandleInfo>> handles) {
+    return makeRef<FileInfo>(std::move(name), raw.pageSize, raw.readOnlyFlag, raw.readLocks, raw.transactionLock,
+                             raw.physicalFileSizeKB, std::move(handles));
+}
+
+Ref<FileHandleInfo> toFileHandleInfo(const XRFILEHANDLEINFO& raw, SharedString clientName) {
+    return makeRef<FileHandleInfo>(raw.clientIndex, raw.recordLockType, raw.openMode, raw.waitState,
+                                   raw.transactionState, std::move(clientName));
+}
+
+}  // namespace
+
+Ref<List<FileInfo>> QRIMonitorHelper::getActiveFileInfoList(bool withHandles) {
+    std::uint32_t count = 0;
+    check(m_api.XrGetOpenFilesData(m_handle, &count));  // nothing to free yet
+    const Snapshot snapshot(m_api.XrFreeOpenFilesData, m_handle);
+    auto files = makeRef<List<FileInfo>>();
+    NamePool clients;
+    for (std::uint32_t index = 0; index < count; ++index) {
+        // The terminator behind the buffer makes a name that fills all of it a text again.
+        std::array<char, XR_NAME_SIZE + 1> name{};
+        std::uint32_t size = XR_NAME_SIZE;
+        const int status = m_api.XrGetOpenFileName(m_handle, index, &size, name.data());
+        if (status == XR_NO_MORE_ITEMS) break;
+        check(status);
+
+        RawArea<XRFILEINFO> area;
+        const int found = m_api.XrGetFileInfo2(m_handle, name.data(), &area.record);
+        if (found == XR_FILE_GONE) continue;
+        check(found);
+
+        auto handles = withHandles ? collectFileHandles(name.data(), clients) : makeRef<List<FileHandleInfo>>();
+        if (withHandles && handles->empty()) continue;
+        files->add(toFileInfo(widen(rawText(name.data(), XR_NAME_SIZE)), area.record, std::move(handles)));
+    }
+    return files;
+}
+
+Ref<List<FileHandleInfo>> QRIMonitorHelper::getFileHandleInfoList(const String& fileName) {
+    NamePool clients;
+    return collectFileHandles(narrowUpTo(fileName, XR_NAME_SIZE).c_str(), clients);
+}
+
+Ref<List<FileHandleInfo>> QRIMonitorHelper::collectFileHandles(const char* fileName, NamePool& clients) {
+    auto handles = makeRef<List<FileHandleInfo>>();
+    std::uint32_t count = 0;
+    const int status = m_api.XrGetFileHandlesData(m_handle, fileName, &count);
+    if (status == XR_FILE_GONE) return handles;
+    check(status);
+    handles->expect(count);
+    for (std::uint32_t index = 0; index < count; ++index) {
+        RawArea<XRFILEHANDLEINFO> area;
+        const int found = m_api.XrGetFileHandleInfo(m_handle, fileName, index, &area.record);
+        if (found == XR_NO_MORE_ITEMS) break;
+        if (found == XR_FILE_GONE) {
+            handles->clear();
+            break;
+        }
+        check(found);
+        handles->add(toFileHandleInfo(area.record, clients.get(rawText(area.record.clientName))));
+    }
+    return handles;
+}
+
+}  // namespace vexo

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/LineReader.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+#include "foundation/Piece.h"
+
+namespace vexo {
+namespace {
+
+// The number of bytes read, 0 at the end of the file.
+std::size_t readSome(const FileDescriptor& file, char* buffer, std::size_t size, StringView name) {
+    for (;;) {
+        const ssize_t count = ::read(file.get(), buffer, size);
+        if (count >= 0) return static_cast<std::size_t>(count);
+        const int error = errno;
+        if (error != EINTR) throw IOException(concat(name, L": ", systemReason(error)), resultCodeOf(error));
+    }
+}
+
+}  // namespace
+
+LineReader::LineReader(FileDescriptor file, String name) : m_file(std::move(file)), m_name(std::move(name)) {
+}
+
+bool LineReader::readLine(String& line) {
+    line.clear();
+    m_line.clear();
+    bool any = false;
+    while (m_next != m_end || fill()) {
+        any = true;
+        const char* const start = m_buffer.data() + m_next;
+        const char* const stop = m_buffer.data() + m_end;
+        const char* const feed = std::find(start, stop, '\n');
+        m_line.append(start, feed);
+        m_next = static_cast<std::size_t>(feed - m_buffer.data());
+        if (feed != stop) {
+            ++m_next;
+            break;
+        }
+    }
+    appendWide(line, m_line);
+    return any;
+}
+
+bool LineReader::fill() {
+    m_next = 0;
+    m_end = readSome(m_file, m_buffer.data(), m_buffer.size(), m_name);
+    return m_end != 0;
+}
+
+std::string readWholeFile(StringView path) {
+    const FileDescriptor file = openForReading(path);
+    std::string bytes;
+    std::array<char, 8192> buffer;
+    while (const std::size_t count = readSome(file, buffer.data(), buffer.size(), path)) {
+        bytes.append(buffer.data(), count);
+    }
+    return bytes;
+}
+
+}  // namespace vexo

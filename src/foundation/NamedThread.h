@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+// A background thread with a name.
+#ifndef VEXO_FOUNDATION_NAMEDTHREAD_H
+#define VEXO_FOUNDATION_NAMEDTHREAD_H
+
+#include "foundation/Ref.h"
+#include "foundation/ResultCode.h"
+#include "foundation/String.h"
+
+namespace vexo {
+
+// A thread that nobody waits for: it runs until its function returns or the process ends. Signals of the process are
+// left to the main thread.
+class NamedThread {
+public:
+    using Function = void (*)(void* arguments);
+
+    // The system shows no more than 15 bytes of a name; name() has all of it.
+    explicit NamedThread(String name);
+
+    const String& name() const { return m_name; }
+
+    // Starts `function` on `arguments`, which have to live until it returns. kSuccess, or why the system refused.
+    ResultCode start(Function function, void* arguments) const;
+
+private:
+    String m_name;
+};
+
+}  // namespace vexo
+
+#endif

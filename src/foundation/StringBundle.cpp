@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/StringBundle.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "foundation/Directory.h"
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+#include "foundation/LineReader.h"
+#include "foundation/Piece.h"
+
+namespace vexo {
+namespace {
+
+constexpr wchar_t kReplacement = 0xFFFD;
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\f';
+}
+
+// The number of the leading bytes of `text` that continue a UTF-8 sequence.
+std::size_t continuationBytes(std::string_view text) {
+    std::size_t count = 0;
+    while (count < text.size() && (static_cast<unsigned char>(text[count]) & 0xC0) == 0x80)
+        ++count;
+    return count;
+}
+
+// Takes one UTF-8 character off the front of `text`. Bundles are UTF-8 whatever the environment's encoding is.
+wchar_t takeCharacter(std::string_view& text) {
+    const auto lead = static_cast<unsigned char>(text.front());
+    text.remove_prefix(1);
+    if (lead < 0x80) return static_cast<wchar_t>(lead);
+    const std::size_t more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC2 ? 1 : 0;
+    if (more == 0 || lead > 0xF4 || continuationBytes(text.substr(0, more)) != more) return kReplacement;
+    std::uint32_t c = lead & (0x3FU >> more);
+    for (std::size_t i = 0; i < more; ++i)
+        c = c << 6U | (static_cast<unsigned char>(text[i]) & 0x3FU);
+    text.remove_prefix(more);
+    const bool tooLong = (more == 2 && c < 0x800) || (more == 3 && c < 0x10000);
+    return tooLong || c > 0x10FFFF ? kReplacement : static_cast<wchar_t>(c);
+}
+
+// Four hexadecimal digits off the front of `text`.
+std::optional<std::uint32_t> takeHex(std::string_view& text) {
+    if (text.size() < 4) return std::nullopt;
+    std::uint32_t value = 0;
+    for (const char c : text.substr(0, 4)) {
+        const std::uint32_t digit = c >= '0' && c <= '9'   ? static_cast<std::uint32_t>(c - '0')
+                                    : c >= 'a' && c <= 'f' ? static_cast<std::uint32_t>(c - 'a' + 10)
+                                    : c >= 'A' && c <= 'F' ? static_cast<std::uint32_t>(c - 'A' + 10)
+                                                           : 16;
+        if (digit == 16) return std::nullopt;
+        value = value << 4U | digit;
+    }
+    text.remove_prefix(4);
+    return value;
+}
+
+// The character behind a backslash.
+wchar_t takeEscape(std::string_view& text) {
+    std::string_view rest = text.substr(1);
+    switch (text.front()) {
+        case 'n':
+            text = rest;
+            return L'\n';
+        case 't':
+            text = rest;
+            return L'\t';
+        case 'r':
+            text = rest;
+            return L'\r';
+        case 'f':
+            text = rest;
+            return L'\f';
+        case 'u':
+            break;
+        default:
+            return takeCharacter(text);
+    }
+    const auto first = takeHex(rest);
+    if (!first) return takeCharacter(text);
+    text = rest;
+    const bool leads = *first >= 0xD800 && *first <= 0xDBFF;
+    if (leads && rest.substr(0, 2) == "\\u") {
+        rest.remove_prefix(2);
+        const auto second = takeHex(rest);
+        if (second && *second >= 0xDC00 && *second <= 0xDFFF) {
+            text = rest;
+            return static_cast<wchar_t>(0x10000 + ((*first - 0xD800) << 10U) + (*second - 0xDC00));
+        }
+    }
+    return *first >= 0xD800 && *first <= 0xDFFF ? kReplacement : static_cast<wchar_t>(*first);
+}
+
+String unescape(std::string_view text) {
+    String result;
+    while (!text.empty()) {
+        if (text.front() == '\\' && text.size() > 1) {
+            text.remove_prefix(1);
+            result += takeEscape(text);
+        } else {
+            result += takeCharacter(text);
+        }
+    }
+    return result;
+}
+
+// Takes the next line off `content`, leading blanks dropped and continuation lines joined. Most lines go on nowhere
+// and are handed out where they stand; `joined` holds the others.
+std::string_view takeLine(std::string_view& content, std::string& joined) {
+    joined.clear();
+    for (;;) {
+        while (!content.empty() && isBlank(content.front()))
+            content.remove_prefix(1);
+        const std::size_t end = std::min(content.find_first_of("\r\n"), content.size());
+        std::string_view line = content.substr(0, end);
+        const bool pair = content.substr(end, 2) == "\r\n";
+        content.remove_prefix(std::min(content.size(), end + (pair ? 2U : 1U)));
+        const bool comment = joined.empty() && !line.empty() && (line.front() == '#' || line.front() == '!');
+        const std::size_t lastOther = line.find_last_not_of('\\');
+        const std::size_t backslashes = line.size() - (lastOther == std::string_view::npos ? 0 : lastOther + 1);
+        if (comment || backslashes % 2 == 0 || content.empty()) {
+            if (joined.empty()) return line;
+            joined.append(line);
+            return joined;
+        }
+        line.remove_suffix(1);
+        joined.append(line);
+    }
+}
+
+// Splits a line at the first "=", ":" or blank that is not escaped.
+void splitProperty(std::string_view line, std::string_view& key, std::string_view& value) {
+    std::size_t end = 0;
+    while (end < line.size() && line[end] != '=' && line[end] != ':' && !isBlank(line[end])) {
+        end += line[end] == '\\' ? 2U : 1U;
+    }
+    end = std::min(end, line.size());
+    key = line.substr(0, end);
+    value = line.substr(end);
+    const auto dropBlanks = [&value] {
+        while (!value.empty() && isBlank(value.front()))
+            value.remove_prefix(1);
+    };
+    dropBlanks();
+    if (!value.empty() && (value.front() == '=' || value.front() == ':')) value.remove_prefix(1);
+    dropBlanks();
+}
+
+// The language part of a locale's name such as "de_CH.UTF-8@euro"; empty for C, POSIX and what is no such name.
+std::string environmentLanguage() {
+    std::string_view name;
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* value = std::getenv(variable);
+        if (!value || !*value) continue;
+        name = value;
+        break;
+    }
+    name = name.substr(0, name.find_first_of(".@"));
+    const bool safe = std::all_of(name.begin(), name.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+    });
+    return safe && name != "C" && name != "POSIX" ? std::string(name) : std::string();
+}
+
+std::vector<String> bundleDirectories() {
+    std::vector<String> directories;
+    if (const char* path = std::getenv("VEXO_BUNDLE_PATH")) {
+        const String list = widen(path);
+        for (const StringView directory : split(list, L':'))
+            directories.emplace_back(directory);
+    }
+    directories.push_back(concat(programDirectory(), L"/../share/vexo/bundles"));
+    return directories;
+}
+
+}  // namespace
+
+std::optional<String> findProperty(std::string_view content, StringView key) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (content.substr(0, kByteOrderMark.size()) == kByteOrderMark) content.remove_prefix(kByteOrderMark.size());
+    std::optional<String> found;
+    std::string joined;
+    while (!content.empty()) {
+        const std::string_view line = takeLine(content, joined);
+        if (line.empty() || (joined.empty() && (line.front() == '#' || line.front() == '!'))) continue;
+        std::string_view lineKey;
+        std::string_view value;
+        splitProperty(line, lineKey, value);
+        // No key is longer than its escaped form, so most lines are told apart by their length.
+        if (lineKey.size() >= key.size() && unescape(lineKey) == key) found = unescape(value);
+    }
+    return found;
+}
+
+std::optional<StringBundle> StringBundle::open(StringView name) {
+    const std::string language = environmentLanguage();
+    std::vector<std::string> suffixes;
+    if (!language.empty()) suffixes.push_back("_" + language);
+    const std::size_t country = language.find('_');
+    if (country != std::string::npos) suffixes.push_back("_" + language.substr(0, country));
+    suffixes.emplace_back();
+
+    const std::vector<String> directories = bundleDirectories();
+    StringBundle bundle;
+    for (const std::string& suffix : suffixes) {
+        for (const String& directory : directories) {
+            try {
+                bundle.m_contents.push_back(
+                    readWholeFile(concat(directory, L"/", name, widen(suffix), L".properties")));
+            } catch (const Exception&) {
+                // Not there, or not for us to read: the next file may serve.
+                continue;
+            }
+        }
+    }
+    if (bundle.m_contents.empty()) return std::nullopt;
+    return bundle;
+}
+
+std::optional<String> StringBundle::find(StringView key) const {
+    for (const std::string& content : m_contents) {
+        if (auto text = findProperty(content, key)) return text;
+    }
+    return std::nullopt;
+}
+
+}  // namespace vexo

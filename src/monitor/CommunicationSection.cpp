@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+// What the engine has served over the network, in total and for each protocol.
+#include "monitor/MonitorProcessor.h"
+#include "monitor/ReportWriter.h"
+
+namespace vexo {
+namespace {
+
+constexpr int kSpx = 1;
+constexpr int kTcp = 4;
+constexpr int kNetBios = 12;
+
+bool isUnknown(StringView label) {
+    return equalsIgnoreCase(label, NA);
+}
+
+// The JSON lines of a protocol; empty for a protocol that has none.
+StringView requestsKey(int protocol) {
+    switch (protocol) {
+        case kTcp:
+            return L"\t\t\"tcp_requests_processed\": ";
+        case kNetBios:
+            return L"\t\t\"netbios_requests_processed\": ";
+        case kSpx:
+            return L"\t\t\"spx_requests_processed\": ";
+        default:
+            return {};
+    }
+}
+
+StringView remoteSessionsKey(int protocol) {
+    // Established output: "tcp/ip" here, "tcp" among the requests.
+    switch (protocol) {
+        case kTcp:
+            return L"\t\t\"tcp/ip_remote_sessions\": {";
+        case kSpx:
+            return L"\t\t\"spx_remote_sessions\": {";
+        case kNetBios:
+            return L"\t\t\"netbios_remote_sessions\": {";
+        default:
+            return {};
+    }
+}
+
+}  // namespace
+
+void MonitorProcessor::processCommunicationStats(bool json) {
+    const auto stats = m_engine->getCommStats();
+    const String threadsMax = getMaxValue(static_cast<long>(stats->commThreadsMax));
+    const String sessionsMax = getMaxValue(static_cast<long>(stats->remoteSessionsMax));
+    ReportWriter out(*m_format, json);
+
+    out.title(0, L"Communication Statistics");
+    out.json(L"\t\"communication_statistics\":");
+    out.json(L"\t{");
+    const Row total[] = {
+        {L"Total Requests Processed:\t", L"\t\t\"total_requests_processed\": ", stats->totalRequestsProcessed, L","},
+    };
+    out.rows(1, total);
+    for (const Ref<ProtocolStats>& protocol : *stats->protocols) {
+        const int code = static_cast<int>(protocol->protocolType);
+        const StringView label = getProtocolRequestString(code);
+        if (isUnknown(label)) continue;
+        out.text(1, label, L":\t", protocol->requestsProcessed);
+        const StringView key = requestsKey(code);
+        if (!key.empty()) out.json(key, protocol->requestsProcessed, L",");
+    }
+    const std::uint64_t timeouts = stats->totalConnectionTimeouts;
+    const std::uint64_t recoveries = stats->totalConnectionRecoveries;
+    const Row connections[] = {
+        {L"Total Connection Timeouts:\t",   L"\t\t\"total_connection_timeouts\": ",   timeouts,   L","},
+        {L"Total Connection Recoveries:\t", L"\t\t\"total_connection_recoveries\": ", recoveries, L","},
+    };
+    out.rows(1, connections);
+
+    out.text(1, L"                                Current\t\tPeak\t\tMaximum");
+    out.text(1, L"Communication Threads:          ", stats->commThreadsCurrent, L"\t\t", stats->commThreadsPeak,
+             L"\t\t", threadsMax);
+    out.json(L"\t\t\"communication_threads\": {");
+    out.json(L"\t\t\t\"current\": ", stats->commThreadsCurrent, L",");
+    out.json(L"\t\t\t\"peak\": ", stats->commThreadsPeak, L",");
+    out.json(L"\t\t\t\"maximum\": \"", threadsMax, L"\"");
+    out.json(L"\t\t},");
+    out.text(1, L"Total Remote Sessions:          ", stats->remoteSessionsCurrent, L"\t\t", stats->remoteSessionsPeak,
+             L"\t\t", sessionsMax);
+    out.json(L"\t\t\"total_remote_sessions\": {");
+    out.json(L"\t\t\t\"current\": ", stats->remoteSessionsCurrent, L",");
+    out.json(L"\t\t\t\"peak\": ", stats->remoteSessionsPeak, L",");
+    out.json(L"\t\t\t\"maximum\": \"", sessionsMax, L"\"");
+    // Established output: the comma stands also when no protocol follows.
+    out.json(L"\t\t},");
+
+    for (const Ref<ProtocolStats>& protocol : *stats->protocols) {
+        const int code = static_cast<int>(protocol->protocolType);
+        const StringView label = getProtocolSessionString(code);
+        if (isUnknown(label)) continue;
+        out.text(1, label, protocol->remoteSessionsCurrent, L"\t\t", protocol->remoteSessionsPeak);
+        const StringView key = remoteSessionsKey(code);
+        if (key.empty()) continue;
+        out.json(key);
+        out.json(L"\t\t\t\"current\": ", protocol->remoteSessionsCurrent, L",");
+        out.json(L"\t\t\t\"peak\": ", protocol->remoteSessionsPeak);
+        // Established output: no comma between the protocols.
+        out.json(L"\t\t}");
+    }
+    // Established output: no comma, this being the last section; the next record follows all the same.
+    out.json(L"\t}");
+}
+
+}  // namespace vexo

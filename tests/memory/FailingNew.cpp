@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// Allocation that fails on demand: VEXO_FAIL_ALLOCATION=N fails the Nth one, VEXO_FAIL_ALLOCATIONS_FROM=N that one and
+// all behind it.
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+unsigned long limitFrom(const char* variable) {
+    const char* text = std::getenv(variable);
+    return text ? std::strtoul(text, nullptr, 10) : 0;
+}
+
+}  // namespace
+
+// NOLINTNEXTLINE(misc-definitions-in-headers): the replacement that the language provides for
+void* operator new(std::size_t size) {
+    static const unsigned long s_once = limitFrom("VEXO_FAIL_ALLOCATION");
+    static const unsigned long s_from = limitFrom("VEXO_FAIL_ALLOCATIONS_FROM");
+    static unsigned long s_count = 0;
+    ++s_count;
+    const bool fails = s_count == s_once || (s_from != 0 && s_count >= s_from);
+    void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (!memory) throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
