@@ -3,6 +3,8 @@
 
 #include <langinfo.h>
 
+#include <algorithm>
+#include <array>
 #include <climits>
 #include <clocale>
 #include <cstdlib>
@@ -19,6 +21,18 @@ constexpr std::size_t kBlock = 16;  // characters checked and copied at once
 
 bool isRawByte(wchar_t c) {
     return c > kByteBase && c <= kByteBase + 0xFF;
+}
+
+// Copies a block of characters; whether all of them are ASCII, else what was copied does not count.
+bool copyAscii(char* out, const wchar_t* from) {
+    std::array<char, kBlock> block;  // apart from `out`, which as far as the compiler knows may be `from` itself
+    unsigned int seen = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        seen |= static_cast<unsigned int>(from[i]);
+        block[i] = static_cast<char>(from[i]);
+    }
+    std::memcpy(out, block.data(), kBlock);
+    return seen < 0x80;
 }
 
 // The bytes of one character outside ASCII.
@@ -82,23 +96,21 @@ std::size_t maxNarrowSize(std::size_t characters) {
 }
 
 char* narrowInto(char* out, StringView text) {
-    const wchar_t* from = text.data();
-    const wchar_t* const end = from + text.size();
-    while (static_cast<std::size_t>(end - from) >= kBlock) {
-        unsigned int seen = 0;
-        for (std::size_t i = 0; i < kBlock; ++i) {
-            seen |= static_cast<unsigned int>(from[i]);
-            out[i] = static_cast<char>(from[i]);
-        }
-        if (seen >= 0x80) break;
-        from += kBlock;
-        out += kBlock;
+    const std::size_t size = text.size();
+    std::size_t done = 0;
+    // Most lines are ASCII: whole blocks, the last one laid over the end of the block before it.
+    while (size >= kBlock) {
+        const std::size_t at = std::min(done, size - kBlock);
+        if (!copyAscii(out + at, text.data() + at)) break;
+        done = at + kBlock;
+        if (done == size) return out + size;
     }
-    for (; from != end; ++from) {
-        if (static_cast<unsigned int>(*from) < 0x80) {
-            *out++ = static_cast<char>(*from);
+    out += done;
+    for (const wchar_t c : text.substr(done)) {
+        if (static_cast<unsigned int>(c) < 0x80) {
+            *out++ = static_cast<char>(c);
         } else {
-            out = narrowOne(out, *from);
+            out = narrowOne(out, c);
         }
     }
     return out;

@@ -27,9 +27,9 @@ String toUpper(StringView text) {
 }
 
 void appendUpper(String& out, StringView text) {
-    const auto start = static_cast<String::difference_type>(out.size());
-    out.append(text);
-    std::transform(out.begin() + start, out.end(), out.begin() + start, upper);
+    const std::size_t start = out.size();
+    out.resize(start + text.size());
+    std::transform(text.begin(), text.end(), out.data() + start, [](wchar_t c) { return upper(c); });
 }
 
 bool equalsIgnoreCase(StringView left, StringView right) {

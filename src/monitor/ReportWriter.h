@@ -27,7 +27,7 @@ public:
     // A ruled title, in the text form only.
     template <typename... Pieces>
     void title(int level, const Pieces&... pieces) {
-        if (!m_json) m_format.putHeader(concat(pieces...), level);
+        if (!m_json) m_format.putHeader({Piece(pieces)...}, level);
     }
     // A line of the text form only.
     template <typename... Pieces>

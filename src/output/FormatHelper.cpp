@@ -19,7 +19,8 @@ void FormatHelper::padToLen(String& text, int length) {
 }
 
 void FormatHelper::startLine(int indent) {
-    m_line.assign(static_cast<std::size_t>(std::max(indent, 0)), L'\t');
+    m_line.clear();
+    if (indent > 0) m_line.append(static_cast<std::size_t>(indent), L'\t');
 }
 
 void FormatHelper::putData(StringView line, int indent) {
@@ -36,14 +37,22 @@ void FormatHelper::putPieces(std::initializer_list<Piece> pieces, int indent) {
 }
 
 void FormatHelper::putHeader(StringView title, int indent) {
+    putHeader({Piece(title)}, indent);
+}
+
+void FormatHelper::putHeader(std::initializer_list<Piece> title, int indent) {
+    std::size_t length = 0;
+    for (const StringView piece : title)
+        length += piece.size();
     const auto putRule = [&] {
         startLine(indent);
-        m_line.append(title.size(), L'=');
+        m_line.append(length, L'=');
         m_logger->info(m_line);
     };
     putRule();
     startLine(indent);
-    appendUpper(m_line, title);
+    for (const StringView piece : title)
+        appendUpper(m_line, piece);
     m_logger->info(m_line);
     putRule();
 }

@@ -29,6 +29,7 @@ public:
     void putPieces(std::initializer_list<Piece> pieces, int indent);
     // The title in upper case between two rules of its length, each of the three lines behind `indent` tabs.
     void putHeader(StringView title, int indent);
+    void putHeader(std::initializer_list<Piece> title, int indent);
     // One line at level SEVERE, never indented.
     void putError(StringView message);
 
