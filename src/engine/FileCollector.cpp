@@ -26,21 +26,22 @@ Ref<List<FileInfo>> QRIMonitorHelper::getActiveFileInfoList(bool withHandles) {
     auto files = makeRef<List<FileInfo>>();
     NamePool clients;
     for (std::uint32_t index = 0; index < count; ++index) {
-        // The terminator behind the buffer makes a name that fills all of it a text again.
-        std::array<char, XR_NAME_SIZE + 1> name{};
+        RawArea<std::array<char, XR_NAME_SIZE + 1>> nameArea;
+        char* const name = nameArea.record.data();
         std::uint32_t size = XR_NAME_SIZE;
-        const int status = m_api.XrGetOpenFileName(m_handle, index, &size, name.data());
+        const int status = m_api.XrGetOpenFileName(m_handle, index, &size, name);
+        name[XR_NAME_SIZE] = '\0';  // makes a name that fills its buffer a text again
         if (status == XR_NO_MORE_ITEMS) break;
         check(status);
 
         RawArea<XRFILEINFO> area;
-        const int found = m_api.XrGetFileInfo2(m_handle, name.data(), &area.record);
+        const int found = m_api.XrGetFileInfo2(m_handle, name, &area.record);
         if (found == XR_FILE_GONE) continue;
         check(found);
 
-        auto handles = withHandles ? collectFileHandles(name.data(), clients) : makeRef<List<FileHandleInfo>>();
+        auto handles = withHandles ? collectFileHandles(name, clients) : makeRef<List<FileHandleInfo>>();
         if (withHandles && handles->empty()) continue;
-        files->add(toFileInfo(widen(rawText(name.data(), XR_NAME_SIZE)), area.record, std::move(handles)));
+        files->add(toFileInfo(widen(rawText(name, XR_NAME_SIZE)), area.record, std::move(handles)));
     }
     return files;
 }

@@ -123,7 +123,9 @@ std::string narrow(StringView text) {
 }
 
 std::string narrowUpTo(StringView text, std::size_t limit) {
-    std::string result;
+    std::string result = narrow(text);
+    if (result.size() <= limit) return result;
+    result.clear();
     char bytes[MB_LEN_MAX];
     for (const wchar_t c : text) {
         const auto size = static_cast<std::size_t>(narrowInto(bytes, StringView(&c, 1)) - bytes);

@@ -22,7 +22,7 @@ void Logger::addStdOutHandler() {
     m_handlers.push_back(TextWriter::onStandardOutput(TextWriter::Flushing::kByHand));
 }
 
-void Logger::addFileHandler(String path) {
+void Logger::addFileHandler(const String& path) {
     if (const ResultCode failed = Utils::createDirs(path)) throwError(failed, path);
     try {
         m_handlers.push_back(makeRef<TextWriter>(openLogFile(path), path, TextWriter::Flushing::kByHand));

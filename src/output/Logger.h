@@ -23,7 +23,7 @@ public:
 
     void addStdOutHandler();
     // Creates the directories of the path and empties or creates the file. Throws as throwError() does.
-    void addFileHandler(String path);
+    void addFileHandler(const String& path);
 
     void setLevel(Level level) { m_threshold = level; }
     // By name, in any case; a name that is no level's silences the logger.

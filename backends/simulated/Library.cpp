@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+#include "Library.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include "ScenarioReader.h"
+
+namespace xrsim {
+
+Library& Library::instance() {
+    static Library library;
+    return library;
+}
+
+void Library::enter(Function function) {
+    // XrStart turns to the trace that the environment names now; any other first call has to be seen as well.
+    if (function == Function::XrStart || !m_check.isStarted()) m_trace.open();
+    m_check.calledFrom(function, std::this_thread::get_id());
+}
+
+Status Library::start() {
+    const Status status = m_check.start(std::this_thread::get_id());
+    if (status != kOk) return status;
+    load();
+    return m_engine ? befalling(Function::XrStart).status : kScenarioWrong;
+}
+
+void Library::load() {
+    const char* named = std::getenv("XRSIM_SCENARIO");
+    m_engine.reset();
+    m_connectionIsLost = false;
+    m_round = 1;
+    std::fill(std::begin(m_servedRounds), std::end(m_servedRounds), 0);
+    try {
+        if (named != nullptr && *named != '\0') {
+            m_engine.emplace(readScenarioFile(named));
+        } else {
+            m_engine.emplace(readScenario(demoScenario(), "shop.toml"));
+        }
+    } catch (const std::runtime_error& mistake) {
+        std::fprintf(stderr, "%s\n", mistake.what());
+    }
+}
+
+void Library::dropSnapshots(Function function) {
+    for (Snapshot* snapshot : {&m_files, &m_clients, &m_connections}) {
+        if (snapshot->isHeld()) m_check.misuse(function, "a snapshot was never freed");
+        *snapshot = Snapshot();
+    }
+}
+
+Status Library::stop() {
+    const Status status = m_check.stop();
+    if (status != kOk) return status;
+    dropSnapshots(Function::XrStop);
+    const Status mishap = m_engine ? befalling(Function::XrStop).status : kOk;
+    m_engine.reset();
+    return mishap;
+}
+
+Status Library::connect(std::string_view server, std::string_view user, std::string_view password, std::int32_t& h) {
+    const Status outOfOrder = m_check.connecting();
+    if (outOfOrder != kOk) return outOfOrder;
+    Status status = kOk;
+    if (!m_engine) {
+        status = kScenarioWrong;
+    } else {
+        status = befalling(Function::XrConnectServer).status;
+        if (status == kOk) status = m_engine->world.admits(server, user, password);
+    }
+    if (status != kOk) {
+        m_check.refused();
+        return status;
+    }
+    m_connectionIsLost = false;
+    h = ++m_lastHandle;
+    m_check.connected(h);
+    return kOk;
+}
+
+Status Library::disconnect(std::int32_t h) {
+    const Status status = m_check.disconnecting(h);
+    if (status != kOk) return status;
+    dropSnapshots(Function::XrDisconnect);
+    m_connectionIsLost = false;
+    return m_engine ? befalling(Function::XrDisconnect).status : kOk;
+}
+
+Status Library::admit(Function function, std::int32_t h) {
+    const Status status = m_check.handle(function, h);
+    if (status != kOk) return status;
+    if (!m_engine) return kScenarioWrong;
+    if (!m_connectionIsLost) return kOk;
+    // The engine is out of reach, the library is not: what the caller frees is freed.
+    if (function == Function::XrFreeOpenFilesData) m_files = Snapshot();
+    if (function == Function::XrFreeKesdClientsData) m_clients = Snapshot();
+    if (function == Function::XrFreeSQLConnectionsData) m_connections = Snapshot();
+    return kConnectionLost;
+}
+
+Mishap Library::strike(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name) {
+    Mishap mishap = m_engine->faults.befalling(function, index, name);
+    if (mishap.delayMs != 0) std::this_thread::sleep_for(std::chrono::milliseconds(mishap.delayMs));
+    if (mishap.losesConnection) {
+        m_connectionIsLost = true;
+        if (mishap.status == kOk) mishap.status = kConnectionLost;
+    }
+    return mishap;
+}
+
+Round Library::roundFor(Data data) {
+    Round& served = m_servedRounds[static_cast<std::size_t>(data)];
+    if (served == m_round) ++m_round;
+    served = m_round;
+    return m_round;
+}
+
+bool Library::hasRoom(Function function, bool given) const {
+    if (!given) m_check.misuse(function, "an argument is NULL");
+    return given;
+}
+
+void Library::needs(Function function, const Snapshot& snapshot) const {
+    if (!snapshot.isHeld()) m_check.misuse(function, "no snapshot is held");
+}
+
+Status Library::free(Function function, Snapshot& snapshot) {
+    const bool held = snapshot.isHeld();
+    needs(function, snapshot);
+    snapshot = Snapshot();
+    const Status mishap = befalling(function).status;
+    if (mishap != kOk) return mishap;
+    return held ? kOk : kOutOfOrder;
+}
+
+}  // namespace xrsim

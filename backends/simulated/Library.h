@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+// The library between XrStart and XrStop: the engine that the scenario describes, the snapshots that the caller holds,
+// and what every exported function does before and after its own work.
+#ifndef XRSIM_LIBRARY_H
+#define XRSIM_LIBRARY_H
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "CallerCheck.h"
+#include "Faults.h"
+#include "Statistics.h"
+#include "Trace.h"
+#include "World.h"
+
+namespace xrsim {
+
+// The engine as it runs: the contents, with the moment that the caller has brought them to.
+struct RunningEngine {
+    explicit RunningEngine(Scenario scenario)
+        : world(std::move(scenario)), statistics(world), faults(world.scenario().faults) {}
+
+    const World world;
+    Statistics statistics;
+    Faults faults;
+};
+
+// The data calls that move the engine on.
+enum class Data : std::uint8_t { Files, Clients, Connections, Usage, Communication };
+
+class Library {
+public:
+    static Library& instance();
+
+    Status start();
+    Status stop();
+    Status connect(std::string_view server, std::string_view user, std::string_view password, std::int32_t& h);
+    Status disconnect(std::int32_t h);
+
+    RunningEngine& engine() { return *m_engine; }
+    const World& world() const { return m_engine->world; }
+    CallerCheck& check() { return m_check; }
+    Snapshot& files() { return m_files; }
+    Snapshot& clients() { return m_clients; }
+    Snapshot& connections() { return m_connections; }
+
+    // The round that a data call reads. The first call of any kind begins it, and the first repeated one the next.
+    Round roundFor(Data data);
+
+    // Notes `function` as misused when the caller gave no room for its results.
+    bool hasRoom(Function function, bool given) const;
+
+    // What befalls a call, with the delay behind it already. `name` is computed for the functions that a fault watches.
+    template <class Name>
+    Mishap befalling(Function function, std::optional<std::uint32_t> index, Name name) {
+        if (!m_engine->faults.watch(function)) return {};
+        return strike(function, index, name());
+    }
+    Mishap befalling(Function function) {
+        return befalling(function, std::nullopt, [] { return std::nullopt; });
+    }
+
+    // The data, item and free calls of an enumeration, as far as all enumerations agree.
+    template <class Take>
+    Status take(Function function, Snapshot& snapshot, std::uint32_t* count, Take takeSnapshot) {
+        if (!hasRoom(function, count != nullptr)) return kBadArgument;
+        const Mishap mishap = befalling(function);
+        if (mishap.status != kOk) return mishap.status;
+        if (snapshot.isHeld()) m_check.misuse(function, "the last snapshot is not freed");
+        snapshot = takeSnapshot();
+        *count = mishap.announced(snapshot.count());
+        return kOk;
+    }
+    Status free(Function function, Snapshot& snapshot);
+    void needs(Function function, const Snapshot& snapshot) const;
+
+    // Runs the body of an exported function. No exception leaves it; the trace gets `arguments` and `results`.
+    template <class Body, class Arguments, class Results>
+    Status call(Function function, Body body, Arguments arguments, Results results) noexcept {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        Status status = kInternalFailure;
+        try {
+            enter(function);
+            std::optional<Line> line;
+            if (m_trace.isOpen()) arguments(line.emplace(std::string(nameOf(function)) + "("));
+            status = body();
+            if (!line) return status;
+            line->close(status);
+            if (status == kOk) results(*line);
+            m_trace.write(line->str() + "\n");
+        } catch (...) {
+            // Only memory can run out here, and then there is no way to say more than the status does.
+        }
+        return status;
+    }
+
+    // The same for the functions that take a connection handle.
+    template <class Body, class Arguments, class Results>
+    Status call(Function function, std::int32_t h, Body body, Arguments arguments, Results results) noexcept {
+        return call(
+            function,
+            [&]() -> Status {
+                const Status refusal = admit(function, h);
+                return refusal != kOk ? refusal : body();
+            },
+            [&](Line& line) { arguments(line.number("h", h)); }, results);
+    }
+
+private:
+    Library() : m_check(m_trace) {}
+
+    void enter(Function function);
+    Status admit(Function function, std::int32_t h);
+    Mishap strike(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name);
+    void load();
+    void dropSnapshots(Function function);
+
+    std::mutex m_mutex;
+    Trace m_trace;
+    CallerCheck m_check;
+    std::optional<RunningEngine> m_engine;  // empty when the scenario is wrong
+    bool m_connectionIsLost = false;
+    std::int32_t m_lastHandle = 0;
+    Snapshot m_files;
+    Snapshot m_clients;
+    Snapshot m_connections;
+    Round m_round = 1;
+    Round m_servedRounds[5] = {};
+};
+
+}  // namespace xrsim
+
+#endif
