@@ -31,7 +31,7 @@ need_packages() {
 # What the program and the simulated engine are built with.
 build_packages=(g++ cmake ninja-build libtomlplusplus-dev)
 # What the back end for MariaDB is built with, and the server that its tests run.
-mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core)
+mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
 test_packages=("${build_packages[@]}" "${mariadb_packages[@]}" libgtest-dev python3 valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev llvm)
 

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+// Reads what the server's sessions do at this moment.
+#ifndef VEXO_MARIADB_ACTIVITY_H
+#define VEXO_MARIADB_ACTIVITY_H
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "Engine.h"
+#include "Locks.h"
+
+namespace xrmariadb {
+
+// From the server's internal thread numbers, by which performance_schema keeps its rows, to session ids.
+using Threads = std::unordered_map<std::uint64_t, std::uint64_t>;
+
+// What a client says about itself when it connects.
+struct ClientAttributes {
+    std::uint64_t pid = 0;
+    std::string program;
+    std::string library;
+};
+
+// All client connections but ours, ordered by id, without replication and the event scheduler.
+std::vector<Process> readProcesses(Engine& engine);
+
+Transactions readTransactions(Engine& engine);
+
+// Empty without performance_schema.
+Threads readThreads(Engine& engine);
+
+// The tables carry no file yet. Locks of this library's own connection are included: no process has its id.
+TableLocks readTableLocks(Engine& engine, const Threads& threads);
+
+// By session id.
+std::unordered_map<std::uint64_t, ClientAttributes> readAttributes(Engine& engine);
+
+// Address and port of clients over TCP as the socket knows them, by session id.
+std::unordered_map<std::uint64_t, std::string> readAddresses(Engine& engine, const Threads& threads);
+
+// USER@HOST, fit to print.
+std::string clientName(const Process& process);
+
+// Where a client is: "localhost", or address and port, better from the socket than from the process list.
+std::string networkAddress(const Process& process, const std::unordered_map<std::uint64_t, std::string>& addresses);
+
+}  // namespace xrmariadb
+
+#endif

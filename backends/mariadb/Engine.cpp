@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+#include "Engine.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "FileCalls.h"
+#include "Queries.h"
+#include "SessionCalls.h"
+#include "Texts.h"
+
+namespace xrmariadb {
+
+namespace {
+
+constexpr unsigned kLongestStatement = 20;  // seconds
+
+// Tables and columns that are unknown here or may not be read.
+bool isMissingSource(std::int16_t status) {
+    constexpr std::array<int, 4> kMissing = {1054, 1109, 1142, 1146};
+    return std::find(kMissing.begin(), kMissing.end(), status) != kMissing.end();
+}
+
+}  // namespace
+
+Engine::Engine(std::string server, std::string user, std::string password)
+    : m_server(std::move(server)),
+      m_user(std::move(user)),
+      m_password(std::move(password)),
+      m_settings(settingsFromEnvironment()),
+      m_log(m_settings.logFile) {
+}
+
+Engine::~Engine() = default;
+
+Connection& Engine::connection() {
+    checkAlive();
+    if (m_connection == nullptr) connect();
+    return *m_connection;
+}
+
+void Engine::abandon(std::int16_t status) {
+    m_lost = status;
+    m_connection.reset();
+}
+
+void Engine::checkAlive() const {
+    if (m_lost != XR_OK) throw StatusError(m_lost);
+}
+
+void Engine::connect() {
+    auto connection = std::make_unique<Connection>(m_server, m_user, m_password, m_settings, m_log);
+    std::array<char, 256> session{};
+    std::snprintf(session.data(), session.size(), queries::kSession,
+                  std::min(kLongestStatement, m_settings.readTimeout));
+    connection->execute(session.data());
+    connection->query(queries::kProcessPrivilege);
+    m_connection = std::move(connection);
+    try {
+        m_variables = readVariables(queries::kVariables);
+        readInstruments();
+    } catch (...) {
+        // Half of what there is to know would be taken for all of it.
+        m_connection.reset();
+        throw;
+    }
+    // There is no connecting again, so nothing needs it any more.
+    std::fill(m_password.begin(), m_password.end(), '\0');
+    m_password.clear();
+}
+
+void Engine::readInstruments() {
+    m_performanceSchema = isOn("performance_schema");
+    if (!m_performanceSchema) {
+        m_log.tell(
+            "performance_schema is off: sessions show no counters, process ids and applications, files are those of "
+            "InnoDB only, and there are no requests by protocol");
+        return;
+    }
+    // Where the instruments may not be read, the locks are tried for themselves.
+    m_lockInstrument = true;
+    auto rows = queryOptional(queries::kInstruments, "it is unknown which instruments are on");
+    if (!rows) return;
+    bool sockets = false;
+    m_lockInstrument = false;
+    while (rows->next()) {
+        if (rows->text(1) != "YES") continue;
+        (rows->text(0).substr(0, 9) == "wait/lock" ? m_lockInstrument : sockets) = true;
+    }
+    if (!m_lockInstrument) m_log.tell("The instrument wait/lock/metadata/sql/mdl is off: table locks are not recorded");
+    if (!sockets) m_log.tell("The instruments wait/io/socket/% are off: addresses are the ones of the process list");
+}
+
+std::optional<Result> Engine::queryOptional(const char* statement, const char* loss) {
+    if (m_refused.count(statement) != 0) return std::nullopt;
+    try {
+        return connection().query(statement);
+    } catch (const StatusError& error) {
+        if (!isMissingSource(error.status())) throw;
+        m_refused.emplace(statement);
+        m_log.tell("Status " + std::to_string(error.status()) + ": " + loss);
+        return std::nullopt;
+    }
+}
+
+Variables Engine::readVariables(const char* statement) {
+    Variables variables;
+    Result rows = connection().query(statement);
+    while (rows.next())
+        variables.emplace(rows.text(0), rows.text(1));
+    return variables;
+}
+
+std::string Engine::variable(std::string_view name) const {
+    const auto found = m_variables.find(name);
+    return found == m_variables.end() ? "" : found->second;
+}
+
+std::uint64_t Engine::number(std::string_view name) const {
+    return toNumber(variable(name));
+}
+
+bool Engine::isOn(std::string_view name) const {
+    return variable(name) == "ON";
+}
+
+bool Engine::readsCounters(std::size_t sessions) {
+    if (!m_performanceSchema) return false;
+    if (sessions <= m_settings.counterLimit) return true;
+    m_log.tell("More than " + std::to_string(m_settings.counterLimit) +
+               " sessions: their record counters and disk accesses read 0 (XRMARIADB_COUNTER_LIMIT)");
+    return false;
+}
+
+void Engine::rememberAges(const std::vector<Process>& processes) {
+    const Clock::time_point now = Clock::now();
+    std::unordered_map<std::uint64_t, Clock::time_point> started;
+    started.reserve(processes.size());
+    for (const Process& process : processes) {
+        const auto known = m_startedBefore.find(process.id);
+        started.emplace(process.id, known != m_startedBefore.end()
+                                        ? known->second
+                                        : now - std::chrono::milliseconds(saturate(process.periodMs)));
+    }
+    m_startedBefore = std::move(started);
+}
+
+std::uint64_t Engine::knownAgeMs(std::uint64_t process) const {
+    const auto known = m_startedBefore.find(process);
+    if (known == m_startedBefore.end()) return 0;
+    const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - known->second);
+    return static_cast<std::uint64_t>(age.count());
+}
+
+}  // namespace xrmariadb

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+// One handle of the interface: a server, what it can tell, and the snapshots taken of it.
+#ifndef VEXO_MARIADB_ENGINE_H
+#define VEXO_MARIADB_ENGINE_H
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "Connection.h"
+#include "Locks.h"
+#include "Log.h"
+#include "Settings.h"
+#include "engine/xradmin.h"
+
+namespace xrmariadb {
+
+struct FileSnapshot;
+struct SessionSnapshot;
+
+// The largest value seen so far, for what the server keeps no peak of.
+class Peak {
+public:
+    std::uint64_t raise(std::uint64_t current) { return m_value = current > m_value ? current : m_value; }
+
+private:
+    std::uint64_t m_value = 0;
+};
+
+struct Peaks {
+    Peak users, files, handles, transactions, workerThreads, locks, dataInUse, sessions, remoteSessions, poolThreads;
+};
+
+// Names and values of the server's variables or status.
+using Variables = std::map<std::string, std::string, std::less<>>;
+
+class Engine {
+public:
+    Engine(std::string server, std::string user, std::string password);
+    ~Engine();
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+
+    // The connection, made at the first call. Throws StatusError, and after a loss always the same one.
+    Connection& connection();
+
+    // Closes the connection for good: every later use fails with this status.
+    void abandon(std::int16_t status);
+
+    // Throws if the connection was lost.
+    void checkAlive() const;
+
+    // The rows of a statement that this server may not answer: a table is missing, may not be read, or is empty
+    // because performance_schema is off. Nothing then, and the log tells once what that costs.
+    std::optional<Result> queryOptional(const char* statement, const char* loss);
+
+    Variables readVariables(const char* statement);
+
+    // A server variable as text ("" if unknown) and as number.
+    std::string variable(std::string_view name) const;
+    std::uint64_t number(std::string_view name) const;
+    bool isOn(std::string_view name) const;
+
+    bool hasPerformanceSchema() const { return m_performanceSchema; }
+    bool hasLockInstrument() const { return m_lockInstrument; }
+    bool readsCounters(std::size_t sessions);
+
+    // Milliseconds that a connection is known to exist, at least. Remembers the processes for later calls.
+    void rememberAges(const std::vector<Process>& processes);
+    std::uint64_t knownAgeMs(std::uint64_t process) const;
+
+    Log& log() { return m_log; }
+    Peaks& peaks() { return m_peaks; }
+
+    std::unique_ptr<FileSnapshot> fileSnapshot;
+    std::unique_ptr<SessionSnapshot> sessionSnapshot;
+    std::vector<XRSQLCONNINFO> connectionSnapshot;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void connect();
+    void readInstruments();
+
+    std::string m_server;
+    std::string m_user;
+    std::string m_password;
+    Settings m_settings;
+    Log m_log;
+    std::unique_ptr<Connection> m_connection;
+    std::int16_t m_lost = XR_OK;
+    Variables m_variables;
+    bool m_performanceSchema = false;
+    bool m_lockInstrument = false;
+    std::set<std::string, std::less<>> m_refused;
+    std::unordered_map<std::uint64_t, Clock::time_point> m_startedBefore;
+    Peaks m_peaks;
+};
+
+}  // namespace xrmariadb
+
+#endif

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+// Open files and the handles on them.
+#include "FileCalls.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "Activity.h"
+#include "Files.h"
+#include "Handles.h"
+#include "Names.h"
+#include "Texts.h"
+
+using namespace xrmariadb;
+
+namespace {
+
+constexpr std::uint8_t kYes = 'Y';
+constexpr std::uint8_t kNo = 'N';
+
+std::uint8_t flag(bool value) {
+    return value ? kYes : kNo;
+}
+
+std::uint32_t pageSize(const Engine& engine, const OpenFile& file) {
+    const std::string_view kind = extension(file.path);
+    if (kind == "MAI" || kind == "MAD") return saturate(engine.number("aria_block_size"));
+    if (kind == "MYI") return saturate(engine.number("myisam_block_size"));
+    return 0;
+}
+
+// Only for a server on this machine, and only where this process may look.
+std::uint32_t sizeOnDiskKB(Engine& engine, const OpenFile& file) {
+    struct stat status {};
+    if (!engine.connection().overUnixSocket() || stat(file.path.c_str(), &status) != 0) return 0;
+    return kilobytes(static_cast<std::uint64_t>(status.st_size));
+}
+
+XRFILEINFO describe(Engine& engine, const Files& files, const OpenFile& file) {
+    XRFILEINFO info{};
+    info.readOnlyFlag = flag(file.transactional && engine.isOn("innodb_read_only"));
+    info.readLocks = kNo;
+    info.transactionLock = kNo;
+    if (const Tablespace* tablespace = files.tablespaceOf(file)) {
+        info.pageSize = tablespace->pageSize;
+        info.physicalFileSizeKB = kilobytes(tablespace->size);
+    } else {
+        info.pageSize = pageSize(engine, file);
+        info.physicalFileSizeKB = sizeOnDiskKB(engine, file);
+    }
+    return info;
+}
+
+std::unique_ptr<FileSnapshot> takeSnapshot(Engine& engine) {
+    Files files(engine);
+    files.readTablespaces();
+    auto snapshot = std::make_unique<FileSnapshot>();
+    snapshot->processes = readProcesses(engine);
+    const Transactions transactions = readTransactions(engine);
+    TableLocks locks = readTableLocks(engine, readThreads(engine));
+    files.resolve(locks.tables);
+    snapshot->handles = joinLocks(snapshot->processes, transactions, locks).handles;
+    for (std::uint32_t index = 0; index < snapshot->handles.size(); ++index) {
+        snapshot->handlesByKey[locks.tables[snapshot->handles[index].table].key].push_back(index);
+    }
+
+    snapshot->files.reserve(files.open().size());
+    for (const OpenFile& file : files.open()) {
+        FileSnapshot::File entry;
+        entry.name = cutUtf8(cleanFileName(file.path), XR_NAME_SIZE - 1);
+        entry.info = describe(engine, files, file);
+        const auto handles = snapshot->handlesByKey.find(file.key);
+        if (handles != snapshot->handlesByKey.end()) {
+            entry.handles = &handles->second;
+            const auto some = [&](auto condition) {
+                return flag(std::any_of(entry.handles->begin(), entry.handles->end(),
+                                        [&](std::uint32_t index) { return condition(snapshot->handles[index]); }));
+            };
+            entry.info.readLocks = some([](const TableHandle& handle) { return handle.recordLockType != 'N'; });
+            entry.info.transactionLock = some([](const TableHandle& handle) {
+                return handle.transactionState != kNoTransaction && !isReadOnly(handle.openMode);
+            });
+        }
+        snapshot->files.push_back(std::move(entry));
+    }
+    for (std::size_t index = 0; index < snapshot->files.size(); ++index) {
+        snapshot->byName.emplace(snapshot->files[index].name, index);
+    }
+    return snapshot;
+}
+
+const FileSnapshot::File* findFile(const Engine& engine, const char* name) {
+    if (engine.fileSnapshot == nullptr) return nullptr;
+    const auto found = engine.fileSnapshot->byName.find(name);
+    return found == engine.fileSnapshot->byName.end() ? nullptr : &engine.fileSnapshot->files[found->second];
+}
+
+}  // namespace
+
+int16_t XrGetOpenFilesData(int32_t h, uint32_t* count) {
+    return answer(h, given(count), [&](Engine& engine) -> std::int16_t {
+        engine.fileSnapshot.reset();
+        engine.fileSnapshot = takeSnapshot(engine);
+        *count = static_cast<std::uint32_t>(engine.fileSnapshot->files.size());
+        return XR_OK;
+    });
+}
+
+int16_t XrGetOpenFileName(int32_t h, uint32_t index, uint32_t* size, char* name) {
+    return answer(h, given(size, name), [&](Engine& engine) -> std::int16_t {
+        if (engine.fileSnapshot == nullptr || index >= engine.fileSnapshot->files.size()) return XR_NO_MORE_ITEMS;
+        if (*size == 0) return XR_OK;
+        const std::string_view cut = cutUtf8(engine.fileSnapshot->files[index].name, *size - 1);
+        name[cut.copy(name, cut.size())] = '\0';
+        *size = static_cast<std::uint32_t>(cut.size() + 1);
+        return XR_OK;
+    });
+}
+
+int16_t XrGetFileInfo2(int32_t h, const char* name, XRFILEINFO* info) {
+    return answer(h, given(name, info), [&](Engine& engine) -> std::int16_t {
+        const FileSnapshot::File* file = findFile(engine, name);
+        if (file == nullptr) return XR_FILE_GONE;
+        *info = file->info;
+        return XR_OK;
+    });
+}
+
+int16_t XrFreeOpenFilesData(int32_t h) {
+    if (Engine* engine = findEngine(h)) engine->fileSnapshot.reset();
+    return XR_OK;
+}
+
+int16_t XrGetFileHandlesData(int32_t h, const char* name, uint32_t* count) {
+    return answer(h, given(name, count), [&](Engine& engine) -> std::int16_t {
+        const FileSnapshot::File* file = findFile(engine, name);
+        if (file == nullptr) return XR_FILE_GONE;
+        *count = file->handles == nullptr ? 0 : static_cast<std::uint32_t>(file->handles->size());
+        return XR_OK;
+    });
+}
+
+int16_t XrGetFileHandleInfo(int32_t h, const char* name, uint32_t index, XRFILEHANDLEINFO* info) {
+    return answer(h, given(name, info), [&](Engine& engine) -> std::int16_t {
+        const FileSnapshot::File* file = findFile(engine, name);
+        if (file == nullptr) return XR_FILE_GONE;
+        if (file->handles == nullptr || index >= file->handles->size()) return XR_NO_MORE_ITEMS;
+        const TableHandle& handle = engine.fileSnapshot->handles[(*file->handles)[index]];
+        const Process& process = engine.fileSnapshot->processes[handle.session];
+        *info = {};
+        info->clientIndex = saturate(process.id);
+        info->openMode = handle.openMode;
+        info->recordLockType = handle.recordLockType;
+        info->waitState = static_cast<std::uint8_t>(handle.waitState);
+        info->transactionState = handle.transactionState;
+        fill(info->clientName, clientName(process));
+        return XR_OK;
+    });
+}

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#include "Files.h"
+
+#include "Names.h"
+#include "Queries.h"
+#include "Texts.h"
+
+namespace xrmariadb {
+
+namespace {
+
+bool isTransactional(std::string_view instrument) {
+    return instrument.find("/innodb/") != std::string_view::npos;
+}
+
+// The key by which handles find a file: its table, or itself where it is a shared tablespace.
+std::string keyOf(std::string_view path, bool transactional) {
+    std::string key = tableKey(path);
+    return key.empty() && transactional ? std::string(baseName(path)) : key;
+}
+
+}  // namespace
+
+Files::Files(Engine& engine) : m_engine(engine), m_dataDirectory(engine.variable("datadir")) {
+    std::optional<Result> rows;
+    if (engine.hasPerformanceSchema()) rows = engine.queryOptional(queries::kFiles, "files are those of InnoDB only");
+    while (rows && rows->next()) {
+        const bool transactional = isTransactional(rows->text(1));
+        std::string path = absolutePath(rows->text(0), m_dataDirectory);
+        std::string key = keyOf(path, transactional);
+        m_open.push_back({std::move(path), std::move(key), transactional});
+    }
+    if (!rows) readTablespaces();
+    for (std::size_t index = 0; index < m_open.size(); ++index) {
+        if (m_open[index].key.empty()) continue;
+        const auto [preferred, isNew] = m_preferred.emplace(m_open[index].key, index);
+        if (isNew) continue;
+        const std::string& best = m_open[preferred->second].path;
+        const std::string& path = m_open[index].path;
+        // The first partition stands for all of them.
+        const int order = fileRank(path) - fileRank(best);
+        if (order < 0 || (order == 0 && path < best)) preferred->second = index;
+    }
+}
+
+void Files::readTablespaces() {
+    if (m_tablespacesRead) return;
+    m_tablespacesRead = true;
+    const bool standIn = m_open.empty();
+    Result rows = m_engine.connection().query(queries::kTablespaces);
+    while (rows.next()) {
+        std::string path = absolutePath(rows.text(1), m_dataDirectory);
+        if (rows.text(0) == "innodb_system") m_systemTablespace = baseName(path);
+        m_tablespaces.emplace(tablespaceKey(path), Tablespace{saturate(rows.number(2)), rows.number(3)});
+        std::string key = keyOf(path, true);
+        const auto [known, isNew] = m_tablePaths.emplace(key, path);
+        if (!isNew && path < known->second) known->second = path;
+        if (standIn) m_open.push_back({std::move(path), std::move(key), true});
+    }
+}
+
+const Tablespace* Files::tablespaceOf(const OpenFile& file) const {
+    const auto found = m_tablespaces.find(std::string(tablespaceKey(file.path)));
+    return file.transactional && found != m_tablespaces.end() ? &found->second : nullptr;
+}
+
+void Files::resolve(std::vector<LockedTable>& tables) {
+    for (LockedTable& table : tables) {
+        // What is found nowhere has no file: a view, or a table in memory.
+        if (!resolveOpen(table) && !resolveClosed(table)) resolveInSystemTablespace(table);
+    }
+}
+
+bool Files::resolveOpen(LockedTable& table) const {
+    const auto found = m_preferred.find(table.key);
+    if (found == m_preferred.end()) return false;
+    table.file = m_open[found->second].path;
+    table.transactional = m_open[found->second].transactional;
+    return true;
+}
+
+// The server may close the file of a table that is in use, to stay below its limit of open files.
+bool Files::resolveClosed(LockedTable& table) {
+    readTablespaces();
+    const auto found = m_tablePaths.find(table.key);
+    if (found == m_tablePaths.end()) return false;
+    table.file = found->second;
+    table.transactional = true;
+    return true;
+}
+
+bool Files::resolveInSystemTablespace(LockedTable& table) {
+    if (!m_systemTablesRead) {
+        m_systemTablesRead = true;
+        auto rows = m_engine.queryOptional(queries::kTablesInSystemTablespace,
+                                           "tables without a file of their own count as not transactional");
+        while (rows && rows->next())
+            m_systemTables.emplace(rows->text(0));
+    }
+    if (m_systemTables.count(table.key) == 0) return false;
+    table.key = m_systemTablespace;
+    table.transactional = true;
+    resolveOpen(table) || resolveClosed(table);
+    return true;
+}
+
+}  // namespace xrmariadb

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "LockRules.h"
+
+#include <algorithm>
+#include <array>
+
+namespace xrmariadb {
+
+namespace {
+
+constexpr std::uint8_t kNormal = 0;
+constexpr std::uint8_t kReadOnly = 254;
+constexpr std::uint8_t kExclusive = 252;
+constexpr std::uint8_t kNormalNonTransactional = 248;
+constexpr std::uint8_t kReadOnlyNonTransactional = 246;
+constexpr std::uint8_t kExclusiveNonTransactional = 244;
+
+// In the order of LockStrength.
+constexpr std::array<std::string_view, 9> kLockNames = {"SHARED",           "SHARED_HIGH_PRIO",     "SHARED_READ",
+                                                        "SHARED_READ_ONLY", "SHARED_UPGRADABLE",    "SHARED_WRITE",
+                                                        "SHARED_NO_WRITE",  "SHARED_NO_READ_WRITE", "EXCLUSIVE"};
+
+}  // namespace
+
+LockStrength lockStrength(std::string_view name) {
+    constexpr std::string_view kPrefix = "MDL_";
+    if (name.substr(0, kPrefix.size()) == kPrefix) name.remove_prefix(kPrefix.size());
+    const auto* found = std::find(kLockNames.begin(), kLockNames.end(), name);
+    return found == kLockNames.end() ? LockStrength::kShared : static_cast<LockStrength>(found - kLockNames.begin());
+}
+
+bool shutsOthersOut(LockStrength strength) {
+    return strength >= LockStrength::kSharedNoReadWrite;
+}
+
+bool allowsWriting(LockStrength strength) {
+    return strength >= LockStrength::kSharedUpgradable;
+}
+
+std::uint8_t openMode(LockStrength strength, bool transactional) {
+    if (shutsOthersOut(strength)) return transactional ? kExclusive : kExclusiveNonTransactional;
+    if (!allowsWriting(strength)) return transactional ? kReadOnly : kReadOnlyNonTransactional;
+    return transactional ? kNormal : kNormalNonTransactional;
+}
+
+bool isReadOnly(std::uint8_t mode) {
+    return mode == kReadOnly || mode == kReadOnlyNonTransactional;
+}
+
+std::uint64_t rowLocks(std::uint64_t rowsLocked, std::uint64_t rowsModified, bool waitsForRow) {
+    const std::uint64_t held = rowsLocked > 0 && waitsForRow ? rowsLocked - 1 : rowsLocked;
+    return held != 0 ? held : rowsModified;
+}
+
+std::uint8_t recordLockType(std::uint64_t locks) {
+    return locks == 0 ? 'N' : locks == 1 ? 'S' : 'M';
+}
+
+std::uint16_t transactionState(bool locksTable, bool openTransaction) {
+    return locksTable ? kExclusiveLock : openTransaction ? kConcurrentLock : kNoTransaction;
+}
+
+std::uint16_t connectionStatus(std::string_view command) {
+    return command == "Sleep" ? 0 : command == "Killed" ? 2 : 1;
+}
+
+}  // namespace xrmariadb

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#include "Log.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <ctime>
+#include <fstream>
+#include <utility>
+
+#include "Texts.h"
+
+namespace xrmariadb {
+
+Log::Log(std::string path) : m_path(std::move(path)) {
+}
+
+void Log::tell(const std::string& text) {
+    if (m_path.empty() || !m_told.insert(text).second) return;
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    std::array<char, 32> clock{};
+    if (localtime_r(&now, &local) == nullptr) return;
+    if (std::strftime(clock.data(), clock.size(), "%Y-%m-%dT%H:%M:%S%z", &local) == 0) return;
+    // Parts of the text come from the server.
+    std::ofstream(m_path, std::ios::app) << clock.data() << " xrmariadb[" << getpid() << "] " << cleanText(text)
+                                         << '\n';
+}
+
+}  // namespace xrmariadb

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#include "Names.h"
+
+#include <algorithm>
+#include <array>
+
+namespace xrmariadb {
+
+namespace {
+
+// Data files first. The rest are the index and description files, of which a table keeps some open as well.
+constexpr std::array<std::string_view, 10> kTableFiles = {"ibd", "MYD", "MAD", "CSV", "ARZ",
+                                                          "MRG", "MYI", "MAI", "CSM", "ARM"};
+
+}  // namespace
+
+std::string_view baseName(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
+std::string_view extension(std::string_view path) {
+    const std::string_view name = baseName(path);
+    const std::size_t dot = name.rfind('.');
+    return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
+}
+
+int fileRank(std::string_view path) {
+    const auto* found = std::find(kTableFiles.begin(), kTableFiles.end(), extension(path));
+    return static_cast<int>(found - kTableFiles.begin());
+}
+
+std::string tableKey(std::string_view path) {
+    // By extension, or the binary log "data/binlog.000001" would be the file of a table "binlog" in schema "data".
+    if (fileRank(path) == static_cast<int>(kTableFiles.size())) return {};
+    std::string_view table = baseName(path);
+    if (table.size() == path.size()) return {};
+    const std::string_view schema = baseName(path.substr(0, path.size() - table.size() - 1));
+    table.remove_suffix(extension(table).size() + 1);
+    // A "#" that belongs to a name is encoded in file names, so this one begins the partition's suffix.
+    table = table.substr(0, std::min(table.find("#P#"), table.find("#p#")));
+    return std::string(schema).append("/").append(table);
+}
+
+std::string_view tablespaceKey(std::string_view path) {
+    const std::size_t file = baseName(path).size();
+    if (tableKey(path).empty()) return path.substr(path.size() - file);
+    const std::size_t schema = baseName(path.substr(0, path.size() - file - 1)).size();
+    return path.substr(path.size() - file - 1 - schema);
+}
+
+std::string absolutePath(std::string_view path, std::string_view dataDirectory) {
+    if (path.empty() || path[0] == '/') return std::string(path);
+    if (path.substr(0, 2) == "./") path.remove_prefix(2);
+    path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+    while (!dataDirectory.empty() && dataDirectory.back() == '/')
+        dataDirectory.remove_suffix(1);
+    return std::string(dataDirectory).append("/").append(path);
+}
+
+std::string quotedName(std::string_view schema, std::string_view table) {
+    std::string quoted;
+    for (const std::string_view part : {schema, table}) {
+        quoted += quoted.empty() ? "`" : ".`";
+        for (const char c : part)
+            quoted.append(c == '`' ? 2 : 1, c);
+        quoted += '`';
+    }
+    return quoted;
+}
+
+bool namesTable(std::string_view lockTable, std::string_view quoted) {
+    constexpr std::string_view kPartition = " /*";
+    if (lockTable.substr(0, quoted.size()) != quoted) return false;
+    const std::string_view rest = lockTable.substr(quoted.size());
+    return rest.empty() || rest.substr(0, kPartition.size()) == kPartition;
+}
+
+}  // namespace xrmariadb

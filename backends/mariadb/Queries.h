@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+// Every statement that is sent to a server. None reads user data or the text of anybody's statements, and none joins
+// performance_schema tables: those have no indexes, so rows are matched here instead.
+#ifndef VEXO_MARIADB_QUERIES_H
+#define VEXO_MARIADB_QUERIES_H
+
+namespace xrmariadb::queries {
+
+// Connecting. %u is the longest time of a statement in seconds.
+constexpr const char* kSession =
+    "SET SESSION autocommit=1, wait_timeout=31536000, max_statement_time=%u, lock_wait_timeout=5, sql_mode=''";
+
+constexpr const char* kVariables =
+    "SHOW GLOBAL VARIABLES WHERE Variable_name IN ('aria_block_size','datadir','extra_max_connections','extra_port',"
+    "'innodb_buffer_pool_size','innodb_read_only','max_connections','myisam_block_size','open_files_limit',"
+    "'performance_schema','table_open_cache','thread_handling','thread_pool_max_threads')";
+
+constexpr const char* kInstruments =
+    "SELECT NAME, ENABLED FROM performance_schema.setup_instruments "
+    "WHERE NAME IN ('wait/lock/metadata/sql/mdl','wait/io/socket/sql/client_connection')";
+
+// Fails without the PROCESS privilege, unlike the process list, which then silently shows the own sessions only.
+constexpr const char* kProcessPrivilege = "SELECT COUNT(*) FROM information_schema.INNODB_TRX";
+
+// Sessions.
+constexpr const char* kProcesses =
+    "SELECT ID, USER, HOST, DB, COMMAND, TIME_MS, STATE FROM information_schema.PROCESSLIST "
+    "WHERE ID <> CONNECTION_ID() AND COMMAND <> 'Daemon' AND USER <> 'system user' ORDER BY ID";
+
+constexpr const char* kThreads =
+    "SELECT THREAD_ID, PROCESSLIST_ID FROM performance_schema.threads WHERE PROCESSLIST_ID IS NOT NULL";
+
+constexpr const char* kAttributes =
+    "SELECT PROCESSLIST_ID, ATTR_NAME, ATTR_VALUE FROM performance_schema.session_connect_attrs "
+    "WHERE ATTR_NAME IN ('_pid','program_name','_client_name')";
+
+constexpr const char* kSockets =
+    "SELECT THREAD_ID, IP, PORT FROM performance_schema.socket_instances "
+    "WHERE EVENT_NAME = 'wait/io/socket/sql/client_connection'";
+
+// Both grow faster than the number of sessions.
+constexpr const char* kCounters =
+    "SELECT THREAD_ID, VARIABLE_NAME, VARIABLE_VALUE FROM performance_schema.status_by_thread WHERE VARIABLE_NAME IN "
+    "('Handler_delete','Handler_update','Handler_write','Handler_read_first','Handler_read_key','Handler_read_last',"
+    "'Handler_read_next','Handler_read_prev','Handler_read_rnd','Handler_read_rnd_next','Rows_tmp_read')";
+
+constexpr const char* kFileAccesses =
+    "SELECT THREAD_ID, SUM(COUNT_STAR) FROM performance_schema.events_waits_summary_by_thread_by_event_name "
+    "WHERE EVENT_NAME LIKE 'wait/io/file/%' GROUP BY THREAD_ID";
+
+// Transactions and locks. The two halves of a name are encoded apart, or the "/" between them would be encoded too.
+constexpr const char* kTransactions =
+    "SELECT trx_mysql_thread_id, trx_rows_locked, trx_rows_modified, trx_autocommit_non_locking "
+    "FROM information_schema.INNODB_TRX";
+
+constexpr const char* kWaits =
+    "SELECT t.trx_mysql_thread_id, l.lock_table, l.lock_type FROM information_schema.INNODB_TRX t "
+    "JOIN information_schema.INNODB_LOCKS l ON l.lock_id = t.trx_requested_lock_id";
+
+constexpr const char* kTableLocks =
+    "SELECT OWNER_THREAD_ID, OBJECT_SCHEMA, OBJECT_NAME, CAST(CONVERT(OBJECT_SCHEMA USING filename) AS BINARY), "
+    "CAST(CONVERT(OBJECT_NAME USING filename) AS BINARY), LOCK_TYPE, LOCK_STATUS "
+    "FROM performance_schema.metadata_locks WHERE OBJECT_TYPE = 'TABLE'";
+
+// Of the plug-in that stands in for the above: granted locks only, under the session's own id.
+constexpr const char* kTableLocksOfPlugin =
+    "SELECT THREAD_ID, TABLE_SCHEMA, TABLE_NAME, CAST(CONVERT(TABLE_SCHEMA USING filename) AS BINARY), "
+    "CAST(CONVERT(TABLE_NAME USING filename) AS BINARY), LOCK_MODE, 'GRANTED' "
+    "FROM information_schema.METADATA_LOCK_INFO WHERE LOCK_TYPE='Table metadata lock'";
+
+// Files.
+constexpr const char* kFiles =
+    "SELECT FILE_NAME, EVENT_NAME FROM performance_schema.file_instances WHERE OPEN_COUNT > 0";
+
+constexpr const char* kTablespaces =
+    "SELECT NAME, FILENAME, PAGE_SIZE, FILE_SIZE FROM information_schema.INNODB_SYS_TABLESPACES";
+
+constexpr const char* kTablesInSystemTablespace =
+    "SELECT NAME FROM information_schema.INNODB_SYS_TABLES WHERE SPACE = 0";
+
+// Totals.
+constexpr const char* kStatus =
+    "SHOW GLOBAL STATUS WHERE Variable_name IN ('Aborted_clients','Innodb_buffer_pool_bytes_data',"
+    "'Innodb_num_open_files','Max_used_connections','Open_files','Open_tables','Performance_schema_file_instances_lost'"
+    ","
+    "'Performance_schema_metadata_lock_lost','Performance_schema_thread_instances_lost','Questions',"
+    "'Threadpool_threads','Threads_connected','Threads_running','Uptime')";
+
+constexpr const char* kUsers =
+    "SELECT COUNT(DISTINCT IF(USER='unauthenticated user', NULL, USER)), COUNT(*), "
+    "COALESCE(SUM(HOST <> 'localhost'),0) FROM information_schema.PROCESSLIST "
+    "WHERE COMMAND <> 'Daemon' AND USER <> 'system user'";
+
+constexpr const char* kRemoteRequests =
+    "SELECT COALESCE(SUM(VARIABLE_VALUE),0) FROM performance_schema.status_by_host "
+    "WHERE VARIABLE_NAME='Questions' AND HOST IS NOT NULL AND HOST <> 'localhost'";
+
+}  // namespace xrmariadb::queries
+
+#endif

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// Reads the server text of the monitor's configuration: a host, with or without port, or a Unix socket.
+#ifndef VEXO_MARIADB_SERVERTEXT_H
+#define VEXO_MARIADB_SERVERTEXT_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace xrmariadb {
+
+struct ServerAddress {
+    std::string host;       // empty: over a Unix socket
+    std::string socket;     // empty: the client library's default
+    unsigned port = 0;      // 0: the client library's default
+    bool forceTcp = false;  // the client library takes "localhost" for the Unix socket even when a port is given
+};
+
+// "" (default socket), "/path/of/socket", "host", "host:port", "[address]", "[address]:port" or a bare IPv6 address.
+// Nothing if the text is none of these.
+std::optional<ServerAddress> parseServerText(std::string_view text);
+
+// One end of a connection as the process list names it. Names are cut there at 64 characters, which may cost the port.
+struct ClientAddress {
+    bool unixSocket = false;
+    std::string_view host;  // points into the text that was split
+};
+
+ClientAddress splitClientAddress(std::string_view text);
+
+// Whether a host name or an IP address is this machine's loopback.
+bool isLoopback(std::string_view host);
+
+}  // namespace xrmariadb
+
+#endif

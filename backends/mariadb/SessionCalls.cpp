@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: MIT
+// Sessions of the transactional engine and the handles that they hold.
+#include "SessionCalls.h"
+
+#include <string_view>
+
+#include "Activity.h"
+#include "Files.h"
+#include "Handles.h"
+#include "Queries.h"
+#include "ServerText.h"
+#include "Texts.h"
+
+using namespace xrmariadb;
+
+namespace {
+
+// Work of a session since it began.
+struct Counters {
+    std::uint64_t deleted = 0;
+    std::uint64_t updated = 0;
+    std::uint64_t inserted = 0;
+    std::uint64_t readRequests = 0;
+    std::uint64_t readFromTemporary = 0;
+    std::uint64_t diskAccesses = 0;
+};
+
+void count(Counters& counters, std::string_view name, std::uint64_t value) {
+    if (name == "Handler_delete") {
+        counters.deleted = value;
+    } else if (name == "Handler_update") {
+        counters.updated = value;
+    } else if (name == "Handler_write") {
+        counters.inserted = value;
+    } else if (name == "Rows_tmp_read") {
+        counters.readFromTemporary = value;
+    } else {
+        counters.readRequests += value;
+    }
+}
+
+// By the server's thread number. Empty where there are too many sessions to ask for all of them.
+std::unordered_map<std::uint64_t, Counters> readCounters(Engine& engine, std::size_t sessions) {
+    std::unordered_map<std::uint64_t, Counters> counters;
+    if (!engine.readsCounters(sessions)) return counters;
+    auto rows = engine.queryOptional(queries::kCounters, "the record counters of sessions read 0");
+    while (rows && rows->next())
+        count(counters[rows->number(0)], rows->text(1), rows->number(2));
+    rows = engine.queryOptional(queries::kFileAccesses, "the disk accesses of sessions read 0");
+    while (rows && rows->next())
+        counters[rows->number(0)].diskAccesses = rows->number(1);
+    return counters;
+}
+
+std::unordered_map<std::uint64_t, Counters> bySession(const std::unordered_map<std::uint64_t, Counters>& byThread,
+                                                      const Threads& threads) {
+    std::unordered_map<std::uint64_t, Counters> counters;
+    counters.reserve(byThread.size());
+    for (const auto& [thread, value] : byThread) {
+        const auto session = threads.find(thread);
+        if (session != threads.end()) counters.emplace(session->second, value);
+    }
+    return counters;
+}
+
+XRKESDCLIENTINFO describe(const Process& process, const Counters& counters, const SessionState& state,
+                          const std::string& address, std::uint64_t pid) {
+    XRKESDCLIENTINFO info{};
+    const ClientAddress listed = splitClientAddress(process.host);
+    info.site = listed.unixSocket || isLoopback(splitClientAddress(address).host) || isLoopback(listed.host) ? 1 : 0;
+    fill(info.sessionName, clientName(process));
+    info.recordsDeleted = saturate(counters.deleted);
+    info.recordsUpdated = saturate(counters.updated);
+    info.recordsInserted = saturate(counters.inserted);
+    // Rows that a statement fetched from its own temporary tables were read by nobody else's standards.
+    info.recordsRead = saturate(counters.readRequests - std::min(counters.readRequests, counters.readFromTemporary));
+    info.diskAccesses = saturate(counters.diskAccesses);
+    info.locksUsed = saturate(state.rowLocks);
+    info.transactionState = state.transactionState;
+    info.pid = saturate(pid);
+    info.connectionNumber = saturate(process.id);
+    fill(info.networkAddress, address);
+    return info;
+}
+
+template <class Value>
+Value valueOr(const std::unordered_map<std::uint64_t, Value>& values, std::uint64_t key) {
+    const auto found = values.find(key);
+    return found == values.end() ? Value{} : found->second;
+}
+
+std::unique_ptr<SessionSnapshot> takeSnapshot(Engine& engine) {
+    auto snapshot = std::make_unique<SessionSnapshot>();
+    const std::vector<Process> processes = readProcesses(engine);
+    const Transactions transactions = readTransactions(engine);
+    const Threads threads = readThreads(engine);
+    TableLocks locks = readTableLocks(engine, threads);
+    Files files(engine);
+    files.resolve(locks.tables);
+    snapshot->locks = joinLocks(processes, transactions, locks);
+    snapshot->files.reserve(locks.tables.size());
+    for (const LockedTable& table : locks.tables)
+        snapshot->files.push_back(cleanFileName(table.file));
+
+    const auto attributes = readAttributes(engine);
+    const auto counters = bySession(readCounters(engine, processes.size()), threads);
+    const auto addresses = readAddresses(engine, threads);
+    snapshot->clients.reserve(processes.size());
+    snapshot->ids.reserve(processes.size());
+    snapshot->byId.reserve(processes.size());
+    for (const Process& process : processes) {
+        const std::size_t index = snapshot->clients.size();
+        snapshot->clients.push_back(describe(process, valueOr(counters, process.id), snapshot->locks.sessions[index],
+                                             networkAddress(process, addresses), valueOr(attributes, process.id).pid));
+        snapshot->ids.push_back(process.id);
+        snapshot->byId.emplace(process.id, index);
+    }
+    return snapshot;
+}
+
+// Nothing if the client is not in the snapshot.
+std::optional<std::size_t> findClient(const Engine& engine, const XRCLIENTID* client) {
+    if (engine.sessionSnapshot == nullptr) return std::nullopt;
+    const std::string_view text(client->text, strnlen(client->text, sizeof client->text));
+    const auto found = engine.sessionSnapshot->byId.find(toNumber(text));
+    if (found == engine.sessionSnapshot->byId.end()) return std::nullopt;
+    return found->second;
+}
+
+}  // namespace
+
+int16_t XrGetKesdClientsData(int32_t h, uint32_t* count) {
+    return answer(h, given(count), [&](Engine& engine) -> std::int16_t {
+        engine.sessionSnapshot.reset();
+        engine.sessionSnapshot = takeSnapshot(engine);
+        *count = static_cast<std::uint32_t>(engine.sessionSnapshot->clients.size());
+        return XR_OK;
+    });
+}
+
+int16_t XrGetKesdClientId(int32_t h, uint32_t index, XRCLIENTID* client) {
+    return answer(h, given(client), [&](Engine& engine) -> std::int16_t {
+        if (engine.sessionSnapshot == nullptr || index >= engine.sessionSnapshot->ids.size()) return XR_NO_MORE_ITEMS;
+        const std::uint64_t id = engine.sessionSnapshot->ids[index];
+        *client = {};
+        fill(client->text, std::to_string(id));
+        client->idWord = static_cast<std::uint16_t>(id >> 16U);
+        client->taskNumber = static_cast<std::uint16_t>(id);
+        return XR_OK;
+    });
+}
+
+int16_t XrGetKesdClientInfo(int32_t h, const XRCLIENTID* client, XRKESDCLIENTINFO* info) {
+    return answer(h, given(client, info), [&](Engine& engine) -> std::int16_t {
+        const std::optional<std::size_t> index = findClient(engine, client);
+        if (!index) return XR_CLIENT_GONE;
+        *info = engine.sessionSnapshot->clients[*index];
+        return XR_OK;
+    });
+}
+
+int16_t XrGetKesdClientHandlesData(int32_t h, const XRCLIENTID* client, uint32_t* count) {
+    return answer(h, given(client, count), [&](Engine& engine) -> std::int16_t {
+        const std::optional<std::size_t> index = findClient(engine, client);
+        if (!index) return XR_CLIENT_GONE;
+        *count = engine.sessionSnapshot->locks.sessions[*index].handleCount;
+        return XR_OK;
+    });
+}
+
+int16_t XrGetKesdClientHandleInfo(int32_t h, const XRCLIENTID* client, uint32_t index, XRKESDCLIENTHANDLEINFO* info) {
+    return answer(h, given(client, info), [&](Engine& engine) -> std::int16_t {
+        const std::optional<std::size_t> found = findClient(engine, client);
+        if (!found) return XR_CLIENT_GONE;
+        const SessionState& session = engine.sessionSnapshot->locks.sessions[*found];
+        if (index >= session.handleCount) return XR_NO_MORE_ITEMS;
+        const TableHandle& handle = engine.sessionSnapshot->locks.handles[session.firstHandle + index];
+        *info = {};
+        info->openMode = handle.openMode;
+        info->recordLockType = handle.recordLockType;
+        info->waitState = static_cast<std::uint8_t>(handle.waitState);
+        info->transactionState = handle.transactionState;
+        fill(info->fileName, engine.sessionSnapshot->files[handle.table]);
+        return XR_OK;
+    });
+}
+
+int16_t XrFreeKesdClientsData(int32_t h) {
+    if (Engine* engine = findEngine(h)) engine->sessionSnapshot.reset();
+    return XR_OK;
+}

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+// Resource usage and communication statistics.
+#include <algorithm>
+
+#include "Activity.h"
+#include "Handles.h"
+#include "Queries.h"
+#include "Texts.h"
+
+using namespace xrmariadb;
+
+namespace {
+
+constexpr std::uint32_t kTcp = 4;
+
+// The server's status values and the population of its process list, our own connection included.
+class Totals {
+public:
+    explicit Totals(Engine& engine) : m_status(engine.readVariables(queries::kStatus)) {
+        Result rows = engine.connection().query(queries::kUsers);
+        if (rows.next()) {
+            users = rows.number(0);
+            remote = rows.number(2);
+        }
+        for (const char* lost : {"file_instances", "metadata_lock", "thread_instances"}) {
+            const std::string name = std::string("Performance_schema_") + lost + "_lost";
+            if ((*this)[name] > 0) engine.log().tell(name + " is not 0: performance_schema had no room for all rows");
+        }
+    }
+
+    std::uint64_t operator[](std::string_view name) const {
+        const auto found = m_status.find(name);
+        return found == m_status.end() ? 0 : toNumber(found->second);
+    }
+
+    std::uint64_t users = 0;
+    std::uint64_t remote = 0;
+
+private:
+    Variables m_status;
+};
+
+bool hasThreadPool(const Engine& engine) {
+    return engine.variable("thread_handling") == "pool-of-threads";
+}
+
+// One connection more than the limit may be there, an administrator's.
+std::uint64_t maxSessions(const Engine& engine) {
+    const std::uint64_t extra = engine.number("extra_port") == 0 ? 0 : engine.number("extra_max_connections");
+    return engine.number("max_connections") + extra;
+}
+
+std::uint64_t maxThreads(const Engine& engine) {
+    return engine.number(hasThreadPool(engine) ? "thread_pool_max_threads" : "max_connections");
+}
+
+// The server's own peak of connections is set back by FLUSH STATUS, the one seen here is not.
+std::uint64_t peakSessions(Engine& engine, const Totals& totals) {
+    engine.peaks().sessions.raise(totals["Max_used_connections"]);
+    return engine.peaks().sessions.raise(totals["Threads_connected"]);
+}
+
+constexpr std::uint64_t toMB(std::uint64_t bytes) {
+    return bytes >> 20U;
+}
+
+XRKESDUSAGE readUsage(Engine& engine) {
+    const Totals totals(engine);
+    const Transactions transactions = readTransactions(engine);
+    Peaks& peaks = engine.peaks();
+    XRKESDUSAGE usage{};
+    usage.userCountCurrent = saturate(totals.users);
+    usage.userCountPeak = saturate(peaks.users.raise(totals.users));
+    usage.userCountMax = saturateSigned(engine.number("max_connections"));
+
+    const std::uint64_t files = totals["Open_files"] + totals["Innodb_num_open_files"];
+    usage.filesCurrent = saturate(files);
+    usage.filesPeak = saturate(peaks.files.raise(files));
+    usage.filesMax = saturateSigned(engine.number("open_files_limit"));
+
+    const std::uint64_t handles = totals["Open_tables"];
+    usage.handlesCurrent = saturate(handles);
+    usage.handlesPeak = saturate(peaks.handles.raise(handles));
+    usage.handlesMax = saturateSigned(engine.number("table_open_cache"));
+
+    usage.transactionsCurrent = saturate(transactions.open);
+    usage.transactionsPeak = saturate(peaks.transactions.raise(transactions.open));
+
+    usage.clientsCurrent = usage.sessionCountCurrent = saturate(totals["Threads_connected"]);
+    usage.clientsPeak = usage.sessionCountPeak = saturate(peakSessions(engine, totals));
+    usage.clientsMax = usage.sessionCountMax = saturateSigned(maxSessions(engine));
+
+    const std::uint64_t running = totals["Threads_running"];
+    usage.workerThreadsCurrent = saturate(running);
+    usage.workerThreadsPeak = saturate(peaks.workerThreads.raise(running));
+    usage.workerThreadsMax = saturateSigned(maxThreads(engine));
+
+    usage.locksCurrent = saturate(transactions.rowLocks);
+    usage.locksPeak = saturate(peaks.locks.raise(transactions.rowLocks));
+
+    const std::uint64_t dataInUse = toMB(totals["Innodb_buffer_pool_bytes_data"]);
+    usage.dataInUseMBCurrent = saturate(dataInUse);
+    usage.dataInUseMBPeak = saturate(peaks.dataInUse.raise(dataInUse));
+    usage.dataInUseMBMax = saturateSigned(toMB(engine.number("innodb_buffer_pool_size")));
+
+    usage.engineUptimeSecs = saturate(totals["Uptime"]);
+    return usage;
+}
+
+std::uint64_t readRemoteRequests(Engine& engine) {
+    if (!engine.hasPerformanceSchema()) return 0;
+    auto rows = engine.queryOptional(queries::kRemoteRequests, "the requests by protocol read 0");
+    return rows && rows->next() ? rows->number(0) : 0;
+}
+
+XRKESDCOMMSTAT readCommunication(Engine& engine) {
+    const Totals totals(engine);
+    Peaks& peaks = engine.peaks();
+    XRKESDCOMMSTAT stat{};
+    stat.totalRequestsProcessed = saturate(totals["Questions"]);
+    stat.remoteSessionsCurrent = saturate(totals.remote);
+    stat.remoteSessionsPeak = saturate(peaks.remoteSessions.raise(totals.remote));
+    stat.remoteSessionsMax = saturate(engine.number("max_connections"));
+    const std::uint64_t connected = totals["Threads_connected"];
+    const std::uint64_t pool = totals["Threadpool_threads"];
+    const bool pooled = hasThreadPool(engine);
+    stat.commThreadsCurrent = saturate(pooled ? pool : connected);
+    stat.commThreadsPeak = saturate(pooled ? peaks.poolThreads.raise(pool) : peakSessions(engine, totals));
+    stat.commThreadsMax = saturate(maxThreads(engine));
+    // An upper bound: clients that were killed or went away without a word are among them.
+    stat.totalConnectionTimeouts = saturate(totals["Aborted_clients"]);
+    // The Unix socket is no network protocol and has no entry.
+    stat.protocolCount = 1;
+    stat.protocols[0] = {kTcp, saturate(readRemoteRequests(engine)), stat.remoteSessionsCurrent,
+                         stat.remoteSessionsPeak};
+    return stat;
+}
+
+}  // namespace
+
+int16_t XrGetKesdUsageEx2(int32_t h, XRKESDUSAGE* usage) {
+    return answer(h, given(usage), [&](Engine& engine) -> std::int16_t {
+        *usage = readUsage(engine);
+        return XR_OK;
+    });
+}
+
+int16_t XrGetKesdCommStatEx(int32_t h, XRKESDCOMMSTAT* stat) {
+    return answer(h, given(stat), [&](Engine& engine) -> std::int16_t {
+        *stat = readCommunication(engine);
+        return XR_OK;
+    });
+}

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+#include "Texts.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <system_error>
+
+namespace xrmariadb {
+
+namespace {
+
+unsigned byteAt(std::string_view text, std::size_t position) {
+    return static_cast<unsigned char>(text[position]);
+}
+
+bool isContinuation(unsigned byte) {
+    return (byte & 0xC0U) == 0x80U;
+}
+
+// Bytes of the printable character at `position`, 0 if there is none: a control character of either range (the
+// second one, U+0080 to U+009F, also moves a terminal's cursor) or a broken sequence.
+std::size_t characterLength(std::string_view text, std::size_t position) {
+    const unsigned first = byteAt(text, position);
+    if (first < 0x80) return first < 0x20 || first == 0x7F ? 0 : 1;
+    const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    if (length == 0 || text.size() - position < length) return 0;
+    for (std::size_t offset = 1; offset < length; ++offset) {
+        if (!isContinuation(byteAt(text, position + offset))) return 0;
+    }
+    const unsigned second = byteAt(text, position + 1);
+    const bool control = first == 0xC2 && second < 0xA0;
+    const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
+    const bool outside = (first == 0xED && second >= 0xA0) || (first == 0xF4 && second >= 0x90);
+    return control || overlong || outside ? 0 : length;
+}
+
+std::string clean(std::string_view text, std::string_view refused) {
+    std::string cleaned;
+    cleaned.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const std::size_t length = characterLength(text, position);
+        if (length == 0 || refused.find(text[position]) != std::string_view::npos) {
+            cleaned += '?';
+            ++position;
+        } else {
+            cleaned += text.substr(position, length);
+            position += length;
+        }
+    }
+    return cleaned;
+}
+
+}  // namespace
+
+std::string cleanText(std::string_view text) {
+    return clean(text, "\"\\");
+}
+
+std::string cleanFileName(std::string_view name) {
+    return clean(name, "\"");
+}
+
+std::string_view cutUtf8(std::string_view text, std::size_t limit) {
+    if (text.size() <= limit) return text;
+    while (limit > 0 && isContinuation(byteAt(text, limit)))
+        --limit;
+    return text.substr(0, limit);
+}
+
+std::uint64_t toNumber(std::string_view text) {
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc::result_out_of_range ? std::numeric_limits<std::uint64_t>::max() : number;
+}
+
+std::uint32_t saturate(std::uint64_t value) {
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::uint32_t>::max()));
+}
+
+std::int32_t saturateSigned(std::uint64_t value) {
+    return static_cast<std::int32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::int32_t>::max()));
+}
+
+std::uint32_t kilobytes(std::uint64_t bytes) {
+    return saturate(bytes / 1024 + (bytes % 1024 != 0 ? 1 : 0));
+}
+
+}  // namespace xrmariadb
