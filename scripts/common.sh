@@ -33,14 +33,20 @@ build_packages=(g++ cmake ninja-build libtomlplusplus-dev)
 # What the back end for MariaDB is built with, and the server that its tests run.
 mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
 test_packages=("${build_packages[@]}" "${mariadb_packages[@]}" libgtest-dev python3 valgrind)
-check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev llvm)
+check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev)
 
-# Configures and builds everything in build/NAME; further arguments go to cmake.
-build_in() {
+# Configures build/NAME; further arguments go to cmake.
+configure() {
     local name=$1
     shift
-    cmake -S "$root" -B "$root/build/$name" -G Ninja "$@" >"$root/build/$name.log" || { cat "$root/build/$name.log"; return 1; }
-    cmake --build "$root/build/$name" -- --quiet
+    cmake -S "$root" -B "$root/build/$name" -G Ninja "$@" >"$root/build/$name.log" ||
+        { cat "$root/build/$name.log"; return 1; }
+}
+
+# The same, and builds everything there.
+build_in() {
+    configure "$@"
+    cmake --build "$root/build/$1" -- --quiet
 }
 
 # Runs the tests of build/NAME; further arguments go to ctest.

@@ -21,6 +21,11 @@ bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\f';
 }
 
+// Half of a pair, which is no character.
+bool isSurrogate(std::uint32_t c) {
+    return c >= 0xD800 && c <= 0xDFFF;
+}
+
 // The number of the leading bytes of `text` that continue a UTF-8 sequence.
 std::size_t continuationBytes(std::string_view text) {
     std::size_t count = 0;
@@ -41,7 +46,7 @@ wchar_t takeCharacter(std::string_view& text) {
         c = c << 6U | (static_cast<unsigned char>(text[i]) & 0x3FU);
     text.remove_prefix(more);
     const bool tooLong = (more == 2 && c < 0x800) || (more == 3 && c < 0x10000);
-    return tooLong || c > 0x10FFFF ? kReplacement : static_cast<wchar_t>(c);
+    return tooLong || c > 0x10FFFF || isSurrogate(c) ? kReplacement : static_cast<wchar_t>(c);
 }
 
 // Four hexadecimal digits off the front of `text`.
@@ -93,7 +98,7 @@ wchar_t takeEscape(std::string_view& text) {
             return static_cast<wchar_t>(0x10000 + ((*first - 0xD800) << 10U) + (*second - 0xDC00));
         }
     }
-    return *first >= 0xD800 && *first <= 0xDFFF ? kReplacement : static_cast<wchar_t>(*first);
+    return isSurrogate(*first) ? kReplacement : static_cast<wchar_t>(*first);
 }
 
 String unescape(std::string_view text) {

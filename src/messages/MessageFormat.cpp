@@ -12,6 +12,11 @@ namespace {
 // Widths, precisions and positions beyond this many digits are no formatting but an attack.
 constexpr std::size_t kMaxDigits = 4;
 
+// A format ends at its NUL.
+std::string_view untilNul(std::string_view text) {
+    return text.substr(0, text.find('\0'));
+}
+
 struct Conversion {
     std::size_t length = 0;    // bytes of the text, the percent sign included
     std::size_t position = 0;  // from 1; 0 is the next argument in order
@@ -119,14 +124,14 @@ std::optional<std::string> tryFormat(std::string_view text, const std::vector<Me
 }  // namespace
 
 std::string formatMessage(std::string_view text, const std::vector<MessageArgument>& arguments) {
-    text = text.substr(0, text.find('\0'));
+    text = untilNul(text);
     std::string result = tryFormat(text, arguments).value_or(std::string(text));
     if (result.size() > kMaxMessageBytes) result.resize(kMaxMessageBytes);
     return result;
 }
 
 bool agrees(std::string_view text, const std::vector<MessageArgument>& arguments) {
-    return tryFormat(text, arguments).has_value();
+    return tryFormat(untilNul(text), arguments).has_value();
 }
 
 }  // namespace vexo

@@ -19,22 +19,22 @@ TEST(MariadbServerText, TellsHostsPortsAndSockets) {
         const char* text;
         const char* result;  // host, socket, port and whether TCP is forced; "-" where the text is refused
     } rows[] = {
-        {"",                 "||0|0"            },
-        {"/run/s.sock",      "|/run/s.sock|0|0" },
-        {"db.example",       "db.example||0|0"  },
-        {"localhost:3307",   "localhost||3307|1"},
-        {"[::1]",            "::1||0|0"         },
-        {"[fe80::1]:65535",  "fe80::1||65535|1" },
-        {"::1",              "::1||0|0"         },
-        {"host:0",           "-"                },
-        {"host:65536",       "-"                },
-        {"host:99999999999", "-"                },
-        {"host:",            "-"                },
-        {"host:3x",          "-"                },
-        {":3306",            "-"                },
-        {"[]:3306",          "-"                },
-        {"[::1",             "-"                },
-        {"[::1]3306",        "-"                },
+        {"", "||0|0"},
+        {"/run/s.sock", "|/run/s.sock|0|0"},
+        {"db.example", "db.example||0|0"},
+        {"localhost:3307", "localhost||3307|1"},
+        {"[::1]", "::1||0|0"},
+        {"[fe80::1]:65535", "fe80::1||65535|1"},
+        {"::1", "::1||0|0"},
+        {"host:0", "-"},
+        {"host:65536", "-"},
+        {"host:99999999999", "-"},
+        {"host:", "-"},
+        {"host:3x", "-"},
+        {":3306", "-"},
+        {"[]:3306", "-"},
+        {"[::1", "-"},
+        {"[::1]3306", "-"},
     };
     for (const auto& row : rows) {
         const auto address = parseServerText(row.text);
@@ -55,13 +55,13 @@ TEST(MariadbServerText, SplitsClientAddressesAtTheLastColon) {
         bool unixSocket;
         bool loopback;
     } rows[] = {
-        {"localhost",          "localhost",        true,  true },
-        {"localhost:5",        "localhost",        false, true },
-        {"::1:44534",          "::1",              false, true },
-        {"127.9.0.1:1",        "127.9.0.1",        false, true },
-        {"::ffff:127.0.0.1:7", "::ffff:127.0.0.1", false, true },
-        {"10.0.0.127:1",       "10.0.0.127",       false, false},
-        {"cut.at.64.charac",   "cut.at.64.charac", false, false},
+        {"localhost", "localhost", true, true},
+        {"localhost:5", "localhost", false, true},
+        {"::1:44534", "::1", false, true},
+        {"127.9.0.1:1", "127.9.0.1", false, true},
+        {"::ffff:127.0.0.1:7", "::ffff:127.0.0.1", false, true},
+        {"10.0.0.127:1", "10.0.0.127", false, false},
+        {"cut.at.64.charac", "cut.at.64.charac", false, false},
     };
     for (const auto& row : rows) {
         const ClientAddress address = splitClientAddress(row.text);
@@ -76,13 +76,14 @@ TEST(MariadbTexts, KeepPrintableCharactersWholeAndNothingElse) {
         const char* text;
         const char* cleaned;
     } rows[] = {
-        {"plain ñ 漢 😀",     "plain ñ 漢 😀"},
-        {"a\"b\\c\n\x1b[31m\x7f", "a?b?c??[31m?"     },
+        {"plain ñ 漢 😀", "plain ñ 漢 😀"},
+        {"a\"b\\c\n\x1b[31m\x7f", "a?b?c??[31m?"},
         {"\xc2\x9b"
-         "31m",          "??31m"            }, // a terminal's other way to begin a sequence
-        {"\xff\xc3",              "??"               }, // no character, and one cut short
-        {"\xc0\xaf\xe0\x80\xaf",  "?????"            }, // "/" in more bytes than it takes
-        {"\xed\xa0\x80",          "???"              }, // half of a pair
+         "31m",
+         "??31m"},                          // a terminal's other way to begin a sequence
+        {"\xff\xc3", "??"},                 // no character, and one cut short
+        {"\xc0\xaf\xe0\x80\xaf", "?????"},  // "/" in more bytes than it takes
+        {"\xed\xa0\x80", "???"},            // half of a pair
     };
     for (const auto& row : rows)
         EXPECT_EQ(cleanText(row.text), row.cleaned);
@@ -112,13 +113,13 @@ TEST(MariadbNames, FindTheTableOfAFile) {
         const char* key;
         const char* tablespace;
     } rows[] = {
-        {"/data/shop/items.ibd",            "shop/items",           "shop/items.ibd"           },
-        {"./shop/parts#P#p0#SP#s1.ibd",     "shop/parts",           "shop/parts#P#p0#SP#s1.ibd"},
-        {"/other/shop/a@0060b@0020@0p.MYI", "shop/a@0060b@0020@0p", "shop/a@0060b@0020@0p.MYI" },
-        {".//undo001",                      "",                     "undo001"                  },
-        {"/data/ibdata1",                   "",                     "ibdata1"                  },
-        {"/data/binlog.000001",             "",                     "binlog.000001"            }, // or a table of a schema "data" would own it
-        {"items.ibd",                       "",                     "items.ibd"                },
+        {"/data/shop/items.ibd", "shop/items", "shop/items.ibd"},
+        {"./shop/parts#P#p0#SP#s1.ibd", "shop/parts", "shop/parts#P#p0#SP#s1.ibd"},
+        {"/other/shop/a@0060b@0020@0p.MYI", "shop/a@0060b@0020@0p", "shop/a@0060b@0020@0p.MYI"},
+        {".//undo001", "", "undo001"},
+        {"/data/ibdata1", "", "ibdata1"},
+        {"/data/binlog.000001", "", "binlog.000001"},  // or a table of a schema "data" would own it
+        {"items.ibd", "", "items.ibd"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(tableKey(row.path), row.key) << row.path;
@@ -139,15 +140,9 @@ TEST(MariadbLockRules, GiveModeAndStateCodes) {
         const char* lock;
         int transactional;
         int other;
-    } modes[] = {
-        {"SHARED_HIGH_PRIO",      254, 246},
-        {"SHARED_READ_ONLY",      254, 246},
-        {"MDL_SHARED_UPGRADABLE", 0,   248},
-        {"SHARED_NO_WRITE",       0,   248},
-        {"SHARED_NO_READ_WRITE",  252, 244},
-        {"MDL_EXCLUSIVE",         252, 244},
-        {"OF_A_LATER_VERSION",    254, 246}
-    };
+    } modes[] = {{"SHARED_HIGH_PRIO", 254, 246},  {"SHARED_READ_ONLY", 254, 246},     {"MDL_SHARED_UPGRADABLE", 0, 248},
+                 {"SHARED_NO_WRITE", 0, 248},     {"SHARED_NO_READ_WRITE", 252, 244}, {"MDL_EXCLUSIVE", 252, 244},
+                 {"OF_A_LATER_VERSION", 254, 246}};
     for (const auto& row : modes) {
         EXPECT_EQ(openMode(lockStrength(row.lock), true), row.transactional) << row.lock;
         EXPECT_EQ(openMode(lockStrength(row.lock), false), row.other) << row.lock;
@@ -156,14 +151,8 @@ TEST(MariadbLockRules, GiveModeAndStateCodes) {
         std::uint64_t locked, modified;
         bool waits;
         std::uint64_t locks;
-    } counts[] = {
-        {2, 1, true,  1},
-        {1, 0, true,  0},
-        {0, 9, false, 9},
-        {1, 5, true,  5},
-        {0, 0, true,  0},
-        {7, 1, false, 7}
-    };
+    } counts[] = {{2, 1, true, 1}, {1, 0, true, 0}, {0, 9, false, 9},
+                  {1, 5, true, 5}, {0, 0, true, 0}, {7, 1, false, 7}};
     for (const auto& row : counts)
         EXPECT_EQ(rowLocks(row.locked, row.modified, row.waits), row.locks);
     EXPECT_EQ(transactionState(true, true), 19);
@@ -185,31 +174,20 @@ TEST(MariadbLocks, JoinSessionsTransactionsAndTables) {
     using Strength = LockStrength;
     TableLocks locks;
     locks.tables = {
-        {"s/rows", "`s`.`rows`", "", true },
-        {"s/seen", "`s`.`seen`", "", true },
-        {"s/old",  "`s`.`old`",  "", false}
-    };
-    locks.locks = {
-        {10, 0, Strength::kSharedWrite,       false},
-        {10, 1, Strength::kSharedRead,        false},
-        {11, 0, Strength::kSharedRead,        false},
-        {12, 0, Strength::kSharedUpgradable,  false},
-        {12, 0, Strength::kExclusive,         true },
-        {12, 2, Strength::kSharedNoReadWrite, false},
-        {13, 2, Strength::kSharedWrite,       false},
-        {99, 0, Strength::kExclusive,         false}
-    };
+        {"s/rows", "`s`.`rows`", "", true}, {"s/seen", "`s`.`seen`", "", true}, {"s/old", "`s`.`old`", "", false}};
+    locks.locks = {{10, 0, Strength::kSharedWrite, false}, {10, 1, Strength::kSharedRead, false},
+                   {11, 0, Strength::kSharedRead, false},  {12, 0, Strength::kSharedUpgradable, false},
+                   {12, 0, Strength::kExclusive, true},    {12, 2, Strength::kSharedNoReadWrite, false},
+                   {13, 2, Strength::kSharedWrite, false}, {99, 0, Strength::kExclusive, false}};
     const LockPicture picture = joinLocks(processes, transactions, locks);
 
     // Session, table, open mode, record locks, wait state, transaction state.
     const std::vector<std::vector<int>> expected = {
-        {0, 0, 0,   'M', 0, 1019}, // the table that it may change has the row locks,
-        {0, 1, 254, 'N', 0, 1019}, // not the one that it reads
-        {1, 0, 254, 'N', 1, 1019}, // the awaited lock is not held yet
-        {2, 0, 252, 'N', 2, 19  }, // awaits the table; the other one is shut already
-        {2, 2, 244, 'N', 0, 19  },
-        {3, 2, 248, 'N', 2, 0   }
-    };
+        {0, 0, 0, 'M', 0, 1019},    // the table that it may change has the row locks,
+        {0, 1, 254, 'N', 0, 1019},  // not the one that it reads
+        {1, 0, 254, 'N', 1, 1019},  // the awaited lock is not held yet
+        {2, 0, 252, 'N', 2, 19},    // awaits the table; the other one is shut already
+        {2, 2, 244, 'N', 0, 19},   {3, 2, 248, 'N', 2, 0}};
     std::vector<std::vector<int>> actual;
     for (const TableHandle& handle : picture.handles) {
         actual.push_back({static_cast<int>(handle.session), static_cast<int>(handle.table), handle.openMode,

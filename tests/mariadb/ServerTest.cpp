@@ -191,13 +191,13 @@ TEST_F(MariadbServer, ShowsEveryFieldOfAKnownScene) {
         int mode, locks, wait, state;
         std::uint32_t least, most;  // row locks
     } rows[] = {
-        {"changed a row",          scene.holder, "shop/items.ibd", 0,   'S', 0, 1019, 1,   1  },
-        {"waits for it",           scene.waiter, "shop/items.ibd", 0,   'N', 1, 1019, 0,   0  },
-        {"locks a table",          scene.locker, "shop/old.MYD",   244, 'N', 0, 19,   0,   0  },
-        {"waits for that",         scene.queued, "shop/old.MYD",   248, 'N', 2, 0,    0,   0  },
-        {"locks rows",             scene.many,   strange,          0,   'M', 0, 1019, 300, 305},
-        {"only reads",             scene.reader, "shop/items.ibd", 254, 'N', 0, 1019, 0,   0  },
-        {"reads what has no file", scene.reader, "ibdata1",        254, 'N', 0, 1019, 0,   0  },
+        {"changed a row", scene.holder, "shop/items.ibd", 0, 'S', 0, 1019, 1, 1},
+        {"waits for it", scene.waiter, "shop/items.ibd", 0, 'N', 1, 1019, 0, 0},
+        {"locks a table", scene.locker, "shop/old.MYD", 244, 'N', 0, 19, 0, 0},
+        {"waits for that", scene.queued, "shop/old.MYD", 248, 'N', 2, 0, 0, 0},
+        {"locks rows", scene.many, strange, 0, 'M', 0, 1019, 300, 305},
+        {"only reads", scene.reader, "shop/items.ibd", 254, 'N', 0, 1019, 0, 0},
+        {"reads what has no file", scene.reader, "ibdata1", 254, 'N', 0, 1019, 0, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -371,12 +371,9 @@ TEST_F(MariadbServer, RefusesWithTheServersOwnNumber) {
         std::string server, user, password;
         int status;
     } rows[] = {
-        {s_server->tcp,     "vexo",   "wrong",   1045},
-        {s_server->tcp,     "blind",  kPassword, 1227},
-        {s_server->tcp,     "locked", kPassword, 4151},
-        {"127.0.0.1:1",     "vexo",   kPassword, 2002},
-        {"/no/such/socket", "vexo",   kPassword, 2002},
-        {"127.0.0.1:port",  "vexo",   kPassword, 2005},
+        {s_server->tcp, "vexo", "wrong", 1045},       {s_server->tcp, "blind", kPassword, 1227},
+        {s_server->tcp, "locked", kPassword, 4151},   {"127.0.0.1:1", "vexo", kPassword, 2002},
+        {"/no/such/socket", "vexo", kPassword, 2002}, {"127.0.0.1:port", "vexo", kPassword, 2005},
     };
     for (const auto& row : rows) {
         std::int32_t handle = 0;

@@ -137,17 +137,17 @@ private:
 
 TEST_F(SimulatedEngine, SaysWhereAScenarioIsWrong) {
     const std::pair<const char*, const char*> rows[] = {
-        {"[engine]\ntype = 6\nspeed = 3\n",                             ":3:1: unknown key \"speed\""                       },
-        {"[[file]]\nname = 'a'\n[[file.handle]]\nopen_mode = 256\n",    ":4:13: open_mode: out of range 0 to 255"           },
-        {"[[file]]\npage_size = 4096\n",                                ":1:1: the file needs a name"                       },
-        {"[[session]]\nid = 'TWELVE_BYTES'\n",                          ":2:6: id: longer than 11 bytes"                    },
-        {"[usage]\nlocks = { max = 3 }\n",                              ":2:11: unknown key \"max\""                        },
-        {"[[fault]]\nfunction = 'XrGetFile'\n",                         ":2:12: function: there is no function of this name"},
-        {"[[fault]]\nfunction = 'XrStop'\n",                            ":1:1: the fault does nothing"                      },
-        {"[[file]]\nname = { hex = '4' }\n",                            ":2:16: hex: pairs of hexadecimal digits are needed"},
-        {"[[session]]\nid = { fill = 'x', length = 3, nul = false }\n", ":2:6: id: without a NUL, exactly 12 bytes"         },
-        {"[generate]\nfile_name = 'a'\n",                               ":2:13: file_name: a pattern holds \"{n}\" once"    },
-        {"[engine\n",                                                   ":1:8: "                                            },
+        {"[engine]\ntype = 6\nspeed = 3\n", ":3:1: unknown key \"speed\""},
+        {"[[file]]\nname = 'a'\n[[file.handle]]\nopen_mode = 256\n", ":4:13: open_mode: out of range 0 to 255"},
+        {"[[file]]\npage_size = 4096\n", ":1:1: the file needs a name"},
+        {"[[session]]\nid = 'TWELVE_BYTES'\n", ":2:6: id: longer than 11 bytes"},
+        {"[usage]\nlocks = { max = 3 }\n", ":2:11: unknown key \"max\""},
+        {"[[fault]]\nfunction = 'XrGetFile'\n", ":2:12: function: there is no function of this name"},
+        {"[[fault]]\nfunction = 'XrStop'\n", ":1:1: the fault does nothing"},
+        {"[[file]]\nname = { hex = '4' }\n", ":2:16: hex: pairs of hexadecimal digits are needed"},
+        {"[[session]]\nid = { fill = 'x', length = 3, nul = false }\n", ":2:6: id: without a NUL, exactly 12 bytes"},
+        {"[generate]\nfile_name = 'a'\n", ":2:13: file_name: a pattern holds \"{n}\" once"},
+        {"[engine\n", ":1:8: "},
     };
     for (const auto& [scenario, mistake] : rows) {
         testing::internal::CaptureStderr();
@@ -161,11 +161,11 @@ TEST_F(SimulatedEngine, SaysWhereAScenarioIsWrong) {
 
 TEST_F(SimulatedEngine, AdmitsItsAccounts) {
     const std::pair<const char*, int> rows[] = {
-        {"",                                                                     0   },
-        {"[[account]]\nserver = 'server'\nuser = 'user'\npassword = 'password'", 0   },
-        {"[[account]]\nuser = 'user'\npassword = 'password'",                    0   },
-        {"[[account]]\nserver = 'other'\nuser = 'user'\npassword = 'password'",  3002},
-        {"[[account]]\nuser = 'user'\npassword = 'wrong'",                       3003},
+        {"", 0},
+        {"[[account]]\nserver = 'server'\nuser = 'user'\npassword = 'password'", 0},
+        {"[[account]]\nuser = 'user'\npassword = 'password'", 0},
+        {"[[account]]\nserver = 'other'\nuser = 'user'\npassword = 'password'", 3002},
+        {"[[account]]\nuser = 'user'\npassword = 'wrong'", 3003},
     };
     for (const auto& [account, status] : rows) {
         EXPECT_EQ(start(account), status) << account;
@@ -182,17 +182,17 @@ TEST_F(SimulatedEngine, PlaysFaults) {
     const std::string files = "F 2: a(2) b(2); ";
     const std::string rest = "C 2: C1(2) C2(2); S 1: user1(0)";
     const std::pair<const char*, std::string> rows[] = {
-        {"function = 'XrGetFileInfo2'\ncall = 1\nstatus = 7015",       "F 2: a gone b(2); " + rest                },
-        {"function = 'XrGetFileInfo2'\nname = 'a'\nstatus = 99",       "F 2: a(0) !99; " + rest                   },
-        {"function = 'XrGetOpenFileName'\nindex = 1\nstatus = 7008",   "F 2: a(2); " + rest                       },
-        {"function = 'XrGetOpenFileName'\nname = 'a'\nvanish = true",  "F 2: a gone b(2); " + rest                },
-        {"function = 'XrGetFileHandleInfo'\nindex = 0\nvanish = true", "F 2: a gone b gone; " + rest              },
-        {"function = 'XrGetOpenFilesData'\ncount_change = 3",          "F 5: a(2) b(2); " + rest                  },
+        {"function = 'XrGetFileInfo2'\ncall = 1\nstatus = 7015", "F 2: a gone b(2); " + rest},
+        {"function = 'XrGetFileInfo2'\nname = 'a'\nstatus = 99", "F 2: a(0) !99; " + rest},
+        {"function = 'XrGetOpenFileName'\nindex = 1\nstatus = 7008", "F 2: a(2); " + rest},
+        {"function = 'XrGetOpenFileName'\nname = 'a'\nvanish = true", "F 2: a gone b(2); " + rest},
+        {"function = 'XrGetFileHandleInfo'\nindex = 0\nvanish = true", "F 2: a gone b gone; " + rest},
+        {"function = 'XrGetOpenFilesData'\ncount_change = 3", "F 5: a(2) b(2); " + rest},
         {"function = 'XrGetKesdClientId'\nname = 'C1'\nvanish = true", files + "C 2: C1 gone C2(2); S 1: user1(0)"},
-        {"function = 'XrGetKesdClientsData'\ncount = 1",               files + "C 1: C1(2); S 1: user1(0)"        },
-        {"function = 'XrGetKesdClientsData'\nlose_connection = true",  files + "C !3005; S !3005"                 },
-        {"function = 'XrGetSQLConnectionsData'\nstatus = -5",          files + "C 2: C1(2) C2(2); S !-5"          },
-        {"call = 6\nlose_connection = true",                           "F 2: a(0) !3005; C !3005; S !3005"        },
+        {"function = 'XrGetKesdClientsData'\ncount = 1", files + "C 1: C1(2); S 1: user1(0)"},
+        {"function = 'XrGetKesdClientsData'\nlose_connection = true", files + "C !3005; S !3005"},
+        {"function = 'XrGetSQLConnectionsData'\nstatus = -5", files + "C 2: C1(2) C2(2); S !-5"},
+        {"call = 6\nlose_connection = true", "F 2: a(0) !3005; C !3005; S !3005"},
     };
     for (const auto& [fault, expected] : rows) {
         ASSERT_EQ(start(engine + fault), 0);
@@ -265,22 +265,22 @@ TEST_F(SimulatedEngine, NotesMisuse) {
     XRKESDCLIENTHANDLEINFO held{};
     const auto take = [&] { return XrGetKesdClientsData(h, &n), XrGetKesdClientId(h, 0, &id); };
     const std::tuple<const char*, std::function<int()>, int> rows[] = {
-        {"XrStart: the library is started already", [&] { return XrStart(nullptr); },                                    3006},
-        {"XrStart: called from another",            [&] { return std::thread([] { XrStart(nullptr); }).join(), 0; },     0   },
-        {"XrStop: the connection is still open",    [&] { return XrStop(nullptr); },                                     0   },
-        {"XrStop: the library is stopped already",  [&] { return XrStop(nullptr), XrStop(nullptr); },                    3006},
-        {"XrGetOpenFilesData: the library is not",  [&] { return finish(), XrGetOpenFilesData(h, &n); },                 3006},
-        {"XrDisconnect: no connection",             [&] { return XrDisconnect(h), XrDisconnect(h); },                    3004},
-        {"XrDisconnect: the local",                 [&] { return XrDisconnect(-1), XrDisconnect(-1); },                  3004},
-        {"XrGetKesdClientsData: no connection",     [&] { return XrGetKesdClientsData(h + 1, &n); },                     3004},
-        {"XrGetKesdClientId: no snapshot",          [&] { return XrGetKesdClientId(h, 0, &id); },                        7008},
-        {"XrFreeOpenFilesData: no snapshot",        [&] { return record(), XrFreeOpenFilesData(h); },                    3006},
-        {"XrGetKesdClientsData: the last",          [&] { return take(), take(); },                                      0   },
-        {"XrDisconnect: a snapshot",                [&] { return take(), XrDisconnect(h); },                             0   },
-        {"XrGetKesdClientHandleInfo: the handles",  [&] { return take(), XrGetKesdClientHandleInfo(h, &id, 0, &held); },
-         7008                                                                                                                },
-        {"XrGetOpenFileName: the size",             [&] { return XrGetOpenFileName(h, 0, &small, name); },               3007},
-        {"XrGetKesdUsageEx2: an argument is NULL",  [&] { return XrGetKesdUsageEx2(h, nullptr); },                       3007},
+        {"XrStart: the library is started already", [&] { return XrStart(nullptr); }, 3006},
+        {"XrStart: called from another", [&] { return std::thread([] { XrStart(nullptr); }).join(), 0; }, 0},
+        {"XrStop: the connection is still open", [&] { return XrStop(nullptr); }, 0},
+        {"XrStop: the library is stopped already", [&] { return XrStop(nullptr), XrStop(nullptr); }, 3006},
+        {"XrGetOpenFilesData: the library is not", [&] { return finish(), XrGetOpenFilesData(h, &n); }, 3006},
+        {"XrDisconnect: no connection", [&] { return XrDisconnect(h), XrDisconnect(h); }, 3004},
+        {"XrDisconnect: the local", [&] { return XrDisconnect(-1), XrDisconnect(-1); }, 3004},
+        {"XrGetKesdClientsData: no connection", [&] { return XrGetKesdClientsData(h + 1, &n); }, 3004},
+        {"XrGetKesdClientId: no snapshot", [&] { return XrGetKesdClientId(h, 0, &id); }, 7008},
+        {"XrFreeOpenFilesData: no snapshot", [&] { return record(), XrFreeOpenFilesData(h); }, 3006},
+        {"XrGetKesdClientsData: the last", [&] { return take(), take(); }, 0},
+        {"XrDisconnect: a snapshot", [&] { return take(), XrDisconnect(h); }, 0},
+        {"XrGetKesdClientHandleInfo: the handles", [&] { return take(), XrGetKesdClientHandleInfo(h, &id, 0, &held); },
+         7008},
+        {"XrGetOpenFileName: the size", [&] { return XrGetOpenFileName(h, 0, &small, name); }, 3007},
+        {"XrGetKesdUsageEx2: an argument is NULL", [&] { return XrGetKesdUsageEx2(h, nullptr); }, 3007},
     };
     for (const auto& [line, act, status] : rows) {
         ASSERT_EQ(start("[[session]]\n"), 0);

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#include <clocale>
+#include <random>
+
+#include "Support.h"
+
+TEST(Encoding, LosesNoBytesInAnyLocale) {
+    const std::string difficult("a\x7F\x80\xA4\xB2\xC0\xC3\xE0\xE2\xED\xEF\xF0\xF4\xFF\0", 15);
+    std::mt19937 random(1);
+    for (const char* locale : {"C.UTF-8", "C"}) {
+        std::setlocale(LC_CTYPE, locale);
+        for (std::size_t round = 0; round < 50000; ++round) {
+            // Every single byte, then random ones, which meet in every way.
+            std::string bytes(round < 256 ? 1 : random() % 40, static_cast<char>(round));
+            for (char& byte : bytes)
+                byte = round < 256 ? byte : difficult[random() % difficult.size()];
+            ASSERT_EQ(narrow(widen(bytes)), bytes) << locale << " " << testing::PrintToString(bytes);
+        }
+    }
+    EXPECT_EQ(narrow(L"a\u20ACz"), "a?z");
+}
+
+TEST(Encoding, DecodesTextAndKeepsWhatIsNone) {
+    for (const auto& [bytes, text] : {std::pair("\xC3\xA4\xF0\x9F\x98\x80", L"\u00E4\U0001F600"),
+                                      {"a\xE2\x82", L"a\xDCE2\xDC82"},
+                                      {"\xC0\x80\xF8", L"\xDCC0\xDC80\xDCF8"},
+                                      // An encoded surrogate must not pass for a kept byte.
+                                      {"\xED\xB2\x80", L"\xDCED\xDCB2\xDC80"}}) {
+        EXPECT_EQ(widen(bytes), text);
+    }
+    EXPECT_EQ(narrow(L"a\xD800z"), "a?z");
+}
+
+TEST(Encoding, ConvertsOtherCharactersAnywhereInALine) {
+    for (const std::string other : {"\xC3\xA4", "\xF0\x9F\x98\x80", "\xFF"}) {
+        for (std::size_t place = 0; place < 50 * 50; ++place) {
+            const std::size_t at = std::min(place / 50, place % 50);
+            const std::string bytes = std::string(place % 50, 'x').insert(at, other);
+            ASSERT_EQ(narrow(widen(bytes)), bytes) << place;
+            const std::size_t fitting = bytes.size() - (at == place % 50 ? other.size() : 1);
+            ASSERT_EQ(narrowUpTo(widen(bytes), bytes.size() - 1), bytes.substr(0, fitting)) << place;
+        }
+    }
+}
+
+TEST(Encoding, TakesUtf8WhereTheEnvironmentNamesNoOther) {
+    for (const char* name : {"C", "POSIX", "xx_XX.UTF-8", "C.UTF-8", ""}) {
+        ::setenv("LC_ALL", name, 1);
+        std::setlocale(LC_CTYPE, "C");
+        useEnvironmentEncoding();
+        EXPECT_EQ(widen("\xC3\xA4"), L"\u00E4") << name;
+    }
+}

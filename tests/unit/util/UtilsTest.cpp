@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+#include "util/Utils.h"
+
+#include "Support.h"
+
+namespace vexo {
+namespace {
+
+// The number, "-" for what is none, or the status of what is too large.
+template <typename Number>
+String parsed(Number (*parse)(StringView), const String& text) {
+    String result;
+    const String failed = failure([&] { result = decimal(parse(text)); });
+    return failed == L"nothing" ? result : failed == L"NumberFormatException: 0" ? L"-" : failed;
+}
+
+TEST(Utils, ParsesNumbersStrictly) {
+    const String overflow = L"QRIException: 7006: overflow";
+    const struct {
+        String text;
+        String asInt;
+        String asLong;
+        String asUint32;
+    } rows[] = {
+        {L" \t42\r\n", L"42", L"42", L"42"},
+        {L"0", L"0", L"0", L"0"},
+        {L"+7", L"7", L"7", L"7"},
+        {L"007", L"7", L"7", L"7"},
+        {L"-7", L"-7", L"-7", L"-"},
+        {L"2147483647", L"2147483647", L"2147483647", L"2147483647"},
+        {L"2147483648", L"-", L"2147483648", L"2147483648"},
+        {L"-2147483648", L"-2147483648", L"-2147483648", L"-"},
+        {L"-2147483649", L"-", L"-2147483649", L"-"},
+        {L"4294967295", L"-", L"4294967295", L"4294967295"},
+        {L"4294967296", L"-", L"4294967296", overflow},
+        {L"9223372036854775807", L"-", L"9223372036854775807", overflow},
+        {L"9223372036854775808", L"-", L"-", overflow},
+        {L"18446744073709551616", L"-", L"-", overflow},
+        {L"-9223372036854775808", L"-", L"-9223372036854775808", L"-"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(parsed(Utils::parseInt, row.text), row.asInt) << row.text;
+        EXPECT_EQ(parsed(Utils::parseLong, row.text), row.asLong) << row.text;
+        EXPECT_EQ(parsed(Utils::parseUint32, row.text), row.asUint32) << row.text;
+    }
+    for (const wchar_t* text : {L"", L" ", L"x", L"1x", L"1 2", L"00", L"-0", L"+0", L"+-1", L"--1", L"1.0", L"0x1",
+                                L"1e1", L"\uFF11", L"99999999999999999999x"}) {
+        EXPECT_EQ(parsed(Utils::parseInt, text), L"-") << text;
+        EXPECT_EQ(parsed(Utils::parseLong, text), L"-") << text;
+        EXPECT_EQ(parsed(Utils::parseUint32, text), L"-") << text;
+    }
+}
+
+TEST(Utils, WritesUptimes) {
+    const struct {
+        long seconds;
+        const wchar_t* text;
+    } rows[] = {
+        {0, L"0 day  00:00:00"},       {59, L"0 day  00:00:59"},      {35999, L"0 day  09:59:59"},
+        {36000, L"0 day  10:00:00"},   {90061, L"1 day  01:01:01"},   {172799, L"1 day  23:59:59"},
+        {172800, L"2 days  00:00:00"}, {200000, L"2 days  07:33:20"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(Utils::convertTimeInSecs(row.seconds), row.text) << row.seconds;
+    EXPECT_EQ(Utils::getTime("%FT%T%z").size(), 24U);
+}
+
+TEST(Utils, ChangesTextsInPlace) {
+    const struct {
+        void (*change)(String&);
+        String text;
+        String result;
+    } rows[] = {
+        {Utils::formatEngVerString, L"9.5.1.0", L"09.05.001.0"},
+        {Utils::formatEngVerString, L"16.11.6.0", L"16.11.006.0"},
+        {Utils::formatEngVerString, L"16.11.12", L"16.11.012"},
+        {Utils::formatEngVerString, L"16.11.123.4.5", L"16.11.123.4.5"},
+        {Utils::formatEngVerString, L"123.456.7890", L"123.456.7890"},
+        {Utils::formatEngVerString, L"7", L"07"},
+        {Utils::formatEngVerString, L"", L""},
+        {Utils::formatEngVerString, L"..1.", L"..001."},
+        {[](String& text) { Utils::addBackslashChars(text, L'"'); }, L"\"x\"y\"z\"", L"\\\"x\\\"y\\\"z\""},
+        {[](String& text) { Utils::addBackslashChars(text, L'"'); }, L"plain", L"plain"},
+        {[](String& text) { Utils::addBackslashChars(text, L'\\'); }, L"\\\\\\", L"\\\\\\\\\\"},
+        {[](String& text) { Utils::addBackslashChars(text, L'\\'); }, L"a\\b\\", L"a\\\\b\\"},
+        {Utils::removeTabChars, L"\t\ta\t b\t", L"a b"},
+    };
+    for (const auto& row : rows) {
+        String text = row.text;
+        row.change(text);
+        EXPECT_EQ(text, row.result) << row.text;
+    }
+}
+
+TEST(Utils, CreatesTheDirectoriesOfAFile) {
+    writeFile("file", "");
+    std::filesystem::create_directory("open");
+    std::filesystem::permissions("open", std::filesystem::perms::all);
+    becomeNobody();
+    const struct {
+        std::string path;
+        ResultCode code;
+        const char* created;
+    } rows[] = {
+        {"log.txt", kSuccess, nullptr},
+        {"", kSuccess, nullptr},
+        {"/log.txt", kSuccess, nullptr},
+        {"open/a//b/log.txt", kSuccess, "open/a/b"},
+        {std::filesystem::current_path().string() + "/open/c/d/", kSuccess, "open/c"},
+        {"open/c/../e/./f/log.txt", kSuccess, "open/e/f"},
+        {"file/a/log.txt", kFileNotFound, nullptr},
+        {"refused/log.txt", kAccessDenied, nullptr},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Utils::createDirs(widen(row.path)), row.code) << row.path;
+        EXPECT_TRUE(!row.created || Utils::dirExist(widen(row.created))) << row.path;
+        EXPECT_FALSE(Utils::fileExist(L"log.txt") || Utils::fileExist(L"open/c/d") || Utils::fileExist(L"refused"));
+    }
+    EXPECT_TRUE(Utils::fileExist(L"file") && !Utils::dirExist(L"file") && Utils::fileExist(L"open"));
+}
+
+TEST(Utils, ConvertsLists) {
+    const char* const words[] = {"1", "-2", "\xFF"};
+    EXPECT_EQ(Utils::convertStringListToString(Utils::convertToStringList(3, words).get()), L"1-2\xDCFF");
+    const auto list = Utils::convertToStringList(2, words);
+    EXPECT_EQ(Utils::createDelimitedStr(list.get(), ", "), L"1, -2");
+    const auto numbers = Utils::convertStringListToIntArray(list.get());
+    EXPECT_EQ(numbers[0] + numbers[1], -1);
+    EXPECT_EQ(Utils::createDelimitedStr(Utils::convertToStringList(0, words).get(), ", "), L"");
+}
+
+}  // namespace
+}  // namespace vexo
