@@ -21,8 +21,8 @@ public:
     Piece(StringView text) : m_data(text.data()), m_size(text.size()) {}
     Piece(const String& text) : m_data(text.data()), m_size(text.size()) {}
     // A number in plain decimal, kept inside the piece.
-    template <typename Number, std::enable_if_t<std::is_integral_v<Number> && !std::is_same_v<Number, bool> &&
-                                                    !std::is_same_v<Number, wchar_t> && !std::is_same_v<Number, char>,
+    template <typename Number, std::enable_if_t<std::is_integral_v<Number> && !std::is_same_v<Number, wchar_t> &&
+                                                    (sizeof(Number) > 1),  // no flags, no characters
                                                 int> = 0>
     Piece(Number number) {
         const bool negative = number < 0;

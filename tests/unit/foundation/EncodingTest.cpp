@@ -33,7 +33,7 @@ TEST(Encoding, DecodesTextAndKeepsWhatIsNone) {
 
 TEST(Encoding, ConvertsOtherCharactersAnywhereInALine) {
     for (const std::string other : {"\xC3\xA4", "\xF0\x9F\x98\x80", "\xFF"}) {
-        for (std::size_t place = 0; place < 50 * 50; ++place) {
+        for (std::size_t place = 0; place < std::size_t{50} * 50; ++place) {
             const std::size_t at = std::min(place / 50, place % 50);
             const std::string bytes = std::string(place % 50, 'x').insert(at, other);
             ASSERT_EQ(narrow(widen(bytes)), bytes) << place;

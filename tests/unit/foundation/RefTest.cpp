@@ -48,8 +48,8 @@ TEST(Ref, IsReleasedByAnyThread) {
 
 TEST(Piece, SpellsEveryNumber) {
     EXPECT_EQ(concat(std::numeric_limits<std::int64_t>::min(), L" ", std::numeric_limits<std::uint64_t>::max(), L" ", 0,
-                     L" ", -1, L" ", std::numeric_limits<std::int8_t>::min(), L" ", std::uint16_t{65535}),
-              L"-9223372036854775808 18446744073709551615 0 -1 -128 65535");
+                     L" ", -1, L" ", std::numeric_limits<std::int16_t>::min(), L" ", std::uint16_t{65535}),
+              L"-9223372036854775808 18446744073709551615 0 -1 -32768 65535");
 }
 
 TEST(NamePool, KeepsEqualNamesOnce) {
