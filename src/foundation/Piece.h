@@ -63,8 +63,7 @@ String decimal(Number number) {
 template <typename... Pieces>
 String concat(const Pieces&... pieces) {
     String result;
-    for (const StringView view : {StringView(Piece(pieces))...})
-        result.append(view);
+    (result.append(StringView(Piece(pieces))), ...);
     return result;
 }
 

@@ -58,7 +58,7 @@ void ThrowAwayServer::sendSignal(int number) const {
 std::string ThrowAwayServer::ask(const std::string& statement) const {
     const std::string file = directory + "/statement";
     std::ofstream(file) << statement;
-    Program client("mariadb --no-defaults -S " + socket + " -u root -N -B -r <" + file);
+    Program client("mariadb --no-defaults --default-character-set=utf8mb4 -S " + socket + " -u root -N -B -r <" + file);
     EXPECT_EQ(client.finish(), 0) << statement << '\n' << client.output;
     if (!client.output.empty()) client.output.pop_back();
     return client.output;

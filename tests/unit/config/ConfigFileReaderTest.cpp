@@ -93,6 +93,8 @@ TEST(ConfigFileReader, ReadsLinesOfAnyLength) {
         ASSERT_EQ(read("USER=" + value + "\n" + kComplete + "PASS=" + value)["PASS"], widen(value)) << length;
     }
     EXPECT_EQ(read(kComplete + ("PASS=" + std::string(100000, 'y')))["PASS"], String(100000, L'y'));
+    std::filesystem::resize_file("vexo.cfg", 100'000'000);  // a last line of zero bytes
+    EXPECT_EQ(ConfigFileReader(L"vexo.cfg").readConfiguration()->server, L"s");
 }
 
 TEST(ConfigFileReader, ReportsTheFirstMissingOrEmptySetting) {
@@ -130,6 +132,7 @@ TEST(ConfigFileReader, TellsWhyAFileCannotBeRead) {
         {L"none", L"IOException: unreadable none: not found (80070002)"},
         {L"", L"IOException: unreadable : not found (80070002)"},
         {L"file/x", L"IOException: unreadable file/x: not found (80070002)"},
+        {String(5000, L'x'), concat(L"IOException: unreadable ", String(kMaxMessageBytes - 11, L'x'))},
         {L"secret", L"IOException: unreadable secret: denied (80070005)"},
         {L"/", L"IOException: unreadable /: denied (80070005)"},
         {L"socket", concat(L"ResultException: ", kSystemErrorBase + ENXIO)},

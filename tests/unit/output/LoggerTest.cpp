@@ -67,6 +67,8 @@ TEST(Logger, WritesEachLineOnceToEveryHandler) {
               }),
               "|three\n");
     EXPECT_EQ(contents("a/log"), "three\n");
+    std::filesystem::remove_all("a");  // the log stays open, wherever its name has gone
+    EXPECT_EQ(printed([&] { EXPECT_NE(failure([&] { logger->info(L"four"); }), L"nothing"); }), "|four\n");
 }
 
 TEST(Logger, TellsWhyAFileCannotBeCreated) {
