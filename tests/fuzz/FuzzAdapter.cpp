@@ -73,7 +73,7 @@ XrApi makeApi() {
     api.XrGetOpenFilesData = api.XrGetKesdClientsData = api.XrGetSQLConnectionsData = data;
     api.XrFreeOpenFilesData = api.XrFreeKesdClientsData = api.XrFreeSQLConnectionsData = release;
     api.XrGetOpenFileName = [](std::int32_t, std::uint32_t, std::uint32_t* size, char* name) {
-        fill(name, std::min<std::size_t>(*size, takeByte() * 5U));
+        fill(name, std::min<std::size_t>(*size, takeByte() * std::size_t{5}));
         return give(size);
     };
     api.XrGetFileInfo2 = [](std::int32_t, const char* name, XRFILEINFO* info) {
