@@ -114,6 +114,14 @@ String unescape(std::string_view text) {
     return result;
 }
 
+// Whether `written`, as it stands in a file, is `key`. Most keys are plain and compared where they stand.
+bool isKey(std::string_view written, StringView key) {
+    const bool plain = std::all_of(written.begin(), written.end(), [](char c) { return c > 0 && c != '\\'; });
+    if (!plain) return unescape(written) == key;
+    return std::equal(written.begin(), written.end(), key.begin(), key.end(),
+                      [](char byte, wchar_t c) { return static_cast<wchar_t>(byte) == c; });
+}
+
 // Takes the next line off `content`, leading blanks dropped and continuation lines joined. Most lines go on nowhere
 // and are handed out where they stand; `joined` holds the others.
 std::string_view takeLine(std::string_view& content, std::string& joined) {
@@ -121,8 +129,9 @@ std::string_view takeLine(std::string_view& content, std::string& joined) {
     for (;;) {
         while (!content.empty() && isBlank(content.front()))
             content.remove_prefix(1);
-        const std::size_t end = std::min(content.find_first_of("\r\n"), content.size());
-        std::string_view line = content.substr(0, end);
+        std::string_view line = content.substr(0, content.find('\n'));
+        line = line.substr(0, line.find('\r'));
+        const std::size_t end = line.size();
         const bool pair = content.substr(end, 2) == "\r\n";
         content.remove_prefix(std::min(content.size(), end + (pair ? 2U : 1U)));
         const bool comment = joined.empty() && !line.empty() && (line.front() == '#' || line.front() == '!');
@@ -196,8 +205,7 @@ std::optional<String> findProperty(std::string_view content, StringView key) {
         std::string_view lineKey;
         std::string_view value;
         splitProperty(line, lineKey, value);
-        // No key is longer than its escaped form, so most lines are told apart by their length.
-        if (lineKey.size() >= key.size() && unescape(lineKey) == key) found = unescape(value);
+        if (isKey(lineKey, key)) found = unescape(value);
     }
     return found;
 }
