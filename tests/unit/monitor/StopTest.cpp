@@ -8,24 +8,10 @@
 #include "monitor/Keys.h"
 #include "monitor/MonitorProcessor.h"
 
+using namespace vexo;
+using namespace std::chrono;
+
 namespace {
-
-long sleptMs(std::int64_t milliseconds) {
-    const auto start = std::chrono::steady_clock::now();
-    MonitorProcessor::incrementalSleep(milliseconds);
-    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
-}
-
-// In a process of its own, which ends with 0 when a signal of its child ends `wait` and sets the flag.
-template <typename Wait>
-void signalled(int signal, Wait wait) {
-    installStopSignals();
-    const pid_t waiting = ::getpid();
-    if (::fork() == 0) ::_exit((::usleep(100'000), ::kill(waiting, signal)));
-    ::_exit(wait() && s_stopped ? 0 : 1);
-}
-
-}  // namespace
 
 TEST(Keys, AreLettersInEitherCaseAndBadBeyondAscii) {
     for (int key = kEndOfInput; key < 256; ++key) {
@@ -35,27 +21,50 @@ TEST(Keys, AreLettersInEitherCaseAndBadBeyondAscii) {
     }
 }
 
-TEST(IncrementalSleep, EndsWithinThreeSecondsOfAStop) {
-    EXPECT_GE(sleptMs(50), 50);
-    EXPECT_LT(sleptMs(-5000) + sleptMs(0), 1000);
-    const auto stopper = std::async(std::launch::async, [] { ::usleep(100'000), s_stopped = true; });
-    const long slept = sleptMs(20'000);
-    EXPECT_TRUE(slept >= 100 && slept < 3500) << slept;
-    EXPECT_LT(sleptMs(20'000), 1000);
+std::int64_t sleptMs(std::int64_t milliseconds) {
+    const auto start = steady_clock::now();
+    MonitorProcessor::incrementalSleep(milliseconds);
+    return duration_cast<std::chrono::milliseconds>(steady_clock::now() - start).count();
 }
 
-TEST(StopSignalsDeathTest, SetTheFlagEndTheWaitsAndThenTheProcess) {
+TEST(IncrementalSleep, EndsWithinThreeSecondsOfAStop) {
+    EXPECT_GE(sleptMs(50), 50);
+    EXPECT_LT(sleptMs(-1000) + sleptMs(0), 1000);
+    const auto stopper = std::async([] { ::usleep(100'000), s_stopped = true; });
+    const std::int64_t slept = sleptMs(20'000);
+    EXPECT_TRUE(slept >= 100 && slept < 3500) << slept;
+    EXPECT_LT(sleptMs(20'000), 1000);
+    s_stopped = false;
+}
+
+// Ends with 0 when the flag is set, else with 1.
+void sleepAfter(int raised) {
+    installStopSignals();
+    if (raised != 0) std::raise(raised);
+    ::_exit(s_stopped ? 0 : 1);
+}
+
+TEST(StopSignalsDeathTest, SetTheFlagOnceAndEndTheWaits) {
     const auto stopped = testing::ExitedWithCode(0);
-    const Pipe silent;
-    ::dup2(silent.in.get(), STDIN_FILENO);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        EXPECT_EXIT(signalled(signal, [] { return sleptMs(20'000) < 10'000; }), stopped, "") << signal;
-        EXPECT_EXIT(signalled(signal, [] { return !waitForInput(); }), stopped, "") << signal;
-        EXPECT_EXIT((installStopSignals(), std::raise(signal), std::raise(signal)), testing::KilledBySignal(signal), "");
-        EXPECT_EXIT((installStopSignals(), std::raise(signal), s_stopped ? std::raise(SIGTERM) + std::raise(SIGTERM) : 0),
+        EXPECT_EXIT((std::signal(signal, SIG_DFL), sleepAfter(signal)), stopped, "") << signal;
+        EXPECT_EXIT((std::signal(signal, SIG_IGN), sleepAfter(signal)), testing::ExitedWithCode(1), "") << signal;
+        EXPECT_EXIT((installStopSignals(), std::raise(signal), std::raise(SIGTERM), std::raise(SIGTERM)),
                     testing::KilledBySignal(SIGTERM), "");
-        EXPECT_EXIT((std::signal(signal, SIG_IGN), installStopSignals(), std::raise(signal), ::_exit(s_stopped)), stopped,
-                    "") << signal;
+        const auto signalled = [](int number, auto wait) {
+            installStopSignals();
+            const pid_t waiting = ::getpid();
+            if (::fork() == 0) ::usleep(100'000), ::kill(waiting, number), ::_exit(0);
+            ::_exit(wait() ? 0 : 1);
+        };
+        EXPECT_EXIT(signalled(signal, [] { return sleptMs(20'000) < 1000; }), stopped, "");
+        EXPECT_EXIT(signalled(signal,
+                              [] {
+                                  const Pipe pipe;
+                                  ::dup2(pipe.in.get(), STDIN_FILENO);
+                                  return !waitForInput();
+                              }),
+                    stopped, "");
     }
 }
 
@@ -77,3 +86,5 @@ TEST(NamedThread, ShowsTheStartOfItsNameAndLeavesSignalsToOthers) {
     seen.named.set_value();
     EXPECT_EQ(seen.name.get_future().get(), "123456789012341");
 }
+
+}  // namespace

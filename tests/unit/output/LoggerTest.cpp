@@ -4,9 +4,11 @@
 #include "Support.h"
 #include "output/FormatHelper.h"
 
+using namespace vexo;
+
 namespace {
 
-// What `action` writes on standard output.
+// Runs `action` and gives what it writes on standard output.
 template <typename Action>
 std::string printed(Action action) {
     const Pipe pipe;
@@ -17,61 +19,77 @@ std::string printed(Action action) {
     return pipe.arrived();
 }
 
-}  // namespace
-
 TEST(Logger, LetsThroughWhatReachesItsThreshold) {
-    void (Logger::*const all[])(StringView) = {&Logger::finest, &Logger::finer,   &Logger::fine,  &Logger::config,
-                                               &Logger::info,   &Logger::warning, &Logger::severe};
-    const std::tuple<StringView, std::size_t> rows[] = {
-        {L"new", 8}, {L"ALL", 1}, {L"finest", 1}, {L"Finer", 2}, {L"FINE", 3}, {L"cONFIG", 4}, {L"INFO", 5},
-        {L"WARNING", 6}, {L"severe", 7}, {L"OFF", 8}, {L"", 8}};
-    for (const auto& [name, lowest] : rows) {
+    const std::tuple<const wchar_t*, const char*> rows[] = {{nullptr, ""},
+                                                            {L"ALL", "|1\n|2\n|3\n|4\n|5\n|6\n|7\n"},
+                                                            {L"finest", "|1\n|2\n|3\n|4\n|5\n|6\n|7\n"},
+                                                            {L"Finer", "|2\n|3\n|4\n|5\n|6\n|7\n"},
+                                                            {L"FINE", "|3\n|4\n|5\n|6\n|7\n"},
+                                                            {L"cONFIG", "|4\n|5\n|6\n|7\n"},
+                                                            {L"INFO", "|5\n|6\n|7\n"},
+                                                            {L"WARNING", "|6\n|7\n"},
+                                                            {L"severe", "|7\n"},
+                                                            {L"OFF", ""},
+                                                            {L"", ""}};
+    for (const auto& [name, lines] : rows) {
         const auto logger = makeRef<Logger>();
-        if (name != L"new") logger->setLevel(name);
+        if (name) logger->setLevel(StringView(name));
+        logger->severe(L"to no handler");
         logger->addStdOutHandler();
-        std::string wanted;
-        for (std::size_t level = lowest; level <= std::size(all); ++level) wanted += "|" + std::to_string(level) + "\n";
-        EXPECT_EQ(printed([&] {
-            for (std::size_t level = 1; level <= std::size(all); ++level) (*logger.*all[level - 1])(decimal(level));
-        }), wanted) << String(name);
+        const auto logAll = [&] {
+            logger->finest(L"1");
+            logger->finer(L"2");
+            logger->fine(L"3");
+            logger->config(L"4");
+            logger->info(L"5");
+            logger->warning(L"6");
+            logger->severe(L"7");
+        };
+        EXPECT_EQ(printed(logAll), lines) << (name ? name : L"new");
     }
 }
 
 TEST(Logger, WritesEachLineOnceToEveryHandler) {
     const auto logger = makeRef<Logger>();
     logger->setLevel(Level::kAll);
-    logger->info(L"to no handler");
     logger->addStdOutHandler();
-    std::ofstream("log") << "old";
-    logger->addFileHandler(L"log");
-    logger->addFileHandler(widen(std::filesystem::absolute("a/b/log").native()));
+    std::filesystem::create_directory("a");
+    writeFile("a/log", "old");
+    logger->addFileHandler(L"a/log");
+    logger->addFileHandler(widen(std::filesystem::current_path().string() + "/b/c/log"));
     EXPECT_EQ(printed([&] { logger->info(L"one"), logger->info(L"two"); }), "|one\n|two\n");
-    EXPECT_EQ(contents("log") + contents("a/b/log"), "one\ntwo\none\ntwo\n");
-    std::filesystem::resize_file("log", 0);  // as a rotation does behind its copy
+    EXPECT_EQ(contents("a/log") + contents("b/c/log"), "one\ntwo\none\ntwo\n");
+    std::filesystem::resize_file("a/log", 0);  // as a rotation does behind its copy
     logger->addFileHandler(L"/dev/full");
-    String failed;
-    EXPECT_EQ(printed([&] { failed = failure([&] { logger->info(L"three"); }); }), "|three\n");
-    EXPECT_EQ(failed, L"IOException: /dev/full: No space left on device");
-    EXPECT_EQ(contents("log"), "three\n");
+    EXPECT_EQ(printed([&] {
+                  EXPECT_EQ(failure([&] { logger->info(L"three"); }),
+                            L"IOException: /dev/full: No space left on device");
+              }),
+              "|three\n");
+    EXPECT_EQ(contents("a/log"), "three\n");
+    std::filesystem::remove_all("a");  // the log stays open, wherever its name has gone
+    EXPECT_EQ(printed([&] { EXPECT_NE(failure([&] { logger->info(L"four"); }), L"nothing"); }), "|four\n");
 }
 
 TEST(Logger, TellsWhyAFileCannotBeCreated) {
-    std::filesystem::create_directories("dir/closed");
-    std::ofstream("file") << "";
-    const String here = widen(std::filesystem::current_path().native());
+    std::filesystem::create_directories("directory/closed");
+    writeFile("file", "");
+    const String here = widen(std::filesystem::current_path().string());
     const std::tuple<String, String> rows[] = {
         // Established output: a refused access gives no reason.
-        {L"dir", L"IOException: uncreatable " + here + L"/dir:  (80070005)"},
-        {L"dir/closed", L"IOException: uncreatable dir/closed:  (80070005)"},
-        {L"dir/closed/a/log", L"IOException: uncreatable dir/closed/a/log:  (80070005)"},
+        {L"directory", L"IOException: uncreatable " + here + L"/directory:  (80070005)"},
+        {L"directory/closed/log", L"IOException: uncreatable directory/closed/log:  (80070005)"},
+        {L"directory/closed/a/log", L"IOException: uncreatable directory/closed/a/log:  (80070005)"},
         {L"file/log", L"IOException: uncreatable file/log: not found (80070002)"},
         {L"", L"IOException: uncreatable " + here + L"/: not found (80070002)"}};
     becomeNobody();
     const auto logger = makeRef<Logger>("VEXO", "VEXO_");
     for (const auto& [path, failed] : rows) {
-        EXPECT_EQ(failure([&, name = path] { logger->addFileHandler(name); }), failed);
+        EXPECT_EQ(failure([&, name = path] { logger->addFileHandler(name); }), failed) << path;
     }
     EXPECT_EQ(failure([&] { logger->throwError(kOutOfMemory, L"x"); }), concat(L"ResultException: ", kOutOfMemory));
+    EXPECT_EQ(failure([&] { makeRef<Logger>()->throwError(kFileNotFound, L"x"); }),
+              L"IOException: The resource bundle is not installed");
 }
 
 TEST(FormatHelper, LaysOutLines) {
@@ -80,19 +98,26 @@ TEST(FormatHelper, LaysOutLines) {
     FormatHelper format(logger);
     const auto putAll = [&] {
         format.putData(L"data", 2);
-        format.putPieces({L"a", -1, String(L"b")}, -1);
+        format.putData(L"", -1);
+        format.putPieces({L"a", -1, String(L"b")}, 1);
         format.putHeader(L"Gr\u00F6\u00DFe", 1);
         format.putHeader(L"", 1);
         format.putError(L"x");
     };
+    EXPECT_EQ(printed(putAll), "");
     format.setLevel(Level::kSevere);
     EXPECT_EQ(printed(putAll), "|ERROR! - x\n");
     format.setLevel(Level::kAll);
-    EXPECT_EQ(printed(putAll), "|\t\tdata\n|a-1b\n|\t=====\n|\tGR\xC3\x96\xC3\x9F" "E\n|\t=====\n|\t\n|\t\n|\t\n|ERROR! - x\n");
-    String text = L"\u00E4bc";
-    FormatHelper::padToLen(text, 2);
-    FormatHelper::padToLen(text, -1);
-    EXPECT_EQ(text, L"\u00E4bc");
-    FormatHelper::padToLen(text, 5);
-    EXPECT_EQ(concat(text, FormatHelper::getTabStr(2), FormatHelper::getTabStr(-3)), L"\u00E4bc  \t\t");
+    EXPECT_EQ(printed(putAll),
+              "|\t\tdata\n|\n|\ta-1b\n|\t=====\n|\tGR\xC3\x96\xC3\x9F"
+              "E\n|\t=====\n|\t\n|\t\n|\t\n|ERROR! - x\n");
+    for (const auto& [length, padded] :
+         {std::pair(8, L"\u00E4123456789"), {14, L"\u00E4123456789    "}, {-1, L"\u00E4123456789"}}) {
+        String text = L"\u00E4123456789";
+        FormatHelper::padToLen(text, length);
+        EXPECT_EQ(text, padded);
+    }
+    EXPECT_EQ(FormatHelper::getTabStr(2) + FormatHelper::getTabStr(0) + FormatHelper::getTabStr(-3), L"\t\t");
 }
+
+}  // namespace

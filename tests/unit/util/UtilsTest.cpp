@@ -3,71 +3,120 @@
 
 #include "Support.h"
 
+namespace vexo {
+namespace {
+
+// The number, "-" for what is none, or the status of what is too large.
+template <typename Number>
+String parsed(Number (*parse)(StringView), const String& text) {
+    String result;
+    const String failed = failure([&] { result = decimal(parse(text)); });
+    return failed == L"nothing" ? result : failed == L"NumberFormatException: 0" ? L"-" : failed;
+}
+
 TEST(Utils, ParsesNumbersStrictly) {
-    // The number; "-" for none, ">" for one that is refused as too large. As 32 and 64 bits, and as 32 bits unsigned.
-    // clang-format off
-    const std::tuple<String, String> rows[] = {
-        {L" \t42\r\n", L"42 42 42"}, {L"0", L"0 0 0"}, {L"+7", L"7 7 7"}, {L"007", L"7 7 7"}, {L"-7", L"-7 -7 -"},
-        {L"2147483647", L"2147483647 2147483647 2147483647"}, {L"2147483648", L"- 2147483648 2147483648"},
-        {L"-2147483648", L"-2147483648 -2147483648 -"}, {L"-2147483649", L"- -2147483649 -"},
-        {L"4294967295", L"- 4294967295 4294967295"}, {L"4294967296", L"- 4294967296 >"},
-        {L"9223372036854775807", L"- 9223372036854775807 >"}, {L"9223372036854775808", L"- - >"},
-        {L"-9223372036854775808", L"- -9223372036854775808 -"}, {L"18446744073709551616", L"- - >"},
-        {L"", L"- - -"}, {L" ", L"- - -"}, {L"x", L"- - -"}, {L"1x", L"- - -"}, {L"1 2", L"- - -"}, {L"00", L"- - -"},
-        {L"-0", L"- - -"}, {L"+0", L"- - -"}, {L"+-1", L"- - -"}, {L"--1", L"- - -"}, {L"0x1", L"- - -"},
-        {L"1.0", L"- - -"}, {L"\uFF11", L"- - -"}, {L"99999999999999999999x", L"- - -"}};
-    // clang-format on
-    const auto parsed = [](auto parse, const String& text) {
-        String result;
-        const String failed = failure([&] { result = decimal(parse(text)); });
-        if (failed == L"NumberFormatException: 0") return String(L"-");
-        return failed == L"QRIException: 7006: overflow" ? L">" : result;
+    const String overflow = L"QRIException: 7006: overflow";
+    const struct {
+        String text;
+        String asInt;
+        String asLong;
+        String asUint32;
+    } rows[] = {
+        {L" \t42\r\n", L"42", L"42", L"42"},
+        {L"0", L"0", L"0", L"0"},
+        {L"+7", L"7", L"7", L"7"},
+        {L"007", L"7", L"7", L"7"},
+        {L"-7", L"-7", L"-7", L"-"},
+        {L"2147483647", L"2147483647", L"2147483647", L"2147483647"},
+        {L"2147483648", L"-", L"2147483648", L"2147483648"},
+        {L"-2147483648", L"-2147483648", L"-2147483648", L"-"},
+        {L"-2147483649", L"-", L"-2147483649", L"-"},
+        {L"4294967295", L"-", L"4294967295", L"4294967295"},
+        {L"4294967296", L"-", L"4294967296", overflow},
+        {L"9223372036854775807", L"-", L"9223372036854775807", overflow},
+        {L"9223372036854775808", L"-", L"-", overflow},
+        {L"18446744073709551616", L"-", L"-", overflow},
+        {L"-9223372036854775808", L"-", L"-9223372036854775808", L"-"},
     };
-    for (const auto& [text, numbers] : rows) {
-        EXPECT_EQ(concat(parsed(Utils::parseInt, text), L" ", parsed(Utils::parseLong, text), L" ",
-                         parsed(Utils::parseUint32, text)), numbers) << text;
+    for (const auto& row : rows) {
+        EXPECT_EQ(parsed(Utils::parseInt, row.text), row.asInt) << row.text;
+        EXPECT_EQ(parsed(Utils::parseLong, row.text), row.asLong) << row.text;
+        EXPECT_EQ(parsed(Utils::parseUint32, row.text), row.asUint32) << row.text;
+    }
+    for (const wchar_t* text : {L"", L" ", L"x", L"1x", L"1 2", L"00", L"-0", L"+0", L"+-1", L"--1", L"1.0", L"0x1",
+                                L"1e1", L"\uFF11", L"99999999999999999999x"}) {
+        EXPECT_EQ(parsed(Utils::parseInt, text), L"-") << text;
+        EXPECT_EQ(parsed(Utils::parseLong, text), L"-") << text;
+        EXPECT_EQ(parsed(Utils::parseUint32, text), L"-") << text;
     }
 }
 
 TEST(Utils, WritesUptimes) {
-    const std::pair<long, const wchar_t*> rows[] = {
-        {0, L"0 day  00:00:00"}, {59, L"0 day  00:00:59"}, {35999, L"0 day  09:59:59"}, {36000, L"0 day  10:00:00"},
-        {90061, L"1 day  01:01:01"}, {172799, L"1 day  23:59:59"}, {172800, L"2 days  00:00:00"},
-        {200000, L"2 days  07:33:20"}};
-    for (const auto& [seconds, text] : rows) EXPECT_EQ(Utils::convertTimeInSecs(seconds), text) << seconds;
+    const struct {
+        long seconds;
+        const wchar_t* text;
+    } rows[] = {
+        {0, L"0 day  00:00:00"},       {59, L"0 day  00:00:59"},      {35999, L"0 day  09:59:59"},
+        {36000, L"0 day  10:00:00"},   {90061, L"1 day  01:01:01"},   {172799, L"1 day  23:59:59"},
+        {172800, L"2 days  00:00:00"}, {200000, L"2 days  07:33:20"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(Utils::convertTimeInSecs(row.seconds), row.text) << row.seconds;
+    EXPECT_EQ(Utils::getTime("%FT%T%z").size(), 24U);
 }
 
 TEST(Utils, ChangesTextsInPlace) {
-    void (*const pad)(String&) = Utils::formatEngVerString;
-    void (*const quote)(String&) = [](String& text) { Utils::addBackslashChars(text, L'"'); };
-    void (*const slash)(String&) = [](String& text) { Utils::addBackslashChars(text, L'\\'); };
-    const std::tuple<void (*)(String&), String, String> rows[] = {
-        {pad, L"9.5.1.0", L"09.05.001.0"}, {pad, L"16.11.12", L"16.11.012"}, {pad, L"16.11.123.4.5", L"16.11.123.4.5"},
-        {pad, L"123.456.7890", L"123.456.7890"}, {pad, L"7", L"07"}, {pad, L"", L""}, {pad, L"..1.", L"..001."},
-        {quote, LR"("x"y"z")", LR"(\"x\"y\"z")"}, {quote, L"plain", L"plain"}, {quote, L"\"", L"\\\""},
-        {slash, LR"(\\\)", LR"(\\\\\)"}, {slash, LR"(a\b\)", LR"(a\\b\)"}, {Utils::removeTabChars, L"\t\ta\t b\t", L"a b"}};
-    for (const auto& [change, text, result] : rows) {
-        String changed = text;
-        change(changed);
-        EXPECT_EQ(changed, result) << text;
+    const struct {
+        void (*change)(String&);
+        String text;
+        String result;
+    } rows[] = {
+        {Utils::formatEngVerString, L"9.5.1.0", L"09.05.001.0"},
+        {Utils::formatEngVerString, L"16.11.6.0", L"16.11.006.0"},
+        {Utils::formatEngVerString, L"16.11.12", L"16.11.012"},
+        {Utils::formatEngVerString, L"16.11.123.4.5", L"16.11.123.4.5"},
+        {Utils::formatEngVerString, L"123.456.7890", L"123.456.7890"},
+        {Utils::formatEngVerString, L"7", L"07"},
+        {Utils::formatEngVerString, L"", L""},
+        {Utils::formatEngVerString, L"..1.", L"..001."},
+        {[](String& text) { Utils::addBackslashChars(text, L'"'); }, L"\"x\"y\"z\"", L"\\\"x\\\"y\\\"z\""},
+        {[](String& text) { Utils::addBackslashChars(text, L'"'); }, L"plain", L"plain"},
+        {[](String& text) { Utils::addBackslashChars(text, L'\\'); }, L"\\\\\\", L"\\\\\\\\\\"},
+        {[](String& text) { Utils::addBackslashChars(text, L'\\'); }, L"a\\b\\", L"a\\\\b\\"},
+        {Utils::removeTabChars, L"\t\ta\t b\t", L"a b"},
+    };
+    for (const auto& row : rows) {
+        String text = row.text;
+        row.change(text);
+        EXPECT_EQ(text, row.result) << row.text;
     }
 }
 
 TEST(Utils, CreatesTheDirectoriesOfAFile) {
-    std::ofstream("file") << "";
+    writeFile("file", "");
     std::filesystem::create_directory("open");
     std::filesystem::permissions("open", std::filesystem::perms::all);
     becomeNobody();
-    const std::string here = std::filesystem::current_path();
-    const std::tuple<std::string, ResultCode, const wchar_t*> rows[] = {
-        {"log", kSuccess, L"."}, {"", kSuccess, L"."}, {"/log", kSuccess, L"."}, {"open/a//b/log", kSuccess, L"open/a/b"},
-        {here + "/open/c/d/", kSuccess, L"open/c"}, {"open/c/../e/./f/log", kSuccess, L"open/e/f"},
-        {"file/a/log", kFileNotFound, L"."}, {"refused/log", kAccessDenied, L"."}};
-    for (const auto& [path, code, created] : rows) {
-        EXPECT_EQ(Utils::createDirs(widen(path)), code) << path;
-        EXPECT_TRUE(Utils::dirExist(created)) << path;
-        EXPECT_FALSE(Utils::fileExist(L"log") || Utils::fileExist(L"open/c/d") || Utils::dirExist(L"file")) << path;
+    const struct {
+        std::string path;
+        ResultCode code;
+        const char* created;
+    } rows[] = {
+        {"log.txt", kSuccess, nullptr},
+        {"", kSuccess, nullptr},
+        {"/log.txt", kSuccess, nullptr},
+        {"open/a//b/log.txt", kSuccess, "open/a/b"},
+        {std::filesystem::current_path().string() + "/open/c/d/", kSuccess, "open/c"},
+        {"open/c/../e/./f/log.txt", kSuccess, "open/e/f"},
+        {"file/a/log.txt", kFileNotFound, nullptr},
+        {"refused/log.txt", kAccessDenied, nullptr},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Utils::createDirs(widen(row.path)), row.code) << row.path;
+        EXPECT_TRUE(!row.created || Utils::dirExist(widen(row.created))) << row.path;
+        EXPECT_FALSE(Utils::fileExist(L"log.txt") || Utils::fileExist(L"open/c/d") || Utils::fileExist(L"refused"));
     }
+    EXPECT_TRUE(Utils::fileExist(L"file") && !Utils::dirExist(L"file") && Utils::fileExist(L"open"));
 }
 
 TEST(Utils, ConvertsLists) {
@@ -76,5 +125,9 @@ TEST(Utils, ConvertsLists) {
     const auto list = Utils::convertToStringList(2, words);
     EXPECT_EQ(Utils::createDelimitedStr(list.get(), ", "), L"1, -2");
     const auto numbers = Utils::convertStringListToIntArray(list.get());
-    EXPECT_EQ(numbers[0] * 10 + numbers[1], 8);
+    EXPECT_EQ(numbers[0] + numbers[1], -1);
+    EXPECT_EQ(Utils::createDelimitedStr(Utils::convertToStringList(0, words).get(), ", "), L"");
 }
+
+}  // namespace
+}  // namespace vexo
