@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "config/ConfigFileReader.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "config/ConfigException.h"

@@ -48,7 +48,7 @@ Ref<List<FileInfo>> QRIMonitorHelper::getActiveFileInfoList(bool withHandles) {
 
 Ref<List<FileHandleInfo>> QRIMonitorHelper::getFileHandleInfoList(const String& fileName) {
     NamePool clients;
-    return collectFileHandles(narrowUpTo(fileName, XR_NAME_SIZE).c_str(), clients);
+    return collectFileHandles(narrowUpTo(fileName, XR_NAME_SIZE - 1).c_str(), clients);
 }
 
 Ref<List<FileHandleInfo>> QRIMonitorHelper::collectFileHandles(const char* fileName, NamePool& clients) {
