@@ -17,7 +17,7 @@
 #include "Locks.h"
 #include "Log.h"
 #include "Settings.h"
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 namespace xrmariadb {
 

@@ -5,7 +5,7 @@
 
 #include "Handles.h"
 #include "Texts.h"
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 using namespace xrmariadb;
 

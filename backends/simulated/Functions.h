@@ -8,7 +8,7 @@
 #include <optional>
 #include <string_view>
 
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 namespace xrsim {
 

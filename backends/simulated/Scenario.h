@@ -12,7 +12,7 @@
 #include "Life.h"
 #include "Pattern.h"
 #include "Statuses.h"
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 namespace xrsim {
 

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 namespace xrsim {
 

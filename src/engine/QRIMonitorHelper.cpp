@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "engine/QRIMonitorHelper.h"
 
-#include "engine/error/QRIConfigHelper.h"
-#include "engine/error/QRIException.h"
 #include "foundation/Exception.h"
 #include "foundation/Piece.h"
+#include "status/QRIException.h"
+#include "status/StatusMessage.h"
 #include "util/Utils.h"
 
 namespace vexo {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "engine/NamePool.h"
 #include "engine/RawText.h"
 #include "engine/Records.h"
 #include "engine/XrApi.h"

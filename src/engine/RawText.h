@@ -5,13 +5,7 @@
 
 #include <cstddef>
 #include <cstring>
-#include <memory>
-#include <string>
 #include <string_view>
-#include <unordered_map>
-
-#include "foundation/Encoding.h"
-#include "foundation/SharedString.h"
 
 namespace vexo {
 
@@ -32,26 +26,6 @@ template <std::size_t Size>
 std::string_view rawText(const char (&field)[Size]) {
     return rawText(field, Size);
 }
-
-// Wide names of one snapshot, each kept once however many records carry it.
-class NamePool {
-public:
-    SharedString get(std::string_view bytes) {
-        const auto known = m_names.find(bytes);
-        if (known != m_names.end()) return known->second.name;
-        auto key = std::make_unique<std::string>(bytes);
-        const std::string_view stable = *key;
-        return m_names.emplace(stable, Entry{std::move(key), widen(bytes)}).first->second.name;
-    }
-
-private:
-    struct Entry {
-        std::unique_ptr<std::string> bytes;
-        SharedString name;
-    };
-
-    std::unordered_map<std::string_view, Entry> m_names;
-};
 
 }  // namespace vexo
 

@@ -3,8 +3,8 @@
 #ifndef VEXO_ENGINE_XRAPI_H
 #define VEXO_ENGINE_XRAPI_H
 
-#include "engine/xradmin.h"
 #include "foundation/String.h"
+#include "xradmin.h"
 
 namespace vexo {
 

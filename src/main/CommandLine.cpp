@@ -3,21 +3,10 @@
 
 #include <algorithm>
 
-#include "output/DocumentHeader.h"
+#include "main/Program.h"
 #include "util/Utils.h"
 
 namespace vexo {
-
-bool m_JSON = false;
-Ref<TextWriter> s_pw;
-Ref<MessageHelper> s_vexoMessageHelper;
-
-namespace {
-
-// Who writes the JSON document.
-enum class Document { kNotOpen, kMonitor, kOpenedHere };
-
-}  // namespace
 
 int parseArgs(int argc, const char* const* argv, String& path, bool& runOnce) {
     const auto words = Utils::convertToStringList(argc - 1, argv + 1);
@@ -40,25 +29,6 @@ void displayUsage(bool json) {
     s_pw->writeLine(L"\t\t\"vexo -f <path>config_file [-runonce] [-JSON]\"");
     s_pw->writeLine(L"\t]");
     s_pw->writeLine(L"}");
-}
-
-void displayJSONHeader(bool json, int a, int b) {
-    static Document trackHeader = Document::kNotOpen;
-    if (!json) return;
-    if (a == 0 && b == 0) {
-        const bool open = trackHeader != Document::kNotOpen;
-        trackHeader = open ? Document::kNotOpen : Document::kOpenedHere;
-        if (open) return;
-        for (const String& line : documentHeader(*s_vexoMessageHelper))
-            s_pw->writeLine(line);
-    } else if (a == 0 && b == 1) {
-        trackHeader = Document::kMonitor;
-    } else if (a == 1) {
-        const bool monitorClosedIt = trackHeader == Document::kMonitor;
-        trackHeader = Document::kNotOpen;
-        // Established output: the line before the brace ends in a comma more often than not.
-        if (!monitorClosedIt) s_pw->writeLine(L"}");
-    }
 }
 
 }  // namespace vexo

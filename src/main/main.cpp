@@ -2,38 +2,27 @@
 // The life of one run, and the one place where failures become a message and an exit status.
 #include <unistd.h>
 
-#include <memory>
 #include <new>
 #include <string_view>
 
 #include "config/ConfigException.h"
 #include "config/ConfigFileReader.h"
-#include "engine/error/QRIException.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
 #include "foundation/FileDescriptor.h"
 #include "foundation/Piece.h"
-#include "foundation/Ref.h"
-#include "foundation/TextWriter.h"
 #include "main/CommandLine.h"
-#include "messages/MessageHelper.h"
+#include "main/JsonDocument.h"
+#include "main/Program.h"
 #include "monitor/MonitorProcessor.h"
 #include "output/DocumentHeader.h"
+#include "status/QRIException.h"
 #include "util/Utils.h"
 
 namespace vexo {
 namespace {
 
-Ref<TextWriter> s_errpw;
-std::unique_ptr<ConfigData> s_configData;
-
 constexpr int kRefused = 1;
-
-void openWriters() {
-    s_pw = TextWriter::onStandardOutput(TextWriter::Flushing::kAfterEveryLine);
-    s_errpw = TextWriter::onStandardError(TextWriter::Flushing::kAfterEveryLine);
-    s_vexoMessageHelper = makeRef<MessageHelper>("VEXO", "VEXO_");
-}
 
 void printBanner() {
     s_pw->writeLine(s_vexoMessageHelper->getResStr("NAME", kProgramVersion));
@@ -42,7 +31,7 @@ void printBanner() {
 }
 
 int run(int argc, const char* const* argv) {
-    openWriters();
+    openProgram();
     String path;
     bool runOnce = false;
     const int status = parseArgs(argc, argv, path, runOnce);
@@ -101,7 +90,7 @@ int withFallback(int status, Action action) {
 int reportOutOfMemory() {
     return withFallback(kOutOfMemory, [] {
         try {
-            if (!s_vexoMessageHelper) openWriters();  // it failed as early as that
+            if (!s_vexoMessageHelper) openProgram();  // it failed as early as that
             return reportFatal(kOutOfMemory);
         } catch (const std::bad_alloc&) {
             constexpr std::string_view kText = "Out of memory\n";

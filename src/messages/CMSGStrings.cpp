@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "foundation/Piece.h"
-#include "foundation/StringBundle.h"
+#include "messages/StringBundle.h"
 
 namespace vexo {
 namespace {

@@ -8,11 +8,11 @@
 #include <limits>
 #include <string>
 
-#include "engine/error/QRIConfigHelper.h"
-#include "engine/error/QRIException.h"
 #include "foundation/Directory.h"
 #include "foundation/Encoding.h"
 #include "foundation/Piece.h"
+#include "status/QRIConfigHelper.h"
+#include "status/QRIException.h"
 #include "util/NumberFormatException.h"
 
 namespace vexo {

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "engine/QRIMonitorHelper.h"
-#include "engine/error/QRIException.h"
+#include "status/QRIException.h"
 
 namespace {
 

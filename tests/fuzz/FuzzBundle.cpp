@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "foundation/Encoding.h"
-#include "foundation/StringBundle.h"
 #include "messages/MessageFormat.h"
+#include "messages/StringBundle.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace vexo;

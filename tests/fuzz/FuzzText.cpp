@@ -2,9 +2,9 @@
 // Any bytes to wide text and back without loss; escaping, trimming and the numbers on any text.
 #include <cstdlib>
 
-#include "engine/error/QRIException.h"
 #include "foundation/Encoding.h"
 #include "foundation/Piece.h"
+#include "status/QRIException.h"
 #include "util/NumberFormatException.h"
 #include "util/Utils.h"
 

@@ -18,7 +18,7 @@
 #include <thread>
 
 #include "ThrowAwayServer.h"
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 namespace {
 

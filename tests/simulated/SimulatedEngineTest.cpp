@@ -14,7 +14,7 @@
 #include <thread>
 #include <utility>
 
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 int16_t XrStart(void* /*reserved*/) {
     return XR_OK;

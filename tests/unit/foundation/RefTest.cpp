@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "Support.h"
-#include "engine/RawText.h"
+#include "engine/NamePool.h"
 #include "foundation/List.h"
 
 struct Counted : RefCounted {

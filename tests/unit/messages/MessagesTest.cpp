@@ -3,9 +3,9 @@
 #include <regex>
 
 #include "Support.h"
-#include "foundation/StringBundle.h"
 #include "messages/CMSGStrings.h"
 #include "messages/MessageHelper.h"
+#include "messages/StringBundle.h"
 
 namespace vexo {
 namespace {

@@ -20,9 +20,6 @@ private:
     Ref<MessageHelper> m_settingsMessages;
 };
 
-// `status` in decimal, ": " and the text that `messages` holds under that number.
-String statusMessage(const MessageHelper& messages, int status);
-
 }  // namespace vexo
 
 #endif

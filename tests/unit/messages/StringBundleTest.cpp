@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "foundation/StringBundle.h"
+#include "messages/StringBundle.h"
 
 #include <clocale>
 

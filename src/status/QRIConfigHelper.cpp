@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "engine/error/QRIConfigHelper.h"
+#include "status/QRIConfigHelper.h"
 
-#include "foundation/Encoding.h"
-#include "foundation/Piece.h"
+#include "status/StatusMessage.h"
 
 namespace vexo {
 namespace {
@@ -18,11 +17,6 @@ QRIConfigHelper::QRIConfigHelper()
 
 String QRIConfigHelper::createErrorMsg(int status) const {
     return statusMessage(status <= kLastEngineStatus ? *m_engineMessages : *m_settingsMessages, status);
-}
-
-String statusMessage(const MessageHelper& messages, int status) {
-    const String code = decimal(status);
-    return concat(code, L": ", messages.getResStr(narrow(code).c_str()));
 }
 
 }  // namespace vexo

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Named bundles of translated texts: property files, one for each language.
-#ifndef VEXO_FOUNDATION_STRINGBUNDLE_H
-#define VEXO_FOUNDATION_STRINGBUNDLE_H
+#ifndef VEXO_MESSAGES_STRINGBUNDLE_H
+#define VEXO_MESSAGES_STRINGBUNDLE_H
 
 #include <optional>
 #include <string>

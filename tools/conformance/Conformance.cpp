@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string>
 
-#include "engine/xradmin.h"
+#include "xradmin.h"
 
 namespace {
 

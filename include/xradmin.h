@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The engine's administration interface: what the monitor calls and what every library of the interface
  * exports. Plain C, so that a library may be written in any language that speaks it.
  *
@@ -7,8 +8,8 @@
  *
  * Every function returns a status: 0 is success, XR_NO_MORE_ITEMS, XR_CLIENT_GONE and XR_FILE_GONE are the
  * expected ends and gaps of an enumeration, anything else is an error. Outputs count only after status 0. */
-#ifndef VEXO_ENGINE_XRADMIN_H
-#define VEXO_ENGINE_XRADMIN_H
+#ifndef XRADMIN_H
+#define XRADMIN_H
 
 #include <stddef.h>
 #include <stdint.h>
