@@ -15,7 +15,8 @@ struct XrApi {
 #undef VEXO_XR_MEMBER
 };
 
-// Opens the engine library that VEXO_ENGINE_LIBRARY names (a path or a soname; libxradmin.so when unset or empty).
+// Opens the engine library that VEXO_ENGINE_LIBRARY names (libxradmin.so when unset or empty): a path, or a name that is
+// looked for in the directory of libraries beside the program's own, and where the system's loader looks.
 // Throws an Exception that names the library and why it cannot be loaded, or all the functions that it lacks. The
 // library stays loaded until the process ends: it may have threads or exit handlers of its own.
 XrApi loadEngineLibrary();
