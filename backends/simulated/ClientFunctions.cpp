@@ -1,23 +1,13 @@
 // SPDX-License-Identifier: MIT
 // The exported functions of the sessions and their handles.
-#include "Library.h"
-#include "TextField.h"
+#include "ItemCalls.h"
 
 using namespace xrsim;
 
 namespace {
 
-std::optional<std::string_view> nameOfClient(const XRCLIENTID& client) {
-    return textOf(client.text);
-}
-
-// The identifier is opaque to the caller, who hands back what it was given, byte for byte.
-std::string_view bytesOf(const XRCLIENTID& client) {
-    return {client.text, sizeof client};
-}
-
 void traceClient(Line& line, const XRCLIENTID* client) {
-    if (client == nullptr) {
+    if (!client) {
         line.null("client");
         return;
     }
@@ -34,7 +24,7 @@ std::int16_t XrGetKesdClientsData(std::int32_t h, std::uint32_t* count) {
         kThis, h,
         [&] {
             return library.take(kThis, library.clients(), count,
-                                [&] { return library.world().sessions(library.roundFor(Data::Clients)); });
+                                [&] { return library.world().sessions(library.roundFor(Data::kClients)); });
         },
         [](Line&) {}, [&](Line& line) { line.number("count", *count); });
 }
@@ -45,19 +35,15 @@ std::int16_t XrGetKesdClientId(std::int32_t h, std::uint32_t index, XRCLIENTID* 
     return library.call(
         kThis, h,
         [&]() -> Status {
-            if (!library.hasRoom(kThis, client != nullptr)) return kBadArgument;
-            Snapshot& clients = library.clients();
-            library.needs(kThis, clients);
-            const std::optional<Item> session = clients.at(index);
+            if (!library.hasRoom(kThis, client)) return kBadArgument;
             XRCLIENTID found{};
-            if (session) library.world().fillClient(*session, found);
-            const Mishap mishap = library.befalling(kThis, index, [&] { return nameOfClient(found); });
-            if (mishap.status != kOk) return mishap.status;
-            if (!session) return kNoMoreItems;
-            *client = found;
-            clients.lastServed = session;
-            if (mishap.vanishes) clients.letVanish(*session);
-            return kOk;
+            return enumerate(
+                kThis, library.clients(), index,
+                [&](Item session) {
+                    library.world().fillClient(session, found);
+                    return textOf(found.text);
+                },
+                [&](Item) { *client = found; });
         },
         [&](Line& line) { line.number("index", index); }, [&](Line& line) { traceClient(line, client); });
 }
@@ -67,17 +53,12 @@ std::int16_t XrGetKesdClientInfo(std::int32_t h, const XRCLIENTID* client, XRKES
     Library& library = Library::instance();
     return library.call(
         kThis, h,
-        [&]() -> Status {
-            if (!library.hasRoom(kThis, client != nullptr && info != nullptr)) return kBadArgument;
-            Snapshot& clients = library.clients();
-            library.needs(kThis, clients);
-            const Mishap mishap = library.befalling(kThis, std::nullopt, [&] { return nameOfClient(*client); });
-            if (mishap.status != kOk) return mishap.status;
-            const std::optional<Item> session = library.world().findSession(clients, *client);
-            if (!session) return kClientGone;
-            library.world().fillSession(*session, clients.round(), *info);
-            if (mishap.vanishes) clients.letVanish(*session);
-            return kOk;
+        [&] {
+            return callAbout(kThis, NamedClient(client), std::nullopt, info,
+                             [&](const Snapshot& clients, Item session, const Effect&) {
+                                 library.world().fillSession(session, clients.round(), *info);
+                                 return true;
+                             });
         },
         [&](Line& line) { traceClient(line, client); },
         [&](Line& line) {
@@ -97,18 +78,13 @@ std::int16_t XrGetKesdClientHandlesData(std::int32_t h, const XRCLIENTID* client
     Library& library = Library::instance();
     return library.call(
         kThis, h,
-        [&]() -> Status {
-            if (!library.hasRoom(kThis, client != nullptr && count != nullptr)) return kBadArgument;
-            Snapshot& clients = library.clients();
-            library.needs(kThis, clients);
-            const Mishap mishap = library.befalling(kThis, std::nullopt, [&] { return nameOfClient(*client); });
-            if (mishap.status != kOk) return mishap.status;
-            const std::optional<Item> session = library.world().findSession(clients, *client);
-            if (!session) return kClientGone;
-            clients.countHandlesOf(*session, bytesOf(*client));
-            *count = mishap.announced(library.world().sessionHandles(*session, clients.round()));
-            if (mishap.vanishes) clients.letVanish(*session);
-            return kOk;
+        [&] {
+            return callAbout(kThis, NamedClient(client), std::nullopt, count,
+                             [&](Snapshot& clients, Item session, const Effect& effect) {
+                                 clients.countHandlesOf(session, NamedClient(client).key());
+                                 *count = effect.announced(library.world().sessionHandles(session, clients.round()));
+                                 return true;
+                             });
         },
         [&](Line& line) { traceClient(line, client); }, [&](Line& line) { line.number("count", *count); });
 }
@@ -119,21 +95,11 @@ std::int16_t XrGetKesdClientHandleInfo(std::int32_t h, const XRCLIENTID* client,
     Library& library = Library::instance();
     return library.call(
         kThis, h,
-        [&]() -> Status {
-            if (!library.hasRoom(kThis, client != nullptr && info != nullptr)) return kBadArgument;
-            Snapshot& clients = library.clients();
-            library.needs(kThis, clients);
-            const Mishap mishap = library.befalling(kThis, index, [&] { return nameOfClient(*client); });
-            if (mishap.status != kOk) return mishap.status;
-            const std::optional<Item> session = clients.withHandles(bytesOf(*client));
-            if (!session) {
-                if (!library.world().findSession(clients, *client)) return kClientGone;
-                library.check().misuse(kThis, "the handles of this client were not counted last");
-                return kNoMoreItems;
-            }
-            if (!library.world().fillSessionHandle(*session, clients.round(), index, *info)) return kNoMoreItems;
-            if (mishap.vanishes) clients.letVanish(*session);
-            return kOk;
+        [&] {
+            return callAbout(kThis, NamedClient(client), index, info,
+                             [&](const Snapshot& clients, Item session, const Effect&) {
+                                 return library.world().fillSessionHandle(session, clients.round(), index, *info);
+                             });
         },
         [&](Line& line) {
             traceClient(line, client);

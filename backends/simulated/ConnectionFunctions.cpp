@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The exported functions of the SQL connections.
-#include "Library.h"
-#include "TextField.h"
+#include "ItemCalls.h"
 
 using namespace xrsim;
 
@@ -12,7 +11,7 @@ std::int16_t XrGetSQLConnectionsData(std::int32_t h, std::uint32_t* count) {
         kThis, h,
         [&] {
             return library.take(kThis, library.connections(), count,
-                                [&] { return library.world().connections(library.roundFor(Data::Connections)); });
+                                [&] { return library.world().connections(library.roundFor(Data::kConnections)); });
         },
         [](Line&) {}, [&](Line& line) { line.number("count", *count); });
 }
@@ -23,15 +22,11 @@ std::int16_t XrGetSQLConnectionInfo2(std::int32_t h, std::uint32_t index, XRSQLC
     return library.call(
         kThis, h,
         [&]() -> Status {
-            if (!library.hasRoom(kThis, info != nullptr)) return kBadArgument;
-            const Snapshot& connections = library.connections();
-            library.needs(kThis, connections);
-            const Mishap mishap = library.befalling(kThis, index, [] { return std::nullopt; });
-            if (mishap.status != kOk) return mishap.status;
-            const std::optional<Item> connection = connections.at(index);
-            if (!connection) return kNoMoreItems;
-            library.world().fillConnection(*connection, connections.round(), *info);
-            return kOk;
+            if (!library.hasRoom(kThis, info)) return kBadArgument;
+            Snapshot& connections = library.connections();
+            return enumerate(
+                kThis, connections, index, [](Item) { return std::nullopt; },
+                [&](Item connection) { library.world().fillConnection(connection, connections.round(), *info); });
         },
         [&](Line& line) { line.number("index", index); },
         [&](Line& line) {

@@ -4,10 +4,33 @@
 #include <algorithm>
 
 namespace xrsim {
+namespace {
 
 static_assert(std::size(kFunctionNames) <= 32, "m_watched has one bit for each function");
 
-std::uint32_t Mishap::announced(std::uint32_t real) const {
+bool matches(const Fault& fault, Function function, std::optional<std::uint32_t> index,
+             std::optional<std::string_view> name) {
+    if (fault.function && *fault.function != function) return false;
+    if (fault.index && fault.index != index) return false;
+    return !fault.name || (name && *fault.name == *name);
+}
+
+}  // namespace
+
+bool Effect::isNothing() const {
+    return status == kOk && delayMs == 0 && !losesConnection && !vanishes && !count && countChange == 0;
+}
+
+void Effect::add(const Effect& other) {
+    if (status == kOk) status = other.status;
+    delayMs += other.delayMs;
+    losesConnection |= other.losesConnection;
+    vanishes |= other.vanishes;
+    if (other.count) count = other.count;
+    countChange += other.countChange;
+}
+
+std::uint32_t Effect::announced(std::uint32_t real) const {
     const std::int64_t changed = std::int64_t{count.value_or(real)} + countChange;
     return static_cast<std::uint32_t>(std::clamp<std::int64_t>(changed, 0, UINT32_MAX));
 }
@@ -19,23 +42,17 @@ Faults::Faults(const std::vector<Fault>& faults) {
     }
 }
 
-Mishap Faults::befalling(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name) {
-    Mishap mishap;
+Effect Faults::effectOn(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name) {
+    Effect effect;
+    if ((m_watched >> static_cast<unsigned>(function) & 1U) == 0) return effect;
     for (Watch& watch : m_watches) {
         const Fault& fault = *watch.fault;
-        if (fault.function && *fault.function != function) continue;
-        if (fault.index && fault.index != index) continue;
-        if (fault.name && (!name || *fault.name != *name)) continue;
+        if (!matches(fault, function, index, name)) continue;
         ++watch.calls;
         if (watch.calls < fault.firstCall || watch.calls - fault.firstCall >= fault.times) continue;
-        if (mishap.status == kOk) mishap.status = fault.status;
-        mishap.delayMs += fault.delayMs;
-        mishap.losesConnection |= fault.losesConnection;
-        mishap.vanishes |= fault.vanishes;
-        if (fault.count) mishap.count = fault.count;
-        mishap.countChange += fault.countChange;
+        effect.add(fault.effect);
     }
-    return mishap;
+    return effect;
 }
 
 }  // namespace xrsim

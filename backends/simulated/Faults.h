@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The faults of a scenario at work: counts the calls that each one watches, and says what befalls a call.
+// The faults of a scenario at work: counts the calls that each one matches, and tells what they do to a call.
 #ifndef XRSIM_FAULTS_H
 #define XRSIM_FAULTS_H
 
@@ -12,27 +12,12 @@
 
 namespace xrsim {
 
-// What all faults together do to one call.
-struct Mishap {
-    Status status = kOk;
-    std::uint32_t delayMs = 0;
-    bool losesConnection = false;
-    bool vanishes = false;
-    std::optional<std::uint32_t> count;
-    std::int64_t countChange = 0;
-
-    // The count that a data call announces in place of `real`.
-    std::uint32_t announced(std::uint32_t real) const;
-};
-
 class Faults {
 public:
     explicit Faults(const std::vector<Fault>& faults);
 
-    // Whether any fault watches this function: the others need not tell what they are called with.
-    bool watch(Function function) const { return (m_watched >> static_cast<unsigned>(function) & 1U) != 0; }
-
-    Mishap befalling(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name);
+    // What all faults together do to this call. Counts the call.
+    Effect effectOn(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name);
 
 private:
     struct Watch {
@@ -41,7 +26,7 @@ private:
     };
 
     std::vector<Watch> m_watches;
-    std::uint32_t m_watched = 0;
+    std::uint32_t m_watched = 0;  // one bit for each function that a fault may match
 };
 
 }  // namespace xrsim

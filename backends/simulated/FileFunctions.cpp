@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: MIT
 // The exported functions of the open files and their handles.
-#include "Library.h"
-#include "TextField.h"
+#include "ItemCalls.h"
 
 using namespace xrsim;
 
 namespace {
 
-std::string_view keyOf(const char* name) {
-    return textOf(name, XR_NAME_SIZE - 1);
-}
-
 void traceName(Line& line, const char* name) {
-    if (name == nullptr) {
-        line.null("name");
+    if (name) {
+        line.text("name", NamedFile(name).name());
     } else {
-        line.text("name", keyOf(name));
+        line.null("name");
     }
 }
 
@@ -28,7 +23,7 @@ std::int16_t XrGetOpenFilesData(std::int32_t h, std::uint32_t* count) {
         kThis, h,
         [&] {
             return library.take(kThis, library.files(), count,
-                                [&] { return library.world().files(library.roundFor(Data::Files)); });
+                                [&] { return library.world().files(library.roundFor(Data::kFiles)); });
         },
         [](Line&) {}, [&](Line& line) { line.number("count", *count); });
 }
@@ -39,27 +34,26 @@ std::int16_t XrGetOpenFileName(std::int32_t h, std::uint32_t index, std::uint32_
     return library.call(
         kThis, h,
         [&]() -> Status {
-            if (!library.hasRoom(kThis, size != nullptr && name != nullptr)) return kBadArgument;
+            if (!library.hasRoom(kThis, size && name)) return kBadArgument;
             if (*size != XR_NAME_SIZE) library.check().misuse(kThis, "the size of the name buffer is not 1024");
             if (*size < XR_NAME_SIZE) return kBadArgument;
-            Snapshot& files = library.files();
-            library.needs(kThis, files);
-            const std::optional<Item> file = files.at(index);
             char buffer[XR_NAME_SIZE];
-            const std::string_view found = file ? library.world().fileName(*file, buffer) : std::string_view();
-            const Mishap mishap = library.befalling(kThis, index, [&] { return std::optional(nameKey(found)); });
-            if (mishap.status != kOk) return mishap.status;
-            if (!file) return kNoMoreItems;
-            putText(name, XR_NAME_SIZE, found);
-            // The size that came in is used up: whoever relies on it in the next call is found out.
-            *size = static_cast<std::uint32_t>(found.size());
-            files.lastServed = file;
-            if (mishap.vanishes) files.letVanish(*file);
-            return kOk;
+            std::string_view found;
+            return enumerate(
+                kThis, library.files(), index,
+                [&](Item file) {
+                    found = library.world().fileName(file, buffer);
+                    return nameKey(found);
+                },
+                [&](Item) {
+                    putText(name, XR_NAME_SIZE, found);
+                    // A caller that takes this size for the buffer's in its next call is noted.
+                    *size = static_cast<std::uint32_t>(found.size());
+                });
         },
         [&](Line& line) {
             line.number("index", index);
-            size != nullptr ? line.number("size", *size) : line.null("size");
+            size ? line.number("size", *size) : line.null("size");
         },
         [&](Line& line) { line.text("name", textOf(name, XR_NAME_SIZE)).number("size", *size); });
 }
@@ -69,17 +63,12 @@ std::int16_t XrGetFileInfo2(std::int32_t h, const char* name, XRFILEINFO* info) 
     Library& library = Library::instance();
     return library.call(
         kThis, h,
-        [&]() -> Status {
-            if (!library.hasRoom(kThis, name != nullptr && info != nullptr)) return kBadArgument;
-            Snapshot& files = library.files();
-            library.needs(kThis, files);
-            const Mishap mishap = library.befalling(kThis, std::nullopt, [&] { return std::optional(keyOf(name)); });
-            if (mishap.status != kOk) return mishap.status;
-            const std::optional<Item> file = library.world().findFile(files, keyOf(name));
-            if (!file) return kFileGone;
-            library.world().fillFile(*file, files.round(), *info);
-            if (mishap.vanishes) files.letVanish(*file);
-            return kOk;
+        [&] {
+            return callAbout(kThis, NamedFile(name), std::nullopt, info,
+                             [&](const Snapshot& files, Item file, const Effect&) {
+                                 library.world().fillFile(file, files.round(), *info);
+                                 return true;
+                             });
         },
         [&](Line& line) { traceName(line, name); },
         [&](Line& line) {
@@ -101,18 +90,13 @@ std::int16_t XrGetFileHandlesData(std::int32_t h, const char* name, std::uint32_
     Library& library = Library::instance();
     return library.call(
         kThis, h,
-        [&]() -> Status {
-            if (!library.hasRoom(kThis, name != nullptr && count != nullptr)) return kBadArgument;
-            Snapshot& files = library.files();
-            library.needs(kThis, files);
-            const Mishap mishap = library.befalling(kThis, std::nullopt, [&] { return std::optional(keyOf(name)); });
-            if (mishap.status != kOk) return mishap.status;
-            const std::optional<Item> file = library.world().findFile(files, keyOf(name));
-            if (!file) return kFileGone;
-            files.countHandlesOf(*file, keyOf(name));
-            *count = mishap.announced(library.world().fileHandles(*file, files.round()));
-            if (mishap.vanishes) files.letVanish(*file);
-            return kOk;
+        [&] {
+            return callAbout(kThis, NamedFile(name), std::nullopt, count,
+                             [&](Snapshot& files, Item file, const Effect& effect) {
+                                 files.countHandlesOf(file, NamedFile(name).key());
+                                 *count = effect.announced(library.world().fileHandles(file, files.round()));
+                                 return true;
+                             });
         },
         [&](Line& line) { traceName(line, name); }, [&](Line& line) { line.number("count", *count); });
 }
@@ -122,21 +106,10 @@ std::int16_t XrGetFileHandleInfo(std::int32_t h, const char* name, std::uint32_t
     Library& library = Library::instance();
     return library.call(
         kThis, h,
-        [&]() -> Status {
-            if (!library.hasRoom(kThis, name != nullptr && info != nullptr)) return kBadArgument;
-            Snapshot& files = library.files();
-            library.needs(kThis, files);
-            const Mishap mishap = library.befalling(kThis, index, [&] { return std::optional(keyOf(name)); });
-            if (mishap.status != kOk) return mishap.status;
-            const std::optional<Item> file = files.withHandles(keyOf(name));
-            if (!file) {
-                if (!library.world().findFile(files, keyOf(name))) return kFileGone;
-                library.check().misuse(kThis, "the handles of this file were not counted last");
-                return kNoMoreItems;
-            }
-            if (!library.world().fillFileHandle(*file, files.round(), index, *info)) return kNoMoreItems;
-            if (mishap.vanishes) files.letVanish(*file);
-            return kOk;
+        [&] {
+            return callAbout(kThis, NamedFile(name), index, info, [&](const Snapshot& files, Item file, const Effect&) {
+                return library.world().fillFileHandle(file, files.round(), index, *info);
+            });
         },
         [&](Line& line) {
             traceName(line, name);

@@ -33,7 +33,7 @@ inline std::uint32_t fileOf(std::uint64_t handle, const Generated& generated) {
 }
 
 // Mostly plain states, now and then a lock or a wait.
-template <class Record>
+template <typename Record>
 void fillCodes(const Life& life, std::uint64_t handle, Record& record) {
     constexpr std::uint8_t kOpenModes[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 254, 254, 255, 252, 248};
     constexpr std::uint8_t kLocks[16] = {'S', 'S', 'M', 'N', 'N', 'N', 'N', 'N',

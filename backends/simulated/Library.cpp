@@ -26,7 +26,7 @@ Status Library::start() {
     const Status status = m_check.start(std::this_thread::get_id());
     if (status != kOk) return status;
     load();
-    return m_engine ? befalling(Function::XrStart).status : kScenarioWrong;
+    return m_engine ? playFaults(Function::XrStart).status : kScenarioWrong;
 }
 
 void Library::load() {
@@ -36,7 +36,7 @@ void Library::load() {
     m_round = 1;
     std::fill(std::begin(m_servedRounds), std::end(m_servedRounds), 0);
     try {
-        if (named != nullptr && *named != '\0') {
+        if (named && *named != '\0') {
             m_engine.emplace(readScenarioFile(named));
         } else {
             m_engine.emplace(readScenario(demoScenario(), "shop.toml"));
@@ -57,9 +57,9 @@ Status Library::stop() {
     const Status status = m_check.stop();
     if (status != kOk) return status;
     dropSnapshots(Function::XrStop);
-    const Status mishap = m_engine ? befalling(Function::XrStop).status : kOk;
+    const Status failure = m_engine ? playFaults(Function::XrStop).status : kOk;
     m_engine.reset();
-    return mishap;
+    return failure;
 }
 
 Status Library::connect(std::string_view server, std::string_view user, std::string_view password, std::int32_t& h) {
@@ -69,7 +69,7 @@ Status Library::connect(std::string_view server, std::string_view user, std::str
     if (!m_engine) {
         status = kScenarioWrong;
     } else {
-        status = befalling(Function::XrConnectServer).status;
+        status = playFaults(Function::XrConnectServer).status;
         if (status == kOk) status = m_engine->world.admits(server, user, password);
     }
     if (status != kOk) {
@@ -87,7 +87,7 @@ Status Library::disconnect(std::int32_t h) {
     if (status != kOk) return status;
     dropSnapshots(Function::XrDisconnect);
     m_connectionIsLost = false;
-    return m_engine ? befalling(Function::XrDisconnect).status : kOk;
+    return m_engine ? playFaults(Function::XrDisconnect).status : kOk;
 }
 
 Status Library::admit(Function function, std::int32_t h) {
@@ -102,14 +102,15 @@ Status Library::admit(Function function, std::int32_t h) {
     return kConnectionLost;
 }
 
-Mishap Library::strike(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name) {
-    Mishap mishap = m_engine->faults.befalling(function, index, name);
-    if (mishap.delayMs != 0) std::this_thread::sleep_for(std::chrono::milliseconds(mishap.delayMs));
-    if (mishap.losesConnection) {
+Effect Library::playFaults(Function function, std::optional<std::uint32_t> index,
+                           std::optional<std::string_view> name) {
+    Effect effect = m_engine->faults.effectOn(function, index, name);
+    if (effect.delayMs != 0) std::this_thread::sleep_for(std::chrono::milliseconds(effect.delayMs));
+    if (effect.losesConnection) {
         m_connectionIsLost = true;
-        if (mishap.status == kOk) mishap.status = kConnectionLost;
+        if (effect.status == kOk) effect.status = kConnectionLost;
     }
-    return mishap;
+    return effect;
 }
 
 Round Library::roundFor(Data data) {
@@ -132,8 +133,8 @@ Status Library::free(Function function, Snapshot& snapshot) {
     const bool held = snapshot.isHeld();
     needs(function, snapshot);
     snapshot = Snapshot();
-    const Status mishap = befalling(function).status;
-    if (mishap != kOk) return mishap;
+    const Status failure = playFaults(function).status;
+    if (failure != kOk) return failure;
     return held ? kOk : kOutOfOrder;
 }
 

@@ -30,7 +30,7 @@ struct RunningEngine {
 };
 
 // The data calls that move the engine on.
-enum class Data : std::uint8_t { Files, Clients, Connections, Usage, Communication };
+enum class Data : std::uint8_t { kFiles, kClients, kConnections, kUsage, kCommunication };
 
 class Library {
 public:
@@ -54,32 +54,27 @@ public:
     // Notes `function` as misused when the caller gave no room for its results.
     bool hasRoom(Function function, bool given) const;
 
-    // What befalls a call, with the delay behind it already. `name` is computed for the functions that a fault watches.
-    template <class Name>
-    Mishap befalling(Function function, std::optional<std::uint32_t> index, Name name) {
-        if (!m_engine->faults.watch(function)) return {};
-        return strike(function, index, name());
-    }
-    Mishap befalling(Function function) {
-        return befalling(function, std::nullopt, [] { return std::nullopt; });
-    }
+    // Plays what the scenario's faults do to a call: delays it, loses the connection. The rest of the
+    // effect is up to the call. `name` is that of the file or the client.
+    Effect playFaults(Function function, std::optional<std::uint32_t> index = std::nullopt,
+                      std::optional<std::string_view> name = std::nullopt);
 
-    // The data, item and free calls of an enumeration, as far as all enumerations agree.
-    template <class Take>
+    // The data and free calls of an enumeration.
+    template <typename Take>
     Status take(Function function, Snapshot& snapshot, std::uint32_t* count, Take takeSnapshot) {
-        if (!hasRoom(function, count != nullptr)) return kBadArgument;
-        const Mishap mishap = befalling(function);
-        if (mishap.status != kOk) return mishap.status;
+        if (!hasRoom(function, count)) return kBadArgument;
+        const Effect effect = playFaults(function);
+        if (effect.status != kOk) return effect.status;
         if (snapshot.isHeld()) m_check.misuse(function, "the last snapshot is not freed");
         snapshot = takeSnapshot();
-        *count = mishap.announced(snapshot.count());
+        *count = effect.announced(snapshot.count());
         return kOk;
     }
     Status free(Function function, Snapshot& snapshot);
     void needs(Function function, const Snapshot& snapshot) const;
 
     // Runs the body of an exported function. No exception leaves it; the trace gets `arguments` and `results`.
-    template <class Body, class Arguments, class Results>
+    template <typename Body, typename Arguments, typename Results>
     Status call(Function function, Body body, Arguments arguments, Results results) noexcept {
         const std::lock_guard<std::mutex> lock(m_mutex);
         Status status = kInternalFailure;
@@ -99,7 +94,7 @@ public:
     }
 
     // The same for the functions that take a connection handle.
-    template <class Body, class Arguments, class Results>
+    template <typename Body, typename Arguments, typename Results>
     Status call(Function function, std::int32_t h, Body body, Arguments arguments, Results results) noexcept {
         return call(
             function,
@@ -115,7 +110,6 @@ private:
 
     void enter(Function function);
     Status admit(Function function, std::int32_t h);
-    Mishap strike(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name);
     void load();
     void dropSnapshots(Function function);
 

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kWordSize = 256;
 
 std::string_view wordOf(const char* word) {
-    return word == nullptr ? std::string_view() : textOf(word, kWordSize);
+    return word ? textOf(word, kWordSize) : std::string_view();
 }
 
 const auto kNoArguments = [](Line&) {};
@@ -37,7 +37,7 @@ std::int16_t XrConnectServer(const char* server, const char* user, const char* p
     return library.call(
         kThis,
         [&]() -> Status {
-            const bool given = server != nullptr && user != nullptr && password != nullptr && h != nullptr;
+            const bool given = server && user && password && h;
             if (!library.hasRoom(kThis, given)) return kBadArgument;
             return library.connect(wordOf(server), wordOf(user), wordOf(password), *h);
         },
@@ -62,11 +62,10 @@ std::int16_t XrGetEngineInformation(std::int32_t h, char* text, std::uint32_t* i
     return library.call(
         kThis, h,
         [&]() -> Status {
-            const bool given = text != nullptr && information1 != nullptr && information2 != nullptr &&
-                               information3 != nullptr && engineType != nullptr;
+            const bool given = text && information1 && information2 && information3 && engineType;
             if (!library.hasRoom(kThis, given)) return kBadArgument;
-            const Mishap mishap = library.befalling(kThis);
-            if (mishap.status != kOk) return mishap.status;
+            const Effect effect = library.playFaults(kThis);
+            if (effect.status != kOk) return effect.status;
             const EngineFacts& engine = library.world().scenario().engine;
             putText(text, XR_ENGINE_TEXT_SIZE, textOf(engine.text));
             *information1 = engine.information[0];
@@ -89,9 +88,9 @@ std::int16_t XrGetKesdVersion(std::int32_t h, XRKESDVERSION* version) {
     return library.call(
         kThis, h,
         [&]() -> Status {
-            if (!library.hasRoom(kThis, version != nullptr)) return kBadArgument;
-            const Mishap mishap = library.befalling(kThis);
-            if (mishap.status != kOk) return mishap.status;
+            if (!library.hasRoom(kThis, version)) return kBadArgument;
+            const Effect effect = library.playFaults(kThis);
+            if (effect.status != kOk) return effect.status;
             *version = library.world().scenario().engine.version;
             return kOk;
         },

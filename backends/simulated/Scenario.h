@@ -81,15 +81,15 @@ struct Limit {
 
 // The groups of the usage record, in its order.
 enum class Resource : std::uint8_t {
-    Users,
-    Files,
-    Handles,
-    Transactions,
-    Clients,
-    WorkerThreads,
-    Locks,
-    DataInUse,
-    Sessions
+    kUsers,
+    kFiles,
+    kHandles,
+    kTransactions,
+    kClients,
+    kWorkerThreads,
+    kLocks,
+    kDataInUse,
+    kSessions
 };
 constexpr std::size_t kResources = 9;
 
@@ -116,20 +116,30 @@ struct Communication {
     std::vector<Protocol> protocols;
 };
 
-// When a call goes wrong, and how.
-struct Fault {
-    std::optional<Function> function;    // any function when absent
-    std::optional<std::uint32_t> index;  // any index when absent
-    std::optional<std::string> name;     // of the file or the client; any when absent
-    std::uint32_t firstCall = 1;         // counted among the calls that match the above
-    std::uint32_t times = UINT32_MAX;
-
+// What faults do to a call.
+struct Effect {
     Status status = kOk;
     std::uint32_t delayMs = 0;
     bool losesConnection = false;
     bool vanishes = false;
     std::optional<std::uint32_t> count;
     std::int64_t countChange = 0;
+
+    bool isNothing() const;
+    // Adds what another fault does to the same call.
+    void add(const Effect& other);
+    // The count that a data call announces in place of `real`.
+    std::uint32_t announced(std::uint32_t real) const;
+};
+
+// Which calls go wrong, and how.
+struct Fault {
+    std::optional<Function> function;    // any function when absent
+    std::optional<std::uint32_t> index;  // any index when absent
+    std::optional<std::string> name;     // of the file or the client; any when absent
+    std::uint32_t firstCall = 1;         // counted among the calls that match the above
+    std::uint32_t times = UINT32_MAX;
+    Effect effect;
 };
 
 struct Scenario {

@@ -146,7 +146,7 @@ void readUsage(ScenarioTable table, ResourceUse (&usage)[kResources]) {
         std::optional<ScenarioTable> group = table.table(kKeys[i]);
         if (!group) continue;
         readLimit(*group, usage[i]);
-        if (static_cast<Resource>(i) != Resource::Locks) group->number("max", usage[i].max);
+        if (static_cast<Resource>(i) != Resource::kLocks) group->number("max", usage[i].max);
         group->finish();
     }
     table.finish();
@@ -223,6 +223,17 @@ void readLife(ScenarioTable table, Life& life) {
     table.finish();
 }
 
+Effect readEffect(ScenarioTable& table) {
+    Effect effect;
+    table.number("status", effect.status);
+    table.number("delay_ms", effect.delayMs, 0, 3'600'000);
+    effect.losesConnection = table.flag("lose_connection");
+    effect.vanishes = table.flag("vanish");
+    table.number("count", effect.count);
+    table.number("count_change", effect.countChange, -INT64_C(4'294'967'295), INT64_C(4'294'967'295));
+    return effect;
+}
+
 Fault readFault(ScenarioTable table) {
     Fault fault;
     if (const std::optional<std::string> name = table.text("function", 64)) {
@@ -233,17 +244,9 @@ Fault readFault(ScenarioTable table) {
     fault.name = table.text("name", XR_NAME_SIZE + 1);
     if (table.number("call", fault.firstCall, 1)) fault.times = 1;
     table.number("times", fault.times, 1);
-    table.number("status", fault.status);
-    table.number("delay_ms", fault.delayMs, 0, 3'600'000);
-    fault.losesConnection = table.flag("lose_connection");
-    fault.vanishes = table.flag("vanish");
-    table.number("count", fault.count);
-    table.number("count_change", fault.countChange, -INT64_C(4'294'967'295), INT64_C(4'294'967'295));
+    fault.effect = readEffect(table);
     table.finish();
-    if (fault.status == kOk && fault.delayMs == 0 && !fault.losesConnection && !fault.vanishes && !fault.count &&
-        fault.countChange == 0) {
-        table.mistake("", "the fault does nothing");
-    }
+    if (fault.effect.isNothing()) table.mistake("", "the fault does nothing");
     return fault;
 }
 

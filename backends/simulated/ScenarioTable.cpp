@@ -35,13 +35,13 @@ const toml::node* ScenarioTable::find(std::string_view key) {
 
 void ScenarioTable::mistake(std::string_view key, const std::string& reason) const {
     const toml::node* node = m_table->get(key);
-    if (node == nullptr) throw ScenarioMistake(*m_file, m_table->source().begin, reason);
+    if (!node) throw ScenarioMistake(*m_file, m_table->source().begin, reason);
     throw ScenarioMistake(*m_file, node->source().begin, std::string(key) + ": " + reason);
 }
 
 std::optional<std::int64_t> ScenarioTable::integer(std::string_view key, std::int64_t least, std::int64_t most) {
     const toml::node* node = find(key);
-    if (node == nullptr) return std::nullopt;
+    if (!node) return std::nullopt;
     if (!node->is_integer()) mistake(key, "a whole number is needed");
     const std::int64_t value = node->as_integer()->get();
     if (value < least || value > most) {
@@ -52,7 +52,7 @@ std::optional<std::int64_t> ScenarioTable::integer(std::string_view key, std::in
 
 void ScenarioTable::code(std::string_view key, std::uint8_t& value) {
     const toml::node* node = m_table->get(key);
-    if (node == nullptr || !node->is_string()) {
+    if (!node || !node->is_string()) {
         number(key, value);
         return;
     }
@@ -64,14 +64,14 @@ void ScenarioTable::code(std::string_view key, std::uint8_t& value) {
 
 bool ScenarioTable::flag(std::string_view key) {
     const toml::node* node = find(key);
-    if (node == nullptr) return false;
+    if (!node) return false;
     if (!node->is_boolean()) mistake(key, "true or false is needed");
     return node->as_boolean()->get();
 }
 
 std::optional<std::string> ScenarioTable::text(std::string_view key, std::size_t size) {
     const toml::node* node = find(key);
-    if (node == nullptr) return std::nullopt;
+    if (!node) return std::nullopt;
     if (node->is_string()) {
         const std::string& value = node->as_string()->get();
         if (value.size() >= size) mistake(key, "longer than " + std::to_string(size - 1) + " bytes");
@@ -79,7 +79,7 @@ std::optional<std::string> ScenarioTable::text(std::string_view key, std::size_t
     }
     if (!node->is_table()) mistake(key, "text, { hex = ... } or { fill = ... } is needed");
     ScenarioTable notation(*node->as_table(), *m_file);
-    const bool nul = notation.find("nul") == nullptr || notation.flag("nul");
+    const bool nul = !notation.find("nul") || notation.flag("nul");
     std::string bytes = bytesOf(key, notation, size, nul);
     notation.finish();
     if (nul && bytes.size() >= size) mistake(key, "longer than " + std::to_string(size - 1) + " bytes");
@@ -106,14 +106,14 @@ std::string ScenarioTable::bytesOf(std::string_view key, ScenarioTable& notation
 
 std::optional<ScenarioTable> ScenarioTable::table(std::string_view key) {
     const toml::node* node = find(key);
-    if (node == nullptr) return std::nullopt;
+    if (!node) return std::nullopt;
     if (!node->is_table()) mistake(key, "a table is needed, written [" + std::string(key) + "]");
     return ScenarioTable(*node->as_table(), *m_file);
 }
 
 std::vector<ScenarioTable> ScenarioTable::tables(std::string_view key) {
     const toml::node* node = find(key);
-    if (node == nullptr) return {};
+    if (!node) return {};
     if (!node->is_array()) mistake(key, "a list of tables is needed, each written [[" + std::string(key) + "]]");
     std::vector<ScenarioTable> tables;
     for (const toml::node& entry : *node->as_array()) {
@@ -127,9 +127,9 @@ void ScenarioTable::finish() const {
     const toml::key* first = nullptr;
     for (const auto& [key, value] : *m_table) {
         if (std::find(m_known.begin(), m_known.end(), key.str()) != m_known.end()) continue;
-        if (first == nullptr || key.source().begin < first->source().begin) first = &key;
+        if (!first || key.source().begin < first->source().begin) first = &key;
     }
-    if (first == nullptr) return;
+    if (!first) return;
     throw ScenarioMistake(*m_file, first->source().begin, "unknown key \"" + std::string(first->str()) + "\"");
 }
 

@@ -28,7 +28,7 @@ class ScenarioTable {
 public:
     ScenarioTable(const toml::table& table, const std::string& file) : m_table(&table), m_file(&file) {}
 
-    template <class Number>
+    template <typename Number>
     bool number(std::string_view key, Number& value, std::int64_t least = std::numeric_limits<Number>::min(),
                 std::int64_t most = std::numeric_limits<Number>::max()) {
         const std::optional<std::int64_t> read = integer(key, least, most);
@@ -36,7 +36,7 @@ public:
         return read.has_value();
     }
 
-    template <class Number>
+    template <typename Number>
     void number(std::string_view key, std::optional<Number>& value) {
         Number read{};
         if (number(key, read)) value = read;

@@ -12,10 +12,10 @@ std::int16_t XrGetKesdUsageEx2(std::int32_t h, XRKESDUSAGE* usage) {
     return library.call(
         kThis, h,
         [&]() -> Status {
-            if (!library.hasRoom(kThis, usage != nullptr)) return kBadArgument;
-            const Mishap mishap = library.befalling(kThis);
-            if (mishap.status != kOk) return mishap.status;
-            library.engine().statistics.fillUsage(library.roundFor(Data::Usage), *usage);
+            if (!library.hasRoom(kThis, usage)) return kBadArgument;
+            const Effect effect = library.playFaults(kThis);
+            if (effect.status != kOk) return effect.status;
+            library.engine().statistics.fillUsage(library.roundFor(Data::kUsage), *usage);
             return kOk;
         },
         [](Line&) {},
@@ -42,10 +42,10 @@ std::int16_t XrGetKesdCommStatEx(std::int32_t h, XRKESDCOMMSTAT* stat) {
     return library.call(
         kThis, h,
         [&]() -> Status {
-            if (!library.hasRoom(kThis, stat != nullptr)) return kBadArgument;
-            const Mishap mishap = library.befalling(kThis);
-            if (mishap.status != kOk) return mishap.status;
-            library.engine().statistics.fillCommunication(library.roundFor(Data::Communication), *stat);
+            if (!library.hasRoom(kThis, stat)) return kBadArgument;
+            const Effect effect = library.playFaults(kThis);
+            if (effect.status != kOk) return effect.status;
+            library.engine().statistics.fillCommunication(library.roundFor(Data::kCommunication), *stat);
             return kOk;
         },
         [](Line&) {},

@@ -69,7 +69,7 @@ Trace::~Trace() {
 
 void Trace::open() {
     const char* named = std::getenv("XRSIM_TRACE");
-    const std::string path = named != nullptr ? named : "";
+    const std::string path = named ? named : "";
     if (path == m_path) return;
     if (isOpen()) ::close(m_file);
     m_path = path;

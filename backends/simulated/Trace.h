@@ -17,7 +17,7 @@ class Line {
 public:
     explicit Line(std::string start) : m_text(std::move(start)) {}
 
-    template <class Number>
+    template <typename Number>
     Line& number(std::string_view name, Number value) {
         static_assert(std::is_integral_v<Number>);
         begin(name);

@@ -63,7 +63,7 @@ std::uint32_t World::fileHandles(Item file, Round round) const {
 bool World::fillFileHandle(Item file, Round round, std::uint32_t index, XRFILEHANDLEINFO& info) const {
     if (!file.generated) {
         const Handle* handle = presentHandle(m_scenario.files[file.number].handles, round, index);
-        if (handle == nullptr) return false;
+        if (!handle) return false;
         info.clientIndex = handle->clientIndex;
         info.openMode = handle->openMode;
         info.recordLockType = handle->recordLock;

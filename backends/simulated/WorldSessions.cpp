@@ -98,7 +98,7 @@ std::uint32_t World::sessionHandles(Item session, Round round) const {
 bool World::fillSessionHandle(Item session, Round round, std::uint32_t index, XRKESDCLIENTHANDLEINFO& info) const {
     if (!session.generated) {
         const Handle* handle = presentHandle(m_scenario.sessions[session.number].handles, round, index);
-        if (handle == nullptr) return false;
+        if (!handle) return false;
         info.openMode = handle->openMode;
         info.recordLockType = handle->recordLock;
         info.waitState = handle->waitState;
