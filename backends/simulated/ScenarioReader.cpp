@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "ScenarioReader.h"
 
-#include <fstream>
-#include <sstream>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
 #include <stdexcept>
 
 #include "ScenarioTable.h"
 
 namespace xrsim {
 namespace {
+
+// Far more than anybody writes by hand; keeps a device or a wrong file from filling the memory.
+constexpr std::size_t kMostMebibytes = 4;
+constexpr std::size_t kMostBytes = kMostMebibytes * 1024 * 1024;
 
 void readEngine(ScenarioTable table, EngineFacts& engine) {
     table.number("type", engine.type);
@@ -308,12 +314,22 @@ Scenario readScenario(std::string_view text, const std::string& file) {
 }
 
 Scenario readScenarioFile(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    stream.peek();  // a folder can be opened, and fails only here
-    if (!stream.is_open() || stream.bad()) throw std::runtime_error(path + ": cannot be read");
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return readScenario(text.str(), path);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
+    std::string text;
+    char part[4096];
+    std::size_t size = sizeof part;
+    while (file && size == sizeof part && text.size() <= kMostBytes) {
+        size = std::fread(part, 1, sizeof part, file.get());
+        text.append(part, size);
+    }
+    if (!file || std::ferror(file.get()) != 0) {
+        throw std::runtime_error(path + ": cannot be read: " + std::strerror(errno));
+    }
+    if (text.size() > kMostBytes) {
+        throw std::runtime_error(path + ": larger than " + std::to_string(kMostMebibytes) +
+                                 " MiB, the limit for a scenario");
+    }
+    return readScenario(text, path);
 }
 
 }  // namespace xrsim
