@@ -18,12 +18,15 @@ bool matches(const Fault& fault, Function function, std::optional<std::uint32_t>
 }  // namespace
 
 bool Effect::isNothing() const {
-    return status == kOk && delayMs == 0 && !losesConnection && !vanishes && !count && countChange == 0;
+    return status == kOk && delayMs == 0 && crash == Crash::kNone && !losesConnection && !vanishes && !count &&
+           countChange == 0;
 }
 
 void Effect::add(const Effect& other) {
     if (status == kOk) status = other.status;
     delayMs += other.delayMs;
+    if (crash == Crash::kNone) crash = other.crash;
+    isInterruptible |= other.isInterruptible;
     losesConnection |= other.losesConnection;
     vanishes |= other.vanishes;
     if (other.count) count = other.count;

@@ -1,15 +1,39 @@
 // SPDX-License-Identifier: MIT
 #include "Library.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <thread>
 
 #include "ScenarioReader.h"
 
 namespace xrsim {
+namespace {
+
+// Waits the whole time, however many signals arrive. False when a signal ended an interruptible wait.
+bool delay(std::uint32_t milliseconds, bool interruptible) {
+    timespec left{};
+    left.tv_sec = milliseconds / 1000;
+    left.tv_nsec = milliseconds % 1000 * 1'000'000L;
+    while (milliseconds != 0 && ::nanosleep(&left, &left) != 0) {
+        if (interruptible) return false;
+    }
+    return true;
+}
+
+void crash(Crash how) {
+    if (how == Crash::kAbort) std::abort();
+    if (how != Crash::kBadAccess) return;
+    // A page without access rights, not raise(): the fault has to come again after a handler has returned.
+    void* page = ::mmap(nullptr, 1, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    *static_cast<volatile char*>(page) = 0;
+}
+
+}  // namespace
 
 Library& Library::instance() {
     static Library library;
@@ -105,7 +129,8 @@ Status Library::admit(Function function, std::int32_t h) {
 Effect Library::playFaults(Function function, std::optional<std::uint32_t> index,
                            std::optional<std::string_view> name) {
     Effect effect = m_engine->faults.effectOn(function, index, name);
-    if (effect.delayMs != 0) std::this_thread::sleep_for(std::chrono::milliseconds(effect.delayMs));
+    if (!delay(effect.delayMs, effect.isInterruptible)) effect.status = kInterrupted;
+    crash(effect.crash);
     if (effect.losesConnection) {
         m_connectionIsLost = true;
         if (effect.status == kOk) effect.status = kConnectionLost;

@@ -54,7 +54,7 @@ public:
     // Notes `function` as misused when the caller gave no room for its results.
     bool hasRoom(Function function, bool given) const;
 
-    // Plays what the scenario's faults do to a call: delays it, loses the connection. The rest of the
+    // Plays what the scenario's faults do to a call: delays it, ends the process, loses the connection. The rest of the
     // effect is up to the call. `name` is that of the file or the client.
     Effect playFaults(Function function, std::optional<std::uint32_t> index = std::nullopt,
                       std::optional<std::string_view> name = std::nullopt);

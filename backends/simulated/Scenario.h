@@ -116,10 +116,14 @@ struct Communication {
     std::vector<Protocol> protocols;
 };
 
+enum class Crash : std::uint8_t { kNone, kAbort, kBadAccess };
+
 // What faults do to a call.
 struct Effect {
     Status status = kOk;
     std::uint32_t delayMs = 0;
+    bool isInterruptible = false;  // a signal ends the delay and fails the call
+    Crash crash = Crash::kNone;
     bool losesConnection = false;
     bool vanishes = false;
     std::optional<std::uint32_t> count;

@@ -229,10 +229,20 @@ void readLife(ScenarioTable table, Life& life) {
     table.finish();
 }
 
+Crash readCrash(ScenarioTable& table) {
+    const std::optional<std::string> signal = table.text("crash", 16);
+    if (!signal) return Crash::kNone;
+    if (*signal == "SIGABRT") return Crash::kAbort;
+    if (*signal == "SIGSEGV") return Crash::kBadAccess;
+    table.mistake("crash", "\"SIGABRT\" or \"SIGSEGV\" is needed");
+}
+
 Effect readEffect(ScenarioTable& table) {
     Effect effect;
     table.number("status", effect.status);
     table.number("delay_ms", effect.delayMs, 0, 3'600'000);
+    effect.isInterruptible = table.flag("interruptible");
+    effect.crash = readCrash(table);
     effect.losesConnection = table.flag("lose_connection");
     effect.vanishes = table.flag("vanish");
     table.number("count", effect.count);

@@ -24,6 +24,7 @@ constexpr Status kConnectionLost = 3005;
 constexpr Status kOutOfOrder = 3006;
 constexpr Status kBadArgument = 3007;
 constexpr Status kInternalFailure = 3008;
+constexpr Status kInterrupted = 3009;
 
 }  // namespace xrsim
 

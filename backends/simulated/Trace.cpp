@@ -81,6 +81,7 @@ void Trace::write(std::string_view line) const {
     // A trace on a full disk is incomplete; the engine goes on.
     while (!line.empty()) {
         const ssize_t written = ::write(m_file, line.data(), line.size());
+        if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return;
         line.remove_prefix(static_cast<std::size_t>(written));
     }

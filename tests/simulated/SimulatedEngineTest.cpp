@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -147,6 +148,7 @@ TEST_F(SimulatedEngine, SaysWhereAScenarioIsWrong) {
         {"[[file]]\nname = { hex = '4' }\n", ":2:16: hex: pairs of hexadecimal digits are needed"},
         {"[[session]]\nid = { fill = 'x', length = 3, nul = false }\n", ":2:6: id: without a NUL, exactly 12 bytes"},
         {"[generate]\nfile_name = 'a'\n", ":2:13: file_name: a pattern holds \"{n}\" once"},
+        {"[[fault]]\ncrash = 'SIGBUS'\n", ":2:9: crash: \"SIGABRT\" or \"SIGSEGV\" is needed"},
         {"[engine\n", ":1:8: "},
     };
     for (const auto& [scenario, mistake] : rows) {
@@ -199,6 +201,18 @@ TEST_F(SimulatedEngine, PlaysFaults) {
         EXPECT_EQ(record(), expected) << fault;
         EXPECT_EQ(trace().find("MISUSE"), std::string::npos) << fault << trace();
     }
+}
+
+TEST_F(SimulatedEngine, FailsInWaysThatNoStatusTells) {
+    const std::string usage = "[[fault]]\nfunction = 'XrGetKesdUsageEx2'\n";
+    XRKESDUSAGE got{};
+    ASSERT_EQ(start(usage + "delay_ms = 60_000\ninterruptible = true\n"), 0);
+    std::signal(SIGALRM, [](int) {});
+    ualarm(20'000, 0);
+    EXPECT_EQ(XrGetKesdUsageEx2(h, &got), 3009);
+    ASSERT_EQ(start(usage + "crash = 'SIGABRT'\n"), 0);
+    EXPECT_EXIT(XrGetKesdUsageEx2(h, &got), testing::KilledBySignal(SIGABRT), "");
+    EXPECT_EQ(start(std::string((4U << 20) + 1, '\n')), 3001) << "a scenario is limited to 4 MiB";
 }
 
 TEST_F(SimulatedEngine, LivesTheSameLifeEachTime) {
