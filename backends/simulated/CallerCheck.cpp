@@ -49,7 +49,7 @@ void CallerCheck::connected(std::int32_t h) {
 }
 
 Status CallerCheck::disconnecting(std::int32_t h) {
-    // Whoever failed to connect may still disconnect, with whatever its handle holds, even after XrStop.
+    // After a refused XrConnectServer one XrDisconnect is allowed, with any handle, even after XrStop.
     if (m_wasRefused && m_handle == kNone) {
         m_wasRefused = false;
         return kOk;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Watches whether the caller keeps to the interface: the order of calls, its handle, its thread. What it does wrong goes
-// into the trace as a line that begins with MISUSE.
+// Checks that the caller keeps to the interface: order of calls, handle, thread. A violation is a line of the trace that
+// begins with MISUSE.
 #ifndef XRSIM_CALLERCHECK_H
 #define XRSIM_CALLERCHECK_H
 
@@ -17,10 +17,10 @@ class CallerCheck {
 public:
     explicit CallerCheck(const Trace& trace) : m_trace(&trace) {}
 
-    // Every call passes here first.
+    // Has to come first in every call.
     void calledFrom(Function function, std::thread::id thread);
 
-    // Each of these gives the status that a call gets for being out of place, 0 for a call that may go on.
+    // Each of these returns the status that refuses a call out of order, or 0.
     Status start(std::thread::id thread);
     Status stop();
     Status connecting();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The faults of a scenario at work: counts the calls that each one matches, and tells what they do to a call.
+// Applies the faults of a scenario: counts the calls that each one matches, and tells what they do to a call.
 #ifndef XRSIM_FAULTS_H
 #define XRSIM_FAULTS_H
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Generated handles are numbered through, file by file. A handle's number gives its session and back, so the list of
-// a file's handles and the list of a session's handles tell the same story without either being stored.
+// a file's handles and the list of a session's handles agree although neither is stored.
 #ifndef XRSIM_GENERATEDHANDLE_H
 #define XRSIM_GENERATEDHANDLE_H
 
@@ -16,7 +16,7 @@ inline std::uint32_t holderOf(std::uint64_t handle, const Generated& generated, 
     return first + static_cast<std::uint32_t>(handle % std::max(generated.sessions, 1U));
 }
 
-// The number of the handle that the session holds as its `index`th. Comes back to the first handles where the sessions
+// The number of the handle that the session holds as its `index`th. Starts again at the first handles where the sessions
 // hold more handles than there are.
 inline std::uint64_t handleHeld(std::uint32_t session, std::uint32_t index, const Generated& generated,
                                 std::uint32_t first) {
@@ -32,7 +32,7 @@ inline std::uint32_t fileOf(std::uint64_t handle, const Generated& generated) {
     return static_cast<std::uint32_t>(handle / std::max(generated.handlesPerFile, 1U));
 }
 
-// Mostly plain states, now and then a lock or a wait.
+// Mostly idle handles, with an occasional lock or wait.
 template <typename Record>
 void fillCodes(const Life& life, std::uint64_t handle, Record& record) {
     constexpr std::uint8_t kOpenModes[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 254, 254, 255, 252, 248};

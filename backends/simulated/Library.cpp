@@ -14,7 +14,7 @@
 namespace xrsim {
 namespace {
 
-// Waits the whole time, however many signals arrive. False when a signal ended an interruptible wait.
+// Waits the whole time, also through signals. False when a signal ended an interruptible wait.
 bool delay(std::uint32_t milliseconds, bool interruptible) {
     timespec left{};
     left.tv_sec = milliseconds / 1000;
@@ -28,7 +28,7 @@ bool delay(std::uint32_t milliseconds, bool interruptible) {
 void crash(Crash how) {
     if (how == Crash::kAbort) std::abort();
     if (how != Crash::kBadAccess) return;
-    // A page without access rights, not raise(): the fault has to come again after a handler has returned.
+    // Not raise(): a real fault occurs again when a handler returns, so the process cannot go on.
     void* page = ::mmap(nullptr, 1, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     *static_cast<volatile char*>(page) = 0;
 }
@@ -41,7 +41,7 @@ Library& Library::instance() {
 }
 
 void Library::enter(Function function) {
-    // XrStart turns to the trace that the environment names now; any other first call has to be seen as well.
+    // XrStart opens the trace that the environment names now; a call before it is misuse and has to be traced too.
     if (function == Function::XrStart || !m_check.isStarted()) m_trace.open();
     m_check.calledFrom(function, std::this_thread::get_id());
 }
@@ -119,7 +119,7 @@ Status Library::admit(Function function, std::int32_t h) {
     if (status != kOk) return status;
     if (!m_engine) return kScenarioWrong;
     if (!m_connectionIsLost) return kOk;
-    // The engine is out of reach, the library is not: what the caller frees is freed.
+    // Snapshots lie in the library, so they are freed after the connection was lost as well.
     if (function == Function::XrFreeOpenFilesData) m_files = Snapshot();
     if (function == Function::XrFreeKesdClientsData) m_clients = Snapshot();
     if (function == Function::XrFreeSQLConnectionsData) m_connections = Snapshot();

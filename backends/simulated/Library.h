@@ -19,7 +19,7 @@
 
 namespace xrsim {
 
-// The engine as it runs: the contents, with the moment that the caller has brought them to.
+// The running engine: its contents, and how far the data calls have moved it.
 struct RunningEngine {
     explicit RunningEngine(Scenario scenario)
         : world(std::move(scenario)), statistics(world), faults(world.scenario().faults) {}
@@ -51,7 +51,7 @@ public:
     // The round that a data call reads. The first call of any kind begins it, and the first repeated one the next.
     Round roundFor(Data data);
 
-    // Notes `function` as misused when the caller gave no room for its results.
+    // False, and a note of misuse in the trace, when an argument of `function` is NULL.
     bool hasRoom(Function function, bool given) const;
 
     // Plays what the scenario's faults do to a call: delays it, ends the process, loses the connection. The rest of the
@@ -88,7 +88,7 @@ public:
             if (status == kOk) results(*line);
             m_trace.write(line->str() + "\n");
         } catch (...) {
-            // Only memory can run out here, and then there is no way to say more than the status does.
+            // Nothing but memory can run out here. The status is all that can be told then.
         }
         return status;
     }

@@ -35,21 +35,21 @@ struct Life {
         return z ^ (z >> 31);
     }
 
-    // Whether an item that comes and goes is there. Everything is at first; then it stays or stays away for up to four
-    // rounds at a time.
+    // Whether an item that comes and goes is present. Everything is in the first round; later it stays present or absent
+    // for up to four rounds at a time.
     bool isPresent(std::uint64_t item, Round round) const {
         if (!on || churnPercent == 0 || round <= 1) return true;
         const std::uint64_t spell = (round + item % 4) / 4;
         return random(item, spell) % 100 >= churnPercent;
     }
 
-    // `base` after it grew by about `rate` in each round since the first. Never shrinks; wraps as the engine's does.
+    // `base` after it grew by about `rate` in each round since the first. Never shrinks; wraps at 32 bits, as the engine's counters do.
     std::uint32_t grown(std::uint32_t base, std::uint64_t rate, std::uint64_t item, Round round) const {
         if (!on || rate == 0 || round <= 1) return base;
         return base + static_cast<std::uint32_t>(rate * (round - 1) + random(item, round) % rate);
     }
 
-    // `base`, or somewhere between half and one and a half of it once the engine lives.
+    // `base`, or between half and one and a half of it from the second round on.
     std::uint32_t swung(std::uint32_t base, std::uint64_t item, Round round) const {
         if (!on || base == 0 || round <= 1) return base;
         return static_cast<std::uint32_t>(base - base / 2 + random(item, round) % (std::uint64_t{base} + 1));

@@ -38,7 +38,7 @@ struct Handle {
     std::uint8_t waitState = 0;
     std::uint16_t transactionState = 0;
     std::string name;
-    std::uint64_t lifeKey = 0;          // what its coming and going is computed from
+    std::uint64_t lifeKey = 0;          // identifies it to Life::isPresent
     std::optional<std::size_t> holder;  // the session that it was taken from
 };
 

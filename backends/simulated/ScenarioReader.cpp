@@ -55,7 +55,7 @@ Handle readHandle(ScenarioTable table, std::string_view nameKey, std::size_t nam
     return handle;
 }
 
-// Keys of the life of written-out items. They differ for every item, and handles lie between them.
+// Keys of written-out items for Life. No two items share one, nor do their handles.
 std::uint64_t lifeKey(std::uint64_t kind, std::size_t item, std::size_t handle = 0) {
     return (kind << 60) + (std::uint64_t{item} << 28) + handle;
 }
@@ -266,7 +266,7 @@ Fault readFault(ScenarioTable table) {
     return fault;
 }
 
-// A file without handles of its own carries those of the sessions that name it.
+// A file without handles of its own gets those of the sessions that name it.
 void shareHandles(Scenario& scenario) {
     for (std::size_t number = 0; number < scenario.files.size(); ++number) {
         File& file = scenario.files[number];

@@ -6,7 +6,7 @@
 namespace xrsim {
 namespace {
 
-// The bytes of "c3 28 ff": pairs of hexadecimal digits, blanks between them as one likes.
+// The bytes of "c3 28 ff": pairs of hexadecimal digits, with any blanks between them.
 std::optional<std::string> bytesFromHex(std::string_view hex) {
     std::string digits;
     std::copy_if(hex.begin(), hex.end(), std::back_inserter(digits), [](char c) { return c != ' ' && c != '\n'; });

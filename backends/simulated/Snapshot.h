@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a data call froze: which items exist, and the round that their contents are computed from.
+// What a data call fixes: which items exist, and the round that their contents are computed from.
 #ifndef XRSIM_SNAPSHOT_H
 #define XRSIM_SNAPSHOT_H
 
@@ -54,13 +54,13 @@ public:
         return std::binary_search(m_written.begin(), m_written.end(), item.number);
     }
 
-    // Enumerated still, but gone for whoever asks about it.
+    // The item is still enumerated, but calls about it find it gone.
     void letVanish(Item item) {
         m_vanished.push_back(item);
         if (m_handlesOf == item) m_handlesOf.reset();
     }
 
-    // The handle calls that follow are about this item; `key` is what they call it.
+    // The handle calls that follow are about this item; `key` names it in them.
     void countHandlesOf(Item item, std::string_view key) {
         m_handlesOf = item;
         m_handlesKey = key;
@@ -71,7 +71,7 @@ public:
         return key == m_handlesKey ? m_handlesOf : std::nullopt;
     }
 
-    // The item enumerated last: the caller asks about it next, and only it tells items of the same name apart.
+    // The item enumerated last. The caller asks about it next, so it tells items of the same name apart.
     std::optional<Item> lastServed;
 
 private:

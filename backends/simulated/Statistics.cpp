@@ -13,7 +13,7 @@ std::uint32_t currentOf(const Limit& limit, std::uint32_t counted) {
     return limit.current.value_or(counted);
 }
 
-// A stated peak holds until the living engine passes it.
+// A stated peak holds until a moving engine's current value passes it.
 std::uint32_t peakOf(const Limit& limit, std::uint32_t highest, bool living) {
     if (limit.peak && !living) return *limit.peak;
     return std::max(limit.peak.value_or(0), limit.current.value_or(highest));
@@ -129,7 +129,7 @@ void Statistics::fillCommunication(Round round, XRKESDCOMMSTAT& stat) {
     stat.totalConnectionTimeouts = stated.timeouts;
     stat.totalConnectionRecoveries = stated.recoveries;
 
-    // The first protocol carries the remote sessions that no other one states.
+    // The first protocol has the remote sessions that no other one states.
     std::uint32_t elsewhere = 0;
     for (std::size_t i = 1; i < protocols.size(); ++i)
         elsewhere += protocols[i].sessions.current.value_or(0);

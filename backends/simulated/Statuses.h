@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The statuses that only the simulated engine gives. docs/BACKENDS.md tells them to administrators.
+// The statuses that only the simulated engine gives. docs/BACKENDS.md lists them.
 #ifndef XRSIM_STATUSES_H
 #define XRSIM_STATUSES_H
 

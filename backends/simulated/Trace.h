@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The record of every call, for whoever develops a monitor. The format is described in docs/BACKENDS.md.
+// The record of every call, for developers of monitors. The format is described in docs/BACKENDS.md.
 #ifndef XRSIM_TRACE_H
 #define XRSIM_TRACE_H
 
@@ -26,7 +26,7 @@ public:
     }
     Line& text(std::string_view name, std::string_view value);
     Line& null(std::string_view name);
-    // Says whether there is a password, and not which.
+    // Tells only whether there is a password.
     Line& secret(std::string_view name, std::string_view value);
 
     // Ends the arguments; results follow.
@@ -52,7 +52,7 @@ public:
     void open();
     bool isOpen() const { return m_file >= 0; }
 
-    // Writes the whole line at once, so that nothing is lost when the process ends badly.
+    // Writes the whole line at once, so that nothing is lost when the process crashes.
     void write(std::string_view line) const;
     void misuse(Function function, std::string_view reason) const;
 

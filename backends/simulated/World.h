@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The engine's contents at any round: what a scenario holds, moved by its life.
+// The engine's contents in any round: the scenario's items as its life has changed them.
 #ifndef XRSIM_WORLD_H
 #define XRSIM_WORLD_H
 
@@ -18,7 +18,7 @@ public:
     explicit World(Scenario scenario) : m_scenario(std::move(scenario)) {}
 
     const Scenario& scenario() const { return m_scenario; }
-    // 0 when the accounts let this user into this server.
+    // 0 when an account allows this user on this server.
     Status admits(std::string_view server, std::string_view user, std::string_view password) const;
     std::uint32_t uptimeSeconds(Round round) const;
 

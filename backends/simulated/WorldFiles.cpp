@@ -5,7 +5,7 @@
 
 namespace xrsim {
 
-// A file that sessions keep open is closed once the last of them has let go of it.
+// A file that sessions keep open is closed once the last of them has closed it.
 bool World::isOpen(const File& file, Round round) const {
     if (!file.lifetime.covers(round)) return false;
     if (file.handles.empty() || !file.handles.front().holder) return true;
