@@ -32,7 +32,7 @@ need_packages() {
 build_packages=(g++ cmake ninja-build libtomlplusplus-dev)
 # What the back end for MariaDB is built with, and the server that its tests run.
 mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
-test_packages=("${build_packages[@]}" "${mariadb_packages[@]}" libgtest-dev python3 valgrind)
+test_packages=("${build_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales python3 valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
 
 # Configures build/NAME; further arguments go to cmake.
