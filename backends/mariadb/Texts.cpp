@@ -6,33 +6,18 @@
 #include <limits>
 #include <system_error>
 
+#include "Utf8.h"
+
 namespace xrmariadb {
 
 namespace {
 
-unsigned byteAt(std::string_view text, std::size_t position) {
-    return static_cast<unsigned char>(text[position]);
-}
-
-bool isContinuation(unsigned byte) {
-    return (byte & 0xC0U) == 0x80U;
-}
-
 // Bytes of the printable character at `position`, 0 if there is none: a control character of either range (the
 // second one, U+0080 to U+009F, also moves a terminal's cursor) or a broken sequence.
 std::size_t characterLength(std::string_view text, std::size_t position) {
-    const unsigned first = byteAt(text, position);
-    if (first < 0x80) return first < 0x20 || first == 0x7F ? 0 : 1;
-    const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
-    if (length == 0 || text.size() - position < length) return 0;
-    for (std::size_t offset = 1; offset < length; ++offset) {
-        if (!isContinuation(byteAt(text, position + offset))) return 0;
-    }
-    const unsigned second = byteAt(text, position + 1);
-    const bool control = first == 0xC2 && second < 0xA0;
-    const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
-    const bool outside = (first == 0xED && second >= 0xA0) || (first == 0xF4 && second >= 0x90);
-    return control || overlong || outside ? 0 : length;
+    const utf8::Character character = utf8::firstCharacter(text.substr(position));
+    const bool control = character.code < 0x20 || (character.code >= 0x7F && character.code < 0xA0);
+    return control ? 0 : character.size;
 }
 
 std::string clean(std::string_view text, std::string_view refused) {
@@ -63,7 +48,7 @@ std::string cleanFileName(std::string_view name) {
 
 std::string_view cutUtf8(std::string_view text, std::size_t limit) {
     if (text.size() <= limit) return text;
-    while (limit > 0 && isContinuation(byteAt(text, limit)))
+    while (limit > 0 && utf8::isContinuation(text[limit]))
         --limit;
     return text.substr(0, limit);
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "Utf8.h"
 #include "foundation/Directory.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
@@ -26,27 +27,12 @@ bool isSurrogate(std::uint32_t c) {
     return c >= 0xD800 && c <= 0xDFFF;
 }
 
-// The number of the leading bytes of `text` that continue a UTF-8 sequence.
-std::size_t continuationBytes(std::string_view text) {
-    std::size_t count = 0;
-    while (count < text.size() && (static_cast<unsigned char>(text[count]) & 0xC0) == 0x80)
-        ++count;
-    return count;
-}
-
-// Takes one UTF-8 character off the front of `text`. Bundles are UTF-8 whatever the environment's encoding is.
+// Takes one character off the front of `text`; a byte that is not UTF-8 becomes a replacement character. Bundles are
+// UTF-8 whatever the environment's encoding is.
 wchar_t takeCharacter(std::string_view& text) {
-    const auto lead = static_cast<unsigned char>(text.front());
-    text.remove_prefix(1);
-    if (lead < 0x80) return static_cast<wchar_t>(lead);
-    const std::size_t more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC2 ? 1 : 0;
-    if (more == 0 || lead > 0xF4 || continuationBytes(text.substr(0, more)) != more) return kReplacement;
-    std::uint32_t c = lead & (0x3FU >> more);
-    for (std::size_t i = 0; i < more; ++i)
-        c = c << 6U | (static_cast<unsigned char>(text[i]) & 0x3FU);
-    text.remove_prefix(more);
-    const bool tooLong = (more == 2 && c < 0x800) || (more == 3 && c < 0x10000);
-    return tooLong || c > 0x10FFFF || isSurrogate(c) ? kReplacement : static_cast<wchar_t>(c);
+    const utf8::Character character = utf8::firstCharacter(text);
+    text.remove_prefix(std::max<std::size_t>(character.size, 1));
+    return character.size > 0 ? static_cast<wchar_t>(character.code) : kReplacement;
 }
 
 // Four hexadecimal digits off the front of `text`.

@@ -19,7 +19,8 @@ TEST(StringBundle, ReadsPropertiesAsJavaWritesThem) {
         {R"(A=\uD83D\u0041 \uDE00 \uD83Dx \uD83D)", L"A", L"\uFFFD" L"A \uFFFD \uFFFDx \uFFFD"},
         {"A=\xC3\xA4\xF0\x9F\x98\x80", L"A", L"\u00E4\U0001F600"},
         {"A=\xC3 \xE2\x82 \xFF \xA4 \xC3", L"A", L"\uFFFD \uFFFD\uFFFD \uFFFD \uFFFD \uFFFD"},
-        {"A=\xE0\x80\xAF \xF4\x90\x80\x80", L"A", L"\uFFFD \uFFFD"}, {"A=\xED\xB2\x80", L"A", L"\uFFFD"}};
+        {"A=\xE0\x80\xAF \xF4\x90\x80\x80", L"A", L"\uFFFD\uFFFD\uFFFD \uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"A=\xED\xB2\x80 \xC1\xBF", L"A", L"\uFFFD\uFFFD\uFFFD \uFFFD\uFFFD"}};
     // clang-format on
     std::setlocale(LC_CTYPE, "C");  // bundles are UTF-8 whatever the environment's encoding is
     for (const auto& [content, key, text] : rows)

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+// Strict decoding of UTF-8, one character at a time, for the monitor and the engine libraries alike.
+#ifndef VEXO_UTF8_H
+#define VEXO_UTF8_H
+
+#include <cstddef>
+#include <string_view>
+
+namespace utf8 {
+
+// A decoded character and the bytes it takes; no bytes for a sequence that is not UTF-8.
+struct Character {
+    char32_t code = 0;
+    std::size_t size = 0;
+};
+
+inline bool isContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+// The character at the start of `text`, which must not be empty. Refuses cut and overlong sequences, surrogates and
+// what lies beyond U+10FFFF.
+inline Character firstCharacter(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text.front());
+    if (lead < 0x80) return {lead, 1};
+    const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
+    if (size == 0 || lead > 0xF4 || text.size() < size) return {};
+    char32_t code = lead & (0x7FU >> size);
+    for (const char byte : text.substr(1, size - 1)) {
+        if (!isContinuation(byte)) return {};
+        code = code << 6U | (static_cast<unsigned char>(byte) & 0x3FU);
+    }
+    constexpr char32_t kSmallest[] = {0x80, 0x800, 0x10000};  // of 2, 3 and 4 bytes
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (code < kSmallest[size - 2] || code > 0x10FFFF || surrogate) return {};
+    return {code, size};
+}
+
+}  // namespace utf8
+
+#endif
