@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "util/Utils.h"
 
+#include <atomic>
+#include <ctime>
+#include <thread>
+
 #include "Support.h"
 
 namespace vexo {
@@ -62,7 +66,15 @@ TEST(Utils, WritesUptimes) {
     };
     for (const auto& row : rows)
         EXPECT_EQ(Utils::convertTimeInSecs(row.seconds), row.text) << row.seconds;
+}
+
+TEST(Utils, TellsTheLocalTime) {
+    ::setenv("TZ", "XST-5:30", 1);
+    ::tzset();
+    EXPECT_EQ(Utils::getTime("%z %Z"), L"+0530 XST");
     EXPECT_EQ(Utils::getTime("%FT%T%z").size(), 24U);
+    ::unsetenv("TZ");
+    ::tzset();
 }
 
 TEST(Utils, ChangesTextsInPlace) {
@@ -117,6 +129,20 @@ TEST(Utils, CreatesTheDirectoriesOfAFile) {
         EXPECT_FALSE(Utils::fileExist(L"log.txt") || Utils::fileExist(L"open/c/d") || Utils::fileExist(L"refused"));
     }
     EXPECT_TRUE(Utils::fileExist(L"file") && !Utils::dirExist(L"file") && Utils::fileExist(L"open"));
+}
+
+TEST(Utils, CreatesDirectoriesThatOthersCreateMeanwhile) {
+    std::vector<std::thread> others;
+    std::atomic<int> refused{0};
+    for (int other = 0; other < 4; ++other) {
+        others.emplace_back([&refused] {
+            for (int round = 0; round < 300; ++round)
+                refused += Utils::createDirs(concat(L"race", round, L"/a/b/log.txt")) != kSuccess;
+        });
+    }
+    for (std::thread& other : others)
+        other.join();
+    EXPECT_EQ(refused, 0);
 }
 
 TEST(Utils, ConvertsLists) {
