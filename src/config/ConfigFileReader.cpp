@@ -7,7 +7,6 @@
 #include "config/ConfigException.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
-#include "foundation/LineReader.h"
 #include "util/NumberFormatException.h"
 #include "util/Utils.h"
 
@@ -16,6 +15,8 @@ namespace {
 
 constexpr std::size_t kKeyLength = 4;
 constexpr std::int32_t kMinRefreshSeconds = 5;
+// Far beyond any setting, and little memory for a file that is no text at all.
+constexpr std::size_t kMaxLineBytes = std::size_t{1} << 20U;
 
 // An unreadable or negative number silently counts as 0.
 std::int32_t parseCount(const String& text) {
@@ -43,25 +44,36 @@ std::unique_ptr<ConfigData> ConfigFileReader::readConfiguration() {
     m_settings.max_load_factor(0.75F);
     m_settings.rehash(101);
 
-    LineReader reader(std::move(file), m_path);
-    String line;
-    while (reader.readLine(line)) {
-        const StringView setting = trim(line);
-        const bool comment = setting.substr(0, 2) == L"//";
-        if (!setting.empty() && !comment) addConfigSetting(String(setting));
+    LineReader reader(std::move(file), m_path, kMaxLineBytes);
+    try {
+        readSettings(reader);
+    } catch (const StreamException& failure) {
+        throwReadError(systemReason(failure.errorNumber()), failure.code());
+    } catch (const LineTooLongException&) {
+        throw ConfigException(m_messages->getResStr("ERR_LINE_TOO_LONG", narrow(m_path).c_str(), reader.lineNumber(),
+                                                    static_cast<int>(kMaxLineBytes)));
     }
     m_data = std::make_unique<ConfigData>();
     setValues();
     return std::move(m_data);
 }
 
-void ConfigFileReader::addConfigSetting(const String& line) {
+void ConfigFileReader::readSettings(LineReader& reader) {
+    String line;
+    while (reader.readLine(line)) {
+        const StringView setting = trim(line);
+        const bool comment = setting.substr(0, 2) == L"//";
+        if (!setting.empty() && !comment) addConfigSetting(String(setting), reader.lineNumber());
+    }
+}
+
+void ConfigFileReader::addConfigSetting(const String& line, int lineNumber) {
     if (line.find(L'=') == String::npos) return;
     const std::vector<StringView> pieces = split(line, L'=');
     if (pieces.empty()) return;
     // A value that holds "=" itself comes out empty; blanks around "=" belong to key and value.
     const StringView value = pieces.size() == 2 ? pieces[1] : StringView();
-    m_settings[toUpper(pieces[0].substr(0, kKeyLength))] = value;
+    m_settings[toUpper(pieces[0].substr(0, kKeyLength))] = {String(value), lineNumber};
 }
 
 void ConfigFileReader::setValues() {
@@ -105,10 +117,15 @@ String ConfigFileReader::getValue(const String& key, bool required) const {
     if (setting == m_settings.end()) {
         throw ConfigException(m_messages->getResStr("ERR_MISSING_TAG", narrow(key).c_str()));
     }
-    if (required && setting->second.empty()) {
+    const auto& [value, lineNumber] = setting->second;
+    if (required && value.empty()) {
         throw ConfigException(m_messages->getResStr("ERR_MISSING_TAG_VALUE", narrow(key).c_str()));
     }
-    return setting->second;
+    // The system and the engine would take such a value for one that ends there.
+    if (value.find(L'\0') != String::npos) {
+        throw ConfigException(m_messages->getResStr("ERR_VALUE_NUL", narrow(key).c_str(), lineNumber));
+    }
+    return value;
 }
 
 bool ConfigFileReader::getBooleanValue(const String& key, bool defaultValue) const {
@@ -118,7 +135,10 @@ bool ConfigFileReader::getBooleanValue(const String& key, bool defaultValue) con
 
 void ConfigFileReader::throwError(ResultCode code) const {
     if (code != kAccessDenied && code != kFileNotFound) throw ResultException(code);
-    const String reason = m_messages->getResStr(code == kAccessDenied ? "ACCESS_ERROR" : "FILE_NOT_FOUND_ERROR");
+    throwReadError(m_messages->getResStr(code == kAccessDenied ? "ACCESS_ERROR" : "FILE_NOT_FOUND_ERROR"), code);
+}
+
+void ConfigFileReader::throwReadError(const String& reason, ResultCode code) const {
     throw IOException(m_messages->getResStr("ERR_READ_FILE", narrow(m_path).c_str(), narrow(reason).c_str(), code),
                       code);
 }

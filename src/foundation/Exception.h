@@ -31,6 +31,21 @@ public:
     using Exception::Exception;
 };
 
+// Reading or writing an open file or stream failed. Brings no message: whoever reports it makes the sentence, in the
+// user's language, from the name and the system's error number (errno).
+class StreamException : public IOException {
+public:
+    StreamException(String name, int errorNumber)
+        : IOException({}, resultCodeOf(errorNumber)), m_name(std::move(name)), m_errorNumber(errorNumber) {}
+
+    const String& name() const { return m_name; }
+    int errorNumber() const { return m_errorNumber; }
+
+private:
+    String m_name;
+    int m_errorNumber;
+};
+
 // An operation of the system failed with a result code, often without a text.
 class ResultException : public Exception {
 public:

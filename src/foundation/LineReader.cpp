@@ -8,11 +8,11 @@
 #include <utility>
 
 #include "foundation/Encoding.h"
-#include "foundation/Exception.h"
-#include "foundation/Piece.h"
 
 namespace vexo {
 namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // The number of bytes read, 0 at the end of the file.
 std::size_t readSome(const FileDescriptor& file, char* buffer, std::size_t size, StringView name) {
@@ -20,33 +20,36 @@ std::size_t readSome(const FileDescriptor& file, char* buffer, std::size_t size,
         const ssize_t count = ::read(file.get(), buffer, size);
         if (count >= 0) return static_cast<std::size_t>(count);
         const int error = errno;
-        if (error != EINTR) throw IOException(concat(name, L": ", systemReason(error)), resultCodeOf(error));
+        if (error != EINTR) throw StreamException(String(name), error);
     }
 }
 
 }  // namespace
 
-LineReader::LineReader(FileDescriptor file, String name) : m_file(std::move(file)), m_name(std::move(name)) {
+LineReader::LineReader(FileDescriptor file, String name, std::size_t maxLineBytes)
+    : m_file(std::move(file)), m_name(std::move(name)), m_maxLineBytes(maxLineBytes) {
 }
 
 bool LineReader::readLine(String& line) {
     line.clear();
     m_line.clear();
-    bool any = false;
-    while (m_next != m_end || fill()) {
-        any = true;
+    if (m_next == m_end && !fill()) return false;
+    ++m_lineNumber;
+    do {
         const char* const start = m_buffer.data() + m_next;
         const char* const stop = m_buffer.data() + m_end;
         const char* const feed = std::find(start, stop, '\n');
         m_line.append(start, feed);
+        if (m_line.size() > m_maxLineBytes) throw LineTooLongException();
         m_next = static_cast<std::size_t>(feed - m_buffer.data());
         if (feed != stop) {
             ++m_next;
             break;
         }
-    }
-    appendWide(line, m_line);
-    return any;
+    } while (fill());
+    const bool marked = m_lineNumber == 1 && m_line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0;
+    appendWide(line, std::string_view(m_line).substr(marked ? kByteOrderMark.size() : 0));
+    return true;
 }
 
 bool LineReader::fill() {

@@ -19,8 +19,6 @@ ResultCode resultCodeOf(int errorNumber) {
         case ENOENT:
         case ENOTDIR:  // a file where a directory of the path is wanted
         case EEXIST:   // the same, met while creating that directory
-        case ELOOP:
-        case ENAMETOOLONG:
             return kFileNotFound;
         case ENOMEM:
             return kOutOfMemory;

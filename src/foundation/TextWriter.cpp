@@ -9,7 +9,6 @@
 
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
-#include "foundation/Piece.h"
 
 namespace vexo {
 namespace {
@@ -79,7 +78,7 @@ void TextWriter::writeOut(const char* data, std::size_t size) {
             static_cast<void>(::poll(&target, 1, -1));
         } else if (errno != EINTR) {
             const int error = errno;
-            throw IOException(concat(m_name, L": ", systemReason(error)), resultCodeOf(error));
+            throw StreamException(m_name, error);
         }
     }
 }

@@ -13,7 +13,7 @@
 namespace vexo {
 
 // Collects text in a buffer of 2048 bytes, which grows for a longer line, so that a flushed line is one write(2).
-// A write that fails throws IOException, which names the target and the reason; what was buffered is then gone.
+// A write that fails throws StreamException; what was buffered is then gone.
 class TextWriter : public RefCounted {
 public:
     enum class Flushing { kByHand, kAfterEveryLine };

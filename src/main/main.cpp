@@ -70,6 +70,12 @@ int reportFailure(const String& text) {
     return kRefused;
 }
 
+// Only output fails in this way here: the settings file's reader makes a message of its own.
+String writeErrorText(const StreamException& error) {
+    const std::string reason = narrow(systemReason(error.errorNumber()));
+    return s_vexoMessageHelper->getResStr("ERR_WRITE", narrow(error.name()).c_str(), reason.c_str());
+}
+
 // A fatal error leaves the JSON document open.
 int reportFatal(ResultCode code) {
     printError(s_vexoMessageHelper->getResStr("FATAL_ERROR", code));
@@ -107,6 +113,8 @@ int runAndReport(int argc, const char* const* argv) {
         return withFallback(kRefused, [&] { return reportFailure(error.message()); });
     } catch (const QRIException& error) {
         return withFallback(kRefused, [&] { return reportFailure(error.message()); });
+    } catch (const StreamException& error) {
+        return withFallback(kRefused, [&] { return reportFailure(writeErrorText(error)); });
     } catch (const IOException& error) {
         return withFallback(kRefused, [&] { return reportFailure(error.message()); });
     } catch (const Exception& error) {

@@ -6,10 +6,20 @@
 #include "foundation/Directory.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
-#include "foundation/Piece.h"
 #include "util/Utils.h"
 
 namespace vexo {
+namespace {
+
+// `path` as messages name it: a bare name with the current directory before it, where the system tells one.
+String fullPath(const String& path) {
+    if (path.find(kDirectorySeparator) != String::npos) return path;
+    String directory = currentDirectory();
+    if (!directory.empty() && directory.back() != kDirectorySeparator) directory += kDirectorySeparator;
+    return directory + path;
+}
+
+}  // namespace
 
 Logger::Logger(const char* bundleName, const char* keyPrefix)
     : m_messages(makeRef<MessageHelper>(bundleName, keyPrefix)) {
@@ -27,8 +37,7 @@ void Logger::addFileHandler(const String& path) {
     try {
         m_handlers.push_back(makeRef<TextWriter>(openLogFile(path), path, TextWriter::Flushing::kByHand));
     } catch (const Exception& failure) {
-        const bool bareName = path.find(kDirectorySeparator) == String::npos;
-        throwError(failure.code(), bareName ? concat(currentDirectory(), L"/", path) : path);
+        throwError(failure.code(), fullPath(path));
     }
 }
 

@@ -30,7 +30,7 @@ public:
     void setLevel(StringView name);
 
     // Writes `message` and a line feed to every handler, in the order they were added, if `level` reaches the
-    // threshold. Throws IOException when a handler fails; the lines of those before it stay written.
+    // threshold. Throws StreamException when a handler fails; the lines of those before it stay written.
     void log(Level level, StringView message);
     void severe(StringView message) { log(Level::kSevere, message); }
     void warning(StringView message) { log(Level::kWarning, message); }

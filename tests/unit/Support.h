@@ -53,12 +53,14 @@ struct Pipe {
     FileDescriptor out;
 };
 
-// What `action` throws: its type and its message, or its result code where that is empty.
+// What `action` throws: its type and its message; without one, what failed and the system's reason, or the result code.
 template <typename Action>
 String failure(Action action) {
     try {
         action();
         return L"nothing";
+    } catch (const StreamException& error) {
+        return concat(L"StreamException: ", error.name(), L": ", systemReason(error.errorNumber()));
     } catch (const Exception& error) {
         const String type = widen(typeid(error).name());  // such as N4vexo11IOExceptionE
         const auto name = type.find_last_of(L"0123456789") + 1;

@@ -51,7 +51,6 @@ TEST(ConfigFileReader, FollowsTheRulesOfLinesAndSettings) {
         {"=USER==x=", {{"USER", L"x"}}},
         {"USER=x=y", {{"USER", L""}}},
         {"USER=", {{"USER", L""}}},
-        {std::string("PASS=a\0b", 8), {{"PASS", String(L"a\0b", 3)}}},
         {"PASS=\xC3\xA4\xFF//", {{"PASS", L"\u00E4\xDCFF//"}}},
         {"REFRESH=1", {{"REFR", L"5"}}},
         {"REFRESH=4", {{"REFR", L"5"}}},
@@ -92,9 +91,23 @@ TEST(ConfigFileReader, ReadsLinesOfAnyLength) {
         const std::string value = std::string(length, 'x') + "\xC3\xA4";
         ASSERT_EQ(read("USER=" + value + "\n" + kComplete + "PASS=" + value)["PASS"], widen(value)) << length;
     }
-    EXPECT_EQ(read(kComplete + ("PASS=" + std::string(100000, 'y')))["PASS"], String(100000, L'y'));
-    std::filesystem::resize_file("vexo.cfg", 100'000'000);  // a last line of zero bytes
-    EXPECT_EQ(ConfigFileReader(L"vexo.cfg").readConfiguration()->server, L"s");
+    const std::string longest = "PASS=" + std::string((1 << 20) - 5, 'y');
+    EXPECT_EQ(read(kComplete + longest + "\n")["PASS"].size(), longest.size() - 5);
+    EXPECT_EQ(failure([&] { read("\n" + longest + "y\n" + kComplete); }),
+              L"ConfigException: vexo.cfg line 2 over 1048576");
+    EXPECT_EQ(failure([] { ConfigFileReader(L"/dev/zero").readConfiguration(); }),
+              L"ConfigException: /dev/zero line 1 over 1048576");
+}
+
+TEST(ConfigFileReader, RefusesNulBytesAndSkipsAByteOrderMark) {
+    const std::string nul(1, '\0');
+    const std::string mark = "\xEF\xBB\xBF";
+    EXPECT_EQ(failure([&] { read(kComplete + ("\nPASSWORD=a" + nul + "b")); }),
+              L"ConfigException: NUL in PASS line 15");
+    // What counts for nothing may hold anything: comments, other settings, and values that a later line replaces.
+    EXPECT_EQ(read("//" + nul + "\nOTHER=" + nul + "\nSERV=" + nul + "\n" + kComplete)["SERV"], L"s");
+    EXPECT_EQ(read(mark + kComplete)["SERV"], L"s");
+    EXPECT_EQ(failure([&] { read("\n" + mark + kComplete); }), L"ConfigException: missing SERV");
 }
 
 TEST(ConfigFileReader, ReportsTheFirstMissingOrEmptySetting) {
@@ -119,11 +132,12 @@ TEST(ConfigFileReader, TellsWhyAFileCannotBeRead) {
     writeFile("file", "");
     writeFile("secret", "");
     std::filesystem::permissions("secret", std::filesystem::perms::none);
+    std::filesystem::create_symlink("loop", "loop");
     const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
     const sockaddr_un address{AF_UNIX, "socket"};
     ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     EXPECT_EQ(failure([] { ConfigFileReader(L"/proc/self/mem").readConfiguration(); }),
-              L"IOException: /proc/self/mem: Input/output error");
+              L"IOException: unreadable /proc/self/mem: Input/output error (A0040005)");
     becomeNobody();
     const struct {
         String path;
@@ -132,7 +146,10 @@ TEST(ConfigFileReader, TellsWhyAFileCannotBeRead) {
         {L"none", L"IOException: unreadable none: not found (80070002)"},
         {L"", L"IOException: unreadable : not found (80070002)"},
         {L"file/x", L"IOException: unreadable file/x: not found (80070002)"},
-        {String(5000, L'x'), concat(L"IOException: unreadable ", String(kMaxMessageBytes - 11, L'x'))},
+        {concat(L"file/", String(3000, L'x')),
+         concat(L"IOException: unreadable file/", String(kMaxMessageBytes - 16, L'x'))},
+        {String(5000, L'x'), concat(L"ResultException: ", kSystemErrorBase + ENAMETOOLONG)},
+        {L"loop", concat(L"ResultException: ", kSystemErrorBase + ELOOP)},
         {L"secret", L"IOException: unreadable secret: denied (80070005)"},
         {L"/", L"IOException: unreadable /: denied (80070005)"},
         {L"socket", concat(L"ResultException: ", kSystemErrorBase + ENXIO)},

@@ -49,13 +49,13 @@ TEST(TextWriter, NamesAFailingTargetAndDropsWhatFailed) {
     const Pipe pipe;
     const FileDescriptor target(::open("/dev/full", O_WRONLY));
     auto writer = makeRef<TextWriter>(target.get(), L"log", Flushing::kAfterEveryLine);
-    EXPECT_EQ(failure([&] { writer->writeLine(L"lost"); }), L"IOException: log: No space left on device");
+    EXPECT_EQ(failure([&] { writer->writeLine(L"lost"); }), L"StreamException: log: No space left on device");
     ::dup2(pipe.out.get(), target.get());
     writer->writeLine(L"kept");
     EXPECT_EQ(pipe.arrived(), "|kept\n");
     writer = makeRef<TextWriter>(-1, L"closed", Flushing::kByHand);
     writer->write(L"x");
-    EXPECT_EQ(failure([&] { writer->flush(); }), L"IOException: closed: Bad file descriptor");
+    EXPECT_EQ(failure([&] { writer->flush(); }), L"StreamException: closed: Bad file descriptor");
     writer->write(L"x");
     EXPECT_NO_THROW(writer = nullptr);
 }

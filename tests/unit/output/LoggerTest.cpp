@@ -63,7 +63,7 @@ TEST(Logger, WritesEachLineOnceToEveryHandler) {
     logger->addFileHandler(L"/dev/full");
     EXPECT_EQ(printed([&] {
                   EXPECT_EQ(failure([&] { logger->info(L"three"); }),
-                            L"IOException: /dev/full: No space left on device");
+                            L"StreamException: /dev/full: No space left on device");
               }),
               "|three\n");
     EXPECT_EQ(contents("a/log"), "three\n");
@@ -81,12 +81,16 @@ TEST(Logger, TellsWhyAFileCannotBeCreated) {
         {L"directory/closed/log", L"IOException: uncreatable directory/closed/log:  (80070005)"},
         {L"directory/closed/a/log", L"IOException: uncreatable directory/closed/a/log:  (80070005)"},
         {L"file/log", L"IOException: uncreatable file/log: not found (80070002)"},
+        {L"loop", concat(L"ResultException: ", kSystemErrorBase + ELOOP)},
         {L"", L"IOException: uncreatable " + here + L"/: not found (80070002)"}};
+    std::filesystem::create_symlink("loop", "loop");
     becomeNobody();
     const auto logger = makeRef<Logger>("VEXO", "VEXO_");
     for (const auto& [path, failed] : rows) {
         EXPECT_EQ(failure([&, name = path] { logger->addFileHandler(name); }), failed) << path;
     }
+    std::filesystem::current_path("/");
+    EXPECT_EQ(failure([&] { logger->addFileHandler(L"etc"); }), L"IOException: uncreatable /etc:  (80070005)");
     EXPECT_EQ(failure([&] { logger->throwError(kOutOfMemory, L"x"); }), concat(L"ResultException: ", kOutOfMemory));
     EXPECT_EQ(failure([&] { makeRef<Logger>()->throwError(kFileNotFound, L"x"); }),
               L"IOException: The resource bundle is not installed");
