@@ -8,20 +8,32 @@ jobs=$(nproc)
 
 say() { printf '\n== %s\n' "$*"; }
 
-# Installs the packages named that are missing: as root, or with sudo. Otherwise says which they are, and ends.
+# Every script takes --yes first: packages that are missing are installed with sudo without asking.
+yes=${CI:+y}
+if [ "${1:-}" = --yes ]; then
+    yes=y
+    shift
+fi
+
+# Installs the packages named that are missing: as root, or with sudo by consent. Otherwise says which they are, and ends.
 need_packages() {
     local package missing=()
     for package in "$@"; do
         [ "$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null)" = "install ok installed" ] || missing+=("$package")
     done
     [ ${#missing[@]} -gt 0 ] || return 0
-    local as_root=()
+    local as_root=() answer=$yes
     if [ "$(id -u)" -ne 0 ]; then
+        as_root=(sudo)
         if ! command -v sudo >/dev/null; then
+            answer=
+        elif [ -z "$yes" ] && [ -t 0 ]; then
+            read -rp "Install ${missing[*]} with sudo? [y/N] " answer
+        fi
+        if [[ $answer != [yY]* ]]; then
             echo "Please install these packages first: ${missing[*]}" >&2
             exit 1
         fi
-        as_root=(sudo)
     fi
     echo "Installing: ${missing[*]}" >&2
     "${as_root[@]}" apt-get update -qq >&2

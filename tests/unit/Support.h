@@ -5,6 +5,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -28,9 +30,14 @@ inline std::string contents(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Files that root may open too are closed to the test from here on.
-inline void becomeNobody() {
-    ASSERT_TRUE(::getuid() != 0 || ::seteuid(65534) == 0);
+// Whether permissions hold for the superuser too.
+inline void keepToPermissions(bool keep = true) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct sets[_LINUX_CAPABILITY_U32S_3]{};
+    ::syscall(SYS_capget, &header, sets);
+    for (auto& set : sets)
+        set.effective = keep ? 0 : set.permitted;
+    ASSERT_EQ(::syscall(SYS_capset, &header, sets), 0);
 }
 
 // A pipe that does not block and keeps writes of up to 4 KB apart.

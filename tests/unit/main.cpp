@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <sys/stat.h>
+
 #include <clocale>
 
 #include "Support.h"
@@ -8,7 +10,6 @@
 class Surroundings : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo& /*test*/) override {
         m_directory = ::mkdtemp(std::string(testing::TempDir() + "vexo-XXXXXX").data());
-        std::filesystem::permissions(m_directory, std::filesystem::perms(0755));
         std::filesystem::current_path(m_directory);
         std::setlocale(LC_CTYPE, "C.UTF-8");
         for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
@@ -17,13 +18,15 @@ class Surroundings : public testing::EmptyTestEventListener {
         s_stopped = false;
     }
     void OnTestEnd(const testing::TestInfo& /*test*/) override {
-        EXPECT_EQ(::seteuid(::getuid()), 0);
+        keepToPermissions(false);
+        std::filesystem::permissions(m_directory, std::filesystem::perms::owner_all);
         std::filesystem::remove_all(m_directory);
     }
     std::string m_directory;
 };
 
 int main(int argc, char** argv) {
+    ::umask(022);
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(std::make_unique<Surroundings>().release());
     return RUN_ALL_TESTS();

@@ -138,7 +138,7 @@ TEST(ConfigFileReader, TellsWhyAFileCannotBeRead) {
     ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     EXPECT_EQ(failure([] { ConfigFileReader(L"/proc/self/mem").readConfiguration(); }),
               L"IOException: unreadable /proc/self/mem: Input/output error (A0040005)");
-    becomeNobody();
+    keepToPermissions();
     const struct {
         String path;
         String failure;

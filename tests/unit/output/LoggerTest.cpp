@@ -73,6 +73,7 @@ TEST(Logger, WritesEachLineOnceToEveryHandler) {
 
 TEST(Logger, TellsWhyAFileCannotBeCreated) {
     std::filesystem::create_directories("directory/closed");
+    std::filesystem::permissions("directory/closed", std::filesystem::perms(0555));
     writeFile("file", "");
     const String here = widen(std::filesystem::current_path().string());
     const std::tuple<String, String> rows[] = {
@@ -84,7 +85,7 @@ TEST(Logger, TellsWhyAFileCannotBeCreated) {
         {L"loop", concat(L"ResultException: ", kSystemErrorBase + ELOOP)},
         {L"", L"IOException: uncreatable " + here + L"/: not found (80070002)"}};
     std::filesystem::create_symlink("loop", "loop");
-    becomeNobody();
+    keepToPermissions();
     const auto logger = makeRef<Logger>("VEXO", "VEXO_");
     for (const auto& [path, failed] : rows) {
         EXPECT_EQ(failure([&, name = path] { logger->addFileHandler(name); }), failed) << path;
