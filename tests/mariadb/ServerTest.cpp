@@ -292,7 +292,8 @@ TEST_F(MariadbServer, CountsWhatTheServerCounts) {
     EXPECT_EQ(usage.filesMax, static_cast<int>(s_server->askNumber("SELECT @@open_files_limit")));
     EXPECT_NEAR(usage.filesCurrent, static_cast<double>(status("Open_files") + status("Innodb_num_open_files")), 6);
     EXPECT_EQ(usage.dataInUseMBMax, 16);
-    EXPECT_EQ(usage.dataInUseMBCurrent, status("Innodb_buffer_pool_bytes_data") >> 20U);
+    // The server may read a page in between, and so reach the next megabyte.
+    EXPECT_NEAR(usage.dataInUseMBCurrent, static_cast<double>(status("Innodb_buffer_pool_bytes_data") >> 20U), 1);
     EXPECT_EQ(usage.transactionsCurrent, 1U);
     EXPECT_GE(usage.locksCurrent, 2U);
     EXPECT_LE(usage.locksCurrent, 3U) << "the engine may count the gap";
