@@ -1,97 +1,81 @@
 // SPDX-License-Identifier: MIT
 #include "messages/MessageFormat.h"
 
+#include <printf.h>
+
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <optional>
 
 namespace vexo {
 namespace {
 
-// Widths, precisions and positions beyond this many digits are no formatting but an attack.
-constexpr std::size_t kMaxDigits = 4;
+// A width or precision of more digits is refused: formatting it could take seconds and gigabytes.
+constexpr int kMaxDigits = 4;
+
+// What may stand between the percent sign and the letter of a conversion.
+constexpr std::string_view kLayout = "-+ #0'.123456789hljzt";
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 // A format ends at its NUL.
 std::string_view untilNul(std::string_view text) {
     return text.substr(0, text.find('\0'));
 }
 
-struct Conversion {
-    std::size_t length = 0;    // bytes of the text, the percent sign included
-    std::size_t position = 0;  // from 1; 0 is the next argument in order
-    std::string layout;        // flags, width, precision and size, as they stand between "%" and the type
-    char type = 0;             // '%' for a percent sign itself
-};
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
+// Takes a position such as "2$" off the front of `text`; 0 when it is none that counts.
+std::optional<std::size_t> takePosition(std::string_view& text) {
+    std::size_t position = 0;
+    const char* const textEnd = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), textEnd, position);
+    if (end == textEnd || *end != '$') return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()) + 1);
+    return error == std::errc() ? position : 0;
 }
 
-// The digits at `at`, which moves behind them; nothing when there are too many.
-std::optional<std::string> takeDigits(std::string_view text, std::size_t& at) {
-    std::string digits;
-    while (at < text.size() && isDigit(text[at]))
-        digits += text[at++];
-    if (digits.size() > kMaxDigits) return std::nullopt;
-    return digits;
+// Whether `conversion` is of a kind that messages may use: text, characters and whole numbers in a reasonable layout.
+bool isAllowed(const std::string& conversion) {
+    const char letter = conversion.back();
+    const auto longNumber = std::search_n(conversion.begin(), conversion.end(), kMaxDigits + 1, '0',
+                                          [](char c, char) { return isDigit(c); });
+    // With a size, a text or character would be a wide one.
+    const bool wide = (letter == 's' || letter == 'c') && conversion.find_first_of("hljzt") != std::string::npos;
+    return std::string_view("diouxXcs").find(letter) != std::string_view::npos && !wide &&
+           longNumber == conversion.end();
 }
 
-// Reads the conversion that begins at the percent sign `text` starts with; nothing when it is none that is allowed.
-std::optional<Conversion> readConversion(std::string_view text) {
-    Conversion conversion;
-    std::size_t at = 1;
-    const std::size_t start = at;
-    const auto position = takeDigits(text, at);
-    if (!position) return std::nullopt;
-    if (!position->empty() && at < text.size() && text[at] == '$') {
-        conversion.position = static_cast<std::size_t>(std::stoul(*position));
-        if (conversion.position == 0) return std::nullopt;
-        ++at;
-    } else {
-        at = start;
-    }
-    while (at < text.size() && std::string_view("-+ #0'").find(text[at]) != std::string_view::npos) {
-        if (conversion.layout.size() > kMaxDigits) return std::nullopt;
-        conversion.layout += text[at++];
-    }
-    const auto width = takeDigits(text, at);
-    if (!width) return std::nullopt;
-    conversion.layout += *width;
-    if (at < text.size() && text[at] == '.') {
-        const auto precision = takeDigits(text, ++at);
-        if (!precision) return std::nullopt;
-        conversion.layout += "." + *precision;
-    }
-    for (int shorter = 0; shorter < 2 && at < text.size() && text[at] == 'h'; ++shorter)
-        conversion.layout += text[at++];
-    if (at == text.size()) return std::nullopt;
-    conversion.type = text[at++];
-    conversion.length = at;
-    if (conversion.type == '%' && conversion.length != 2) return std::nullopt;
-    return conversion;
-}
-
-bool fits(const Conversion& conversion, const MessageArgument& argument) {
-    if (std::holds_alternative<int>(argument)) {
-        return std::string_view("diuxXoc").find(conversion.type) != std::string_view::npos;
-    }
-    return conversion.type == 's' && conversion.layout.find('h') == std::string::npos;
-}
-
-// One argument in the form that a checked conversion asks for.
-std::string convert(const Conversion& conversion, const MessageArgument& argument) {
-    const std::string format = "%" + conversion.layout + conversion.type;
-    std::array<char, kMaxMessageBytes + 1> buffer{};
+// The argument as `conversion`, a single one, formats it; nothing when it asks for another type.
+std::optional<std::string> convert(const std::string& conversion, const MessageArgument& argument) {
+    int type = -1;
+    if (!isAllowed(conversion) || ::parse_printf_format(conversion.c_str(), 1, &type) != 1) return std::nullopt;
+    const auto print = [&conversion](auto value) -> std::string {
+        std::array<char, kMaxMessageBytes + 1> buffer{};
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"  // the format was checked against the argument
-    if (const int* number = std::get_if<int>(&argument)) {
-        std::snprintf(buffer.data(), buffer.size(), format.c_str(), *number);
-    } else {
-        std::snprintf(buffer.data(), buffer.size(), format.c_str(), std::get<const char*>(argument));
-    }
+        std::snprintf(buffer.data(), buffer.size(), conversion.c_str(), value);
 #pragma GCC diagnostic pop
-    return buffer.data();
+        return buffer.data();
+    };
+    const int* const number = std::get_if<int>(&argument);
+    if (!number) return type == PA_STRING ? std::optional(print(std::get<const char*>(argument))) : std::nullopt;
+    const bool isSigned = conversion.back() == 'd' || conversion.back() == 'i';
+    const long long wide = isSigned ? *number : static_cast<long long>(static_cast<unsigned int>(*number));
+    switch (type) {
+        case PA_INT:
+        case PA_INT | PA_FLAG_SHORT:
+        case PA_CHAR:
+            return print(*number);
+        case PA_INT | PA_FLAG_LONG:
+            return print(static_cast<long>(wide));
+        case PA_INT | PA_FLAG_LONG_LONG:
+            return print(wide);
+        default:
+            return std::nullopt;
+    }
 }
 
 // The formatted text, or nothing when text and arguments do not agree.
@@ -100,25 +84,28 @@ std::optional<std::string> tryFormat(std::string_view text, const std::vector<Me
     std::size_t next = 0;
     bool inOrder = false;
     bool byPosition = false;
-    while (!text.empty()) {
-        const std::size_t plain = std::min(text.find('%'), text.size());
+    for (;;) {
+        const std::size_t plain = text.find('%');
         result.append(text.substr(0, plain));
-        text.remove_prefix(plain);
-        if (text.empty()) break;
-        const auto conversion = readConversion(text);
-        if (!conversion) return std::nullopt;
-        text.remove_prefix(conversion->length);
-        if (conversion->type == '%') {
+        if (plain == std::string_view::npos) return result;
+        text.remove_prefix(plain + 1);
+        if (!text.empty() && text.front() == '%') {
             result += '%';
+            text.remove_prefix(1);
             continue;
         }
-        (conversion->position == 0 ? inOrder : byPosition) = true;
-        const std::size_t index = conversion->position == 0 ? next++ : conversion->position - 1;
-        if (inOrder && byPosition) return std::nullopt;
-        if (index >= arguments.size() || !fits(*conversion, arguments[index])) return std::nullopt;
-        result += convert(*conversion, arguments[index]);
+        const auto position = takePosition(text);
+        (position ? byPosition : inOrder) = true;
+        const std::size_t index = position ? *position - 1 : next++;
+        const std::size_t letter = text.find_first_not_of(kLayout);
+        if (letter == std::string_view::npos || index >= arguments.size() || (inOrder && byPosition)) {
+            return std::nullopt;
+        }
+        const auto piece = convert("%" + std::string(text.substr(0, letter + 1)), arguments[index]);
+        if (!piece) return std::nullopt;
+        result += *piece;
+        text.remove_prefix(letter + 1);
     }
-    return result;
 }
 
 }  // namespace

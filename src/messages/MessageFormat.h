@@ -18,8 +18,8 @@ using MessageArgument = std::variant<int, const char*>;
 inline constexpr std::size_t kMaxMessageBytes = 2047;
 
 // `text` with its conversions replaced by the arguments, cut to kMaxMessageBytes. Each conversion, in order or by
-// position ("%2$s"), has to name an argument of its type; arguments may go unused. A text that asks for anything else
-// is given back as it is, cut likewise.
+// position ("%2$s"), must name an argument of its type; a number may be asked for in any size. Arguments may go unused.
+// A text that asks for anything else is given back as it is, cut likewise.
 std::string formatMessage(std::string_view text, const std::vector<MessageArgument>& arguments);
 
 // Whether every conversion of `text` names one of the arguments and fits its type.
