@@ -35,19 +35,47 @@ bool copyAscii(char* out, const wchar_t* from) {
     return seen < 0x80;
 }
 
+using Encoded = std::array<char, std::size_t{2} * MB_LEN_MAX>;
+
+// Encodes one character by itself. Gives the number of bytes; 0 when the encoding has none for it.
+std::size_t encode(Encoded& bytes, wchar_t c) {
+    constexpr auto kFailed = static_cast<std::size_t>(-1);
+    std::mbstate_t state{};
+    std::size_t size = std::wcrtomb(bytes.data(), c, &state);
+    if (size != kFailed && std::mbsinit(&state) == 0) {
+        // Some encodings hold a letter back, in case an accent follows. A NUL ends the text and brings it out.
+        const std::size_t more = std::wcrtomb(bytes.data() + size, L'\0', &state);
+        size = more == kFailed ? kFailed : size + more - 1;
+    }
+    // In CP1255 a letter with an accent takes more bytes than the locale announces, and than narrow() has room for.
+    return size <= MB_CUR_MAX ? size : 0;
+}
+
 // The bytes of one character outside ASCII.
 char* narrowOne(char* out, wchar_t c) {
     if (isRawByte(c)) {
         *out = static_cast<char>(c - kByteBase);
         return out + 1;
     }
-    std::mbstate_t state{};
-    const std::size_t size = std::wcrtomb(out, c, &state);
-    if (size == static_cast<std::size_t>(-1)) {
+    Encoded bytes;
+    const std::size_t size = encode(bytes, c);
+    if (size == 0) {
         *out = '?';
         return out + 1;
     }
-    return out + size;
+    return std::copy_n(bytes.data(), size, out);
+}
+
+// Decodes the first character of `bytes`, which is outside ASCII. Gives the number of its bytes; 0 unless it encodes
+// back to exactly these. Encodings that combine letters with accents, or have two codes for one character, would change
+// bytes or swallow them.
+std::size_t decode(std::string_view bytes, wchar_t& c) {
+    std::mbstate_t state{};
+    const std::size_t size = std::mbrtowc(&c, bytes.data(), bytes.size(), &state);
+    if (size == 0 || size > bytes.size()) return 0;
+    if (c < 0x80 || (c >= kFirstSurrogate && c <= kLastSurrogate)) return 0;
+    Encoded again;
+    return encode(again, c) == size && std::equal(again.begin(), again.begin() + size, bytes.begin()) ? size : 0;
 }
 
 }  // namespace
@@ -76,17 +104,10 @@ void appendWide(String& out, std::string_view bytes) {
             ++from;
             continue;
         }
-        wchar_t c = 0;
-        std::mbstate_t state{};
-        const std::size_t size = std::mbrtowc(&c, from, static_cast<std::size_t>(end - from), &state);
-        const bool decoded = size != 0 && size <= static_cast<std::size_t>(end - from);
-        if (!decoded || (c >= kFirstSurrogate && c <= kLastSurrogate)) {
-            *next++ = static_cast<wchar_t>(kByteBase + byte);
-            ++from;
-            continue;
-        }
-        *next++ = c;
-        from += size;
+        const std::size_t size = decode({from, static_cast<std::size_t>(end - from)}, *next);
+        if (size == 0) *next = static_cast<wchar_t>(kByteBase + byte);
+        from += std::max<std::size_t>(size, 1);
+        ++next;
     }
     out.resize(static_cast<std::size_t>(next - out.data()));
 }

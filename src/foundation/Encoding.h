@@ -15,8 +15,8 @@ namespace vexo {
 // numbers keep the C locale. To be called once, before any text is converted.
 void useEnvironmentEncoding();
 
-// Wide text of `bytes`. Never fails and never loses: a byte that cannot be decoded becomes U+DC00 + byte, which
-// narrow() turns back into that byte.
+// Wide text of `bytes`. Never fails and never loses: a byte below 0x80 is ASCII in every locale, and any other that is
+// not part of a character which encodes back to the same bytes becomes U+DC00 + byte. narrow() gives the bytes again.
 String widen(std::string_view bytes);
 void appendWide(String& out, std::string_view bytes);
 
