@@ -4,7 +4,8 @@
  *
  * Records are little-endian and lie exactly as the engine lays them out, gaps spelled out. A monitor reads the
  * named fields only; a library may fill the gaps. Text is single-byte and ends at its NUL or at the end of its
- * field, whichever comes first.
+ * field, whichever comes first; the client name of XRFILEHANDLEINFO and the file name of XRKESDCLIENTHANDLEINFO, last
+ * in their records, may run on to a NUL up to 1,000 bytes behind the record.
  *
  * Every function returns a status: 0 is success, XR_NO_MORE_ITEMS, XR_CLIENT_GONE and XR_FILE_GONE are the
  * expected ends and gaps of an enumeration, anything else is an error. Outputs count only after status 0. */

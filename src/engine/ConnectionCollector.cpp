@@ -25,8 +25,9 @@ Ref<List<ConnInfo>> QRIMonitorHelper::getConnInfoList() {
     check(m_api.XrGetSQLConnectionsData(m_handle, &count));  // nothing to free yet
     const Snapshot snapshot(m_api.XrFreeSQLConnectionsData, m_handle);
     auto connections = makeRef<List<ConnInfo>>();
+    RawArea<XRSQLCONNINFO> area;
     for (std::uint32_t index = 0; index < count; ++index) {
-        RawArea<XRSQLCONNINFO> area;
+        area.clear();
         const int status = m_api.XrGetSQLConnectionInfo2(m_handle, index, &area.record);
         if (status == XR_NO_MORE_ITEMS) break;
         check(status);

@@ -25,16 +25,18 @@ Ref<List<FileInfo>> QRIMonitorHelper::getActiveFileInfoList(bool withHandles) {
     const Snapshot snapshot(m_api.XrFreeOpenFilesData, m_handle);
     auto files = makeRef<List<FileInfo>>();
     NamePool clients;
+    RawArea<std::array<char, XR_NAME_SIZE + 1>> nameArea;
+    RawArea<XRFILEINFO> area;
+    char* const name = nameArea.record.data();
     for (std::uint32_t index = 0; index < count; ++index) {
-        RawArea<std::array<char, XR_NAME_SIZE + 1>> nameArea;
-        char* const name = nameArea.record.data();
+        nameArea.clear();
+        area.clear();
         std::uint32_t size = XR_NAME_SIZE;
         const int status = m_api.XrGetOpenFileName(m_handle, index, &size, name);
         name[XR_NAME_SIZE] = '\0';  // makes a name that fills its buffer a text again
         if (status == XR_NO_MORE_ITEMS) break;
         check(status);
 
-        RawArea<XRFILEINFO> area;
         const int found = m_api.XrGetFileInfo2(m_handle, name, &area.record);
         if (found == XR_FILE_GONE) continue;
         check(found);
@@ -58,8 +60,9 @@ Ref<List<FileHandleInfo>> QRIMonitorHelper::collectFileHandles(const char* fileN
     if (status == XR_FILE_GONE) return handles;
     check(status);
     handles->expect(count);
+    RawArea<XRFILEHANDLEINFO> area;
     for (std::uint32_t index = 0; index < count; ++index) {
-        RawArea<XRFILEHANDLEINFO> area;
+        area.clear();
         const int found = m_api.XrGetFileHandleInfo(m_handle, fileName, index, &area.record);
         if (found == XR_NO_MORE_ITEMS) break;
         if (found == XR_FILE_GONE) {
@@ -67,7 +70,7 @@ Ref<List<FileHandleInfo>> QRIMonitorHelper::collectFileHandles(const char* fileN
             break;
         }
         check(found);
-        handles->add(toFileHandleInfo(area.record, clients.get(rawText(area.record.clientName))));
+        handles->add(toFileHandleInfo(area.record, clients.get(lastText(area, area.record.clientName))));
     }
     return handles;
 }

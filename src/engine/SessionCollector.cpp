@@ -51,13 +51,15 @@ Ref<List<SessionInfo>> QRIMonitorHelper::getActiveSessionInfoList(bool withHandl
     const Snapshot snapshot(m_api.XrFreeKesdClientsData, m_handle);
     auto sessions = makeRef<List<SessionInfo>>();
     NamePool files;
+    RawArea<XRCLIENTID> id;
+    RawArea<XRKESDCLIENTINFO> area;
     for (std::uint32_t index = 0; index < count; ++index) {
-        RawArea<XRCLIENTID> id;
+        id.clear();
+        area.clear();
         const int status = m_api.XrGetKesdClientId(m_handle, index, &id.record);
         if (status == XR_NO_MORE_ITEMS) break;
         check(status);
 
-        RawArea<XRKESDCLIENTINFO> area;
         const int found = m_api.XrGetKesdClientInfo(m_handle, &id.record, &area.record);
         if (found == XR_CLIENT_GONE) continue;
         check(found);
@@ -80,8 +82,9 @@ Ref<List<SessionHandleInfo>> QRIMonitorHelper::collectSessionHandles(const XRCLI
     std::uint32_t count = 0;
     check(m_api.XrGetKesdClientHandlesData(m_handle, client, &count));
     handles->expect(count);
+    RawArea<XRKESDCLIENTHANDLEINFO> area;
     for (std::uint32_t index = 0; index < count; ++index) {
-        RawArea<XRKESDCLIENTHANDLEINFO> area;
+        area.clear();
         const int status = m_api.XrGetKesdClientHandleInfo(m_handle, client, index, &area.record);
         if (status == XR_NO_MORE_ITEMS) break;
         if (status == XR_CLIENT_GONE) {
@@ -89,7 +92,7 @@ Ref<List<SessionHandleInfo>> QRIMonitorHelper::collectSessionHandles(const XRCLI
             break;
         }
         check(status);
-        handles->add(toSessionHandleInfo(area.record, files.get(rawText(area.record.fileName))));
+        handles->add(toSessionHandleInfo(area.record, files.get(lastText(area, area.record.fileName))));
     }
     return handles;
 }
