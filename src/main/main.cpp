@@ -15,7 +15,7 @@
 #include "main/JsonDocument.h"
 #include "main/Program.h"
 #include "monitor/MonitorProcessor.h"
-#include "output/DocumentHeader.h"
+#include "output/Version.h"
 #include "status/QRIException.h"
 #include "util/Utils.h"
 

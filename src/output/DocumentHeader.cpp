@@ -2,6 +2,7 @@
 #include "output/DocumentHeader.h"
 
 #include "foundation/Piece.h"
+#include "output/Version.h"
 
 namespace vexo {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What every JSON document begins with, and the version it names.
+// What every JSON document begins with.
 #ifndef VEXO_OUTPUT_DOCUMENTHEADER_H
 #define VEXO_OUTPUT_DOCUMENTHEADER_H
 
@@ -9,8 +9,6 @@
 #include "messages/MessageHelper.h"
 
 namespace vexo {
-
-inline constexpr char kProgramVersion[] = "16.11.006.000";
 
 // The five opening lines of the JSON document, name and copyright taken from `messages`.
 std::array<String, 5> documentHeader(const MessageHelper& messages);
