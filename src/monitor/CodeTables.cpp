@@ -3,6 +3,7 @@
 
 #include "foundation/Piece.h"
 #include "monitor/MonitorProcessor.h"
+#include "monitor/Protocols.h"
 
 namespace vexo {
 namespace {
@@ -71,19 +72,6 @@ constexpr PlainCode kSites[] = {
     {1, L"Local" },
 };
 
-constexpr PlainCode kProtocolRequests[] = {
-    {1,  L"SPX Requests Processed"    },
-    {4,  L"TCP/IP Requests Processed" },
-    {12, L"NETBIOS Requests Processed"},
-};
-
-// Established output: the last label has a blank less than the others, so its value starts a column earlier.
-constexpr PlainCode kProtocolSessions[] = {
-    {1,  L"SPX Remote Sessions:            "},
-    {4,  L"TCP/IP Remote Sessions:         "},
-    {12, L"NETBIOS Remote Sessions:       " },
-};
-
 Ref<CodeTable> emptyTable() {
     auto table = makeRef<CodeTable>();
     table->words.max_load_factor(kTableLoadFactor);
@@ -107,6 +95,13 @@ Ref<CodeTable> makeTable(const PlainCode (&codes)[Count]) {
     return table;
 }
 
+Ref<CodeTable> makeTable(StringView Protocol::*label) {
+    auto table = emptyTable();
+    for (const Protocol& protocol : kProtocols)
+        table->words.emplace(protocol.code, protocol.*label);
+    return table;
+}
+
 }  // namespace
 
 void MonitorProcessor::createMaps(bool json) {
@@ -116,8 +111,8 @@ void MonitorProcessor::createMaps(bool json) {
     m_transactionStates = makeTable(kTransactionStates);
     m_waitStates = makeTable(kWaitStates);
     m_sites = makeTable(kSites);
-    m_protocolRequests = makeTable(kProtocolRequests);
-    m_protocolSessions = makeTable(kProtocolSessions);
+    m_protocolRequests = makeTable(&Protocol::requestsLabel);
+    m_protocolSessions = makeTable(&Protocol::sessionsLabel);
 }
 
 StringView MonitorProcessor::getMapValue(const Ref<CodeTable>& map, int key) {

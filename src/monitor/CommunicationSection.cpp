@@ -1,45 +1,24 @@
 // SPDX-License-Identifier: MIT
 // What the engine has served over the network, in total and for each protocol.
+#include <algorithm>
+#include <iterator>
+
 #include "monitor/MonitorProcessor.h"
+#include "monitor/Protocols.h"
 #include "monitor/ReportWriter.h"
 
 namespace vexo {
 namespace {
 
-constexpr int kSpx = 1;
-constexpr int kTcp = 4;
-constexpr int kNetBios = 12;
-
 bool isUnknown(StringView label) {
     return equalsIgnoreCase(label, NA);
 }
 
-// The JSON lines of a protocol; empty for a protocol that has none.
-StringView requestsKey(int protocol) {
-    switch (protocol) {
-        case kTcp:
-            return L"\t\t\"tcp_requests_processed\": ";
-        case kNetBios:
-            return L"\t\t\"netbios_requests_processed\": ";
-        case kSpx:
-            return L"\t\t\"spx_requests_processed\": ";
-        default:
-            return {};
-    }
-}
-
-StringView remoteSessionsKey(int protocol) {
-    // Established output: "tcp/ip" here, "tcp" among the requests.
-    switch (protocol) {
-        case kTcp:
-            return L"\t\t\"tcp/ip_remote_sessions\": {";
-        case kSpx:
-            return L"\t\t\"spx_remote_sessions\": {";
-        case kNetBios:
-            return L"\t\t\"netbios_remote_sessions\": {";
-        default:
-            return {};
-    }
+// The JSON key of a protocol; empty for a protocol that has none.
+StringView keyOf(int code, StringView Protocol::*key) {
+    const auto protocol = std::find_if(std::begin(kProtocols), std::end(kProtocols),
+                                       [code](const Protocol& known) { return known.code == code; });
+    return protocol != std::end(kProtocols) ? protocol->*key : StringView();
 }
 
 }  // namespace
@@ -62,8 +41,8 @@ void MonitorProcessor::processCommunicationStats(bool json) {
         const StringView label = getProtocolRequestString(code);
         if (isUnknown(label)) continue;
         out.text(1, label, L":\t", protocol->requestsProcessed);
-        const StringView key = requestsKey(code);
-        if (!key.empty()) out.json(key, protocol->requestsProcessed, L",");
+        const StringView key = keyOf(code, &Protocol::requestsKey);
+        if (!key.empty()) out.json(L"\t\t\"", key, L"\": ", protocol->requestsProcessed, L",");
     }
     const std::uint64_t timeouts = stats->totalConnectionTimeouts;
     const std::uint64_t recoveries = stats->totalConnectionRecoveries;
@@ -95,9 +74,9 @@ void MonitorProcessor::processCommunicationStats(bool json) {
         const StringView label = getProtocolSessionString(code);
         if (isUnknown(label)) continue;
         out.text(1, label, protocol->remoteSessionsCurrent, L"\t\t", protocol->remoteSessionsPeak);
-        const StringView key = remoteSessionsKey(code);
+        const StringView key = keyOf(code, &Protocol::sessionsKey);
         if (key.empty()) continue;
-        out.json(key);
+        out.json(L"\t\t\"", key, L"\": {");
         out.json(L"\t\t\t\"current\": ", protocol->remoteSessionsCurrent, L",");
         out.json(L"\t\t\t\"peak\": ", protocol->remoteSessionsPeak);
         // Established output: no comma between the protocols.
