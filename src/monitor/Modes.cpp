@@ -9,11 +9,7 @@
 namespace vexo {
 namespace {
 
-#ifdef VEXO_SOAK
-constexpr std::int64_t kRefreshUnitMs = 1;  // a soak run writes weeks of records in minutes
-#else
 constexpr std::int64_t kRefreshUnitMs = 1000;  // the refresh rate is in seconds
-#endif
 
 // The longest sleep before the stop flag is looked at again.
 constexpr std::int64_t kSleepSliceMs = 3000;

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 """Runs the monitor in timer mode for thousands of records, and checks that it neither grows nor leaks nor loses a line.
 
-The program is a build whose refresh rate counts milliseconds. It runs without a limit, so the keyboard thread is there,
-and is ended by a typed q."""
+A preloaded library makes seconds milliseconds. The program runs without a limit, so the keyboard thread is there, and is
+ended by a typed q."""
 import collections
 import os
 import pathlib
@@ -12,8 +12,8 @@ import sys
 import tempfile
 import time
 
-program, library, example, scenario = (pathlib.Path(word) for word in sys.argv[1:5])
-records = int(sys.argv[5])
+program, preloaded, library, example, scenario = (pathlib.Path(word) for word in sys.argv[1:6])
+records = int(sys.argv[6])
 
 
 def status(pid):
@@ -34,7 +34,7 @@ with tempfile.TemporaryDirectory() as folder:
         settings = re.sub(rf"(?m)^{name}=.*$", f"{name}={value}", settings)
     (folder / "cfg").write_text(settings)
     environment = dict(os.environ, VEXO_ENGINE_LIBRARY=str(library), XRSIM_SCENARIO=str(scenario),
-                       XRSIM_TRACE=str(trace), LC_ALL="C.UTF-8")
+                       XRSIM_TRACE=str(trace), LC_ALL="C.UTF-8", LD_PRELOAD=str(preloaded))
     start = time.monotonic()
     with open(printed, "wb") as out:
         run = subprocess.Popen([program, "-f", folder / "cfg"], stdin=subprocess.PIPE, stdout=out, env=environment)
