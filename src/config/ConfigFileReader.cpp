@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kKeyLength = 4;
 constexpr std::int32_t kMinRefreshSeconds = 5;
-// Far beyond any setting, and little memory for a file that is no text at all.
+// Far longer than any setting, yet little memory when the file is not text at all.
 constexpr std::size_t kMaxLineBytes = std::size_t{1} << 20U;
 
 // An unreadable or negative number silently counts as 0.
@@ -100,7 +100,7 @@ void ConfigFileReader::setRefreshRate() {
 
 void ConfigFileReader::setRefreshlimit() {
     const std::int32_t limit = parseCount(getValue(L"LIMI", false));
-    // A limit counts the records of a timer; on request there is none.
+    // A limit counts the records of the timer mode; records on request have none.
     m_data->refreshLimit = m_data->refreshRate == 0 ? 0 : limit;
 }
 
@@ -121,7 +121,7 @@ String ConfigFileReader::getValue(const String& key, bool required) const {
     if (required && value.empty()) {
         throw ConfigException(m_messages->getResStr("ERR_MISSING_TAG_VALUE", narrow(key).c_str()));
     }
-    // The system and the engine would take such a value for one that ends there.
+    // The system and the engine would take the value to end there.
     if (value.find(L'\0') != String::npos) {
         throw ConfigException(m_messages->getResStr("ERR_VALUE_NUL", narrow(key).c_str(), lineNumber));
     }

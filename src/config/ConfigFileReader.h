@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reads the settings file. Every setting has to be there; most of the values may be empty.
+// Reads the settings file. Every setting must be present; most values may be empty.
 #ifndef VEXO_CONFIG_CONFIGFILEREADER_H
 #define VEXO_CONFIG_CONFIGFILEREADER_H
 

@@ -33,7 +33,7 @@ Ref<List<FileInfo>> QRIMonitorHelper::getActiveFileInfoList(bool withHandles) {
         area.clear();
         std::uint32_t size = XR_NAME_SIZE;
         const int status = m_api.XrGetOpenFileName(m_handle, index, &size, name);
-        name[XR_NAME_SIZE] = '\0';  // makes a name that fills its buffer a text again
+        name[XR_NAME_SIZE] = '\0';  // terminates a name that fills its buffer
         if (status == XR_NO_MORE_ITEMS) break;
         check(status);
 

@@ -15,7 +15,7 @@ namespace vexo {
 
 class NamePool {
 public:
-    // The wide text of `bytes`, shared with everybody who asked for the same bytes before.
+    // The wide text of `bytes`, shared by all records that carry the same bytes.
     SharedString get(std::string_view bytes) {
         const auto known = m_names.find(bytes);
         if (known != m_names.end()) return known->second.name;

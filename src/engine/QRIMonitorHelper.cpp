@@ -13,7 +13,7 @@ namespace {
 constexpr std::int32_t kNotConnected = -2;
 constexpr std::size_t kMaxCredentialBytes = 255;  // the library takes them in buffers of 256 bytes
 
-// The bytes of a setting that the library takes. A longer one is refused: cut short, it would name something else.
+// The bytes of a setting that the library takes. A longer one is refused: cut short, it would mean something else.
 std::string credential(const char* setting, const String& value) {
     std::string bytes = narrow(value);
     if (bytes.size() > kMaxCredentialBytes) {

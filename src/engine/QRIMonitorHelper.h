@@ -43,7 +43,7 @@ public:
 
     // The open files. With handles, only files that have at least one.
     Ref<List<FileInfo>> getActiveFileInfoList(bool withHandles);
-    // The handles on one file; none when it is not open any more.
+    // The handles on one file; none when it is no longer open.
     Ref<List<FileHandleInfo>> getFileHandleInfoList(const String& fileName);
     // The sessions. With handles, only sessions that have at least one.
     Ref<List<SessionInfo>> getActiveSessionInfoList(bool withHandles);

@@ -106,7 +106,7 @@ struct ConnInfo : RefCounted {
     std::uint64_t totalConnectionTime;  // as the engine reports it
 };
 
-// Resource usage. The maxima are signed: the engine tells a resource without a limit through them.
+// Resource usage. The maxima are signed: the engine reports a resource without a limit through them.
 struct UsageStats : RefCounted {
     std::uint64_t userCountCurrent;
     std::uint64_t userCountPeak;

@@ -13,7 +13,7 @@ inline constexpr wchar_t kDirectorySeparator = L'/';
 // Whether something of this path exists, of any kind.
 bool pathExists(StringView path);
 
-// Whether the path can be opened as a directory. Leave to list it is not needed.
+// Whether the path can be opened as a directory. Permission to list it is not needed.
 bool directoryExists(StringView path);
 
 // Creates one directory with mode 0777 less the umask. kSuccess, or why not.

@@ -14,7 +14,7 @@
 namespace vexo {
 namespace {
 
-constexpr wchar_t kByteBase = 0xDC00;  // U+DC00 + byte stands for a byte that is no text
+constexpr wchar_t kByteBase = 0xDC00;  // U+DC00 + byte stands for a byte that is not part of a character
 constexpr wchar_t kFirstSurrogate = 0xD800;
 constexpr wchar_t kLastSurrogate = 0xDFFF;
 constexpr std::size_t kBlock = 16;  // characters checked and copied at once
@@ -23,9 +23,9 @@ bool isRawByte(wchar_t c) {
     return c > kByteBase && c <= kByteBase + 0xFF;
 }
 
-// Copies a block of characters; whether all of them are ASCII, else what was copied does not count.
+// Copies a block of characters; gives whether all of them are ASCII; otherwise the copy is worthless.
 bool copyAscii(char* out, const wchar_t* from) {
-    std::array<char, kBlock> block;  // apart from `out`, which as far as the compiler knows may be `from` itself
+    std::array<char, kBlock> block;  // apart from `out`, which for all the compiler knows, overlaps `from`
     unsigned int seen = 0;
     for (std::size_t i = 0; i < kBlock; ++i) {
         seen |= static_cast<unsigned int>(from[i]);
@@ -119,7 +119,7 @@ std::size_t maxNarrowSize(std::size_t characters) {
 char* narrowInto(char* out, StringView text) {
     const std::size_t size = text.size();
     std::size_t done = 0;
-    // Most lines are ASCII: whole blocks, the last one laid over the end of the block before it.
+    // Most lines are ASCII: whole blocks, of which the last may overlap the one before it.
     while (size >= kBlock) {
         const std::size_t at = std::min(done, size - kBlock);
         if (!copyAscii(out + at, text.data() + at)) break;

@@ -12,7 +12,7 @@
 namespace vexo {
 
 // Takes LC_CTYPE from the environment; the C and POSIX locales, and one that is not installed, mean UTF-8. Times and
-// numbers keep the C locale. To be called once, before any text is converted.
+// numbers keep the C locale. Call it once, before any text is converted.
 void useEnvironmentEncoding();
 
 // Wide text of `bytes`. Never fails and never loses: a byte below 0x80 is ASCII in every locale, and any other that is

@@ -20,7 +20,7 @@ public:
 
     void add(Element element) { m_elements.push_back(std::move(element)); }
     void clear() { m_elements.clear(); }
-    // Makes room for what is announced to come. An announcement is a hint: a wrong one costs no more than 64 KB.
+    // Reserves room for an announced number of elements. An announcement is a hint: a wrong one costs no more than 64 KB.
     void expect(std::size_t count) { m_elements.reserve(std::min<std::size_t>(count, 8192)); }
 
     bool empty() const { return m_elements.empty(); }

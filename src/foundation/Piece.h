@@ -17,7 +17,7 @@ public:
     // A literal; its length is known when the program is compiled.
     template <std::size_t N>
     Piece(const wchar_t (&literal)[N]) : m_data(literal), m_size(N - 1) {}
-    // Borrowed text; it has to outlive the piece.
+    // Borrowed text; it must outlive the piece.
     Piece(StringView text) : m_data(text.data()), m_size(text.size()) {}
     Piece(const String& text) : m_data(text.data()), m_size(text.size()) {}
     // A number in plain decimal, kept inside the piece.

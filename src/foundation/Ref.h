@@ -18,7 +18,7 @@ public:
 
     void addReference() const { m_count.fetch_add(1, std::memory_order_relaxed); }
     void release() const {
-        // A sole owner has nobody to race with: records by the million are released without a locked instruction.
+        // A sole owner cannot race with another: millions of records are released without a locked instruction.
         if (m_count.load(std::memory_order_acquire) == 1 || m_count.fetch_sub(1, std::memory_order_acq_rel) == 1)
             delete this;
     }

@@ -13,12 +13,12 @@ ResultCode resultCodeOf(int errorNumber) {
         case EACCES:
         case EPERM:
         case EROFS:
-        case EISDIR:  // a directory where a file is wanted
+        case EISDIR:  // a directory where a file is expected
         case ETXTBSY:
             return kAccessDenied;
         case ENOENT:
-        case ENOTDIR:  // a file where a directory of the path is wanted
-        case EEXIST:   // the same, met while creating that directory
+        case ENOTDIR:  // a file where the path needs a directory
+        case EEXIST:   // the same, found while creating that directory
             return kFileNotFound;
         case ENOMEM:
             return kOutOfMemory;

@@ -16,7 +16,7 @@ inline constexpr auto kUnspecifiedFailure = static_cast<ResultCode>(0x80004005);
 inline constexpr auto kFileNotFound = static_cast<ResultCode>(0x80070002);
 inline constexpr auto kAccessDenied = static_cast<ResultCode>(0x80070005);
 inline constexpr auto kOutOfMemory = static_cast<ResultCode>(0x8007000E);
-// Any other error number of the system is kept in the low bits of a code of our own, so that it can be read back.
+// Any other error number of the system is kept in the low bits of a code of our own, from which it can be read back.
 inline constexpr auto kSystemErrorBase = static_cast<ResultCode>(0xA0040000);
 
 // The code for an error number (errno) of a file operation. Never 0.

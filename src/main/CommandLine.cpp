@@ -16,7 +16,7 @@ int parseArgs(int argc, const char* const* argv, String& path, bool& runOnce) {
     if (words->size() < 2 || (*words)[0] != L"-f") return 1;
     path = (*words)[1];
     if (words->size() == 2) return 0;
-    // The third word decides alone: "-runonce" has to stand before "-JSON", and what follows it is not looked at.
+    // The third word alone decides: "-runonce" must stand before "-JSON", and what follows it is not examined.
     if ((*words)[2] != L"-runonce") return 1;
     runOnce = true;
     return 0;

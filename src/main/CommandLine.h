@@ -10,7 +10,7 @@ namespace vexo {
 // Reads "-f PATH [-runonce] ...". Gives 0 when the line is accepted and 1 when it is not.
 int parseArgs(int argc, const char* const* argv, String& path, bool& runOnce);
 
-// Writes the usage. In JSON it closes the document, which has to be open.
+// Writes the usage. In JSON it closes the document, which must be open.
 void displayUsage(bool json);
 
 }  // namespace vexo

@@ -26,7 +26,7 @@ void CMSGStrings::PrepareDialog(const String& bundleName, const String& titleKey
                                 String& title, String& message) {
     const auto bundle = StringBundle::open(bundleName);
     if (!bundle) {
-        // Established output: both sentences name XRMSG, whatever bundle was asked for.
+        // Established output: both sentences name XRMSG, whichever bundle was asked for.
         message = L"The XRMSG resource bundle is not installed";
         title = L"XRMSG Resource Bundle Loading Error";
         return;

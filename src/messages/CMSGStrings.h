@@ -14,6 +14,8 @@ public:
     // The text under `key`; the key itself when the bundle lacks it, a sentence when there is no such bundle.
     static void MakeResourceString(const String& bundleName, const String& key, String& out);
 
+    // The rest has no caller in the monitor: it is part of the class's published interface.
+
     // Title and message of a message box; without a bundle name, those of "XRMSG".
     static void PrepareDialog(const String& bundleName, const String& titleKey, const String& messageKey, String& title,
                               String& message);

@@ -22,7 +22,7 @@ bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\f';
 }
 
-// Half of a pair, which is no character.
+// Half of a surrogate pair, which is not a character by itself.
 bool isSurrogate(std::uint32_t c) {
     return c >= 0xD800 && c <= 0xDFFF;
 }
@@ -108,8 +108,8 @@ bool isKey(std::string_view written, StringView key) {
                       [](char byte, wchar_t c) { return static_cast<wchar_t>(byte) == c; });
 }
 
-// Takes the next line off `content`, leading blanks dropped and continuation lines joined. Most lines go on nowhere
-// and are handed out where they stand; `joined` holds the others.
+// Takes the next line off `content`, leading blanks dropped and continuation lines joined. Most lines have no
+// continuation and are given as a view of `content`; `joined` holds the others.
 std::string_view takeLine(std::string_view& content, std::string& joined) {
     joined.clear();
     for (;;) {
@@ -151,7 +151,7 @@ void splitProperty(std::string_view line, std::string_view& key, std::string_vie
     dropBlanks();
 }
 
-// The language part of a locale's name such as "de_CH.UTF-8@euro"; empty for C, POSIX and what is no such name.
+// The language part of a locale's name such as "de_CH.UTF-8@euro"; empty for C, POSIX and anything that is not such a name.
 std::string environmentLanguage() {
     std::string_view name;
     for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
@@ -212,7 +212,7 @@ std::optional<StringBundle> StringBundle::open(StringView name) {
                 bundle.m_contents.push_back(
                     readWholeFile(concat(directory, L"/", name, widen(suffix), L".properties")));
             } catch (const Exception&) {
-                // Not there, or not for us to read: the next file may serve.
+                // Missing or unreadable: the next file may serve.
                 continue;
             }
         }

@@ -10,7 +10,7 @@
 
 namespace vexo {
 
-// What stands wherever a value does not apply.
+// What the reports print where a value does not apply.
 inline constexpr StringView NA = L"n/a";
 
 // Codes of one kind and their words.

@@ -66,7 +66,7 @@ void MonitorProcessor::processCommunicationStats(bool json) {
     out.json(L"\t\t\t\"current\": ", stats->remoteSessionsCurrent, L",");
     out.json(L"\t\t\t\"peak\": ", stats->remoteSessionsPeak, L",");
     out.json(L"\t\t\t\"maximum\": \"", sessionsMax, L"\"");
-    // Established output: the comma stands also when no protocol follows.
+    // Established output: the comma is written even when no protocol follows.
     out.json(L"\t\t},");
 
     for (const Ref<ProtocolStats>& protocol : *stats->protocols) {
@@ -82,7 +82,7 @@ void MonitorProcessor::processCommunicationStats(bool json) {
         // Established output: no comma between the protocols.
         out.json(L"\t\t}");
     }
-    // Established output: no comma, this being the last section; the next record follows all the same.
+    // Established output: no comma after the last section, although another record may follow.
     out.json(L"\t}");
 }
 

@@ -18,7 +18,7 @@ void MonitorProcessor::processActiveConnections(bool json) {
     int number = 0;
     for (const Ref<ConnInfo>& connection : *connections) {
         ++number;
-        // Established output: a blank behind "#", unlike the sessions report.
+        // Established output: a blank after "#", unlike the sessions report.
         out.title(1, L"Session Info: # ", number);
         out.json(L"\t\t{");
         processActiveConnectionInfo(connection.get(), json);

@@ -54,7 +54,7 @@ void MonitorProcessor::processActiveFileInfo(const FileInfo* file, bool json) {
         Utils::addBackslashChars(escaped, L'\\');
         out.json(L"\t\t\t\t\"active_file_name\": \"", escaped, L"\",");
     }
-    // Established output: the third line is of record locks in the label and of read locks in the key.
+    // Established output: the third line speaks of record locks in its label and of read locks in its key.
     // Established output: the last line has its comma although nothing follows without handle detail.
     const Row rows[] = {
         {L"Page Size:             ", L"\t\t\t\t\"page_size\": ",             file->pageSize,           L","},
@@ -76,7 +76,7 @@ void MonitorProcessor::processActiveFileHDLInfo(const FileHandleInfo* handle, bo
     const StringView state = getTransStateString(handle->transactionState);
 
     // Established output: the name is not escaped.
-    // Established output: the blank of "transaction_state" stands before its colon instead of behind it.
+    // Established output: the blank of "transaction_state" stands before its colon instead of after it.
     const Row rows[] = {
         {L"Client Index:      ", L"\t\t\t\t\t\t\"client_index\": ",        client, L","  },
         {L"Client Name:       ", L"\t\t\t\t\t\t\"client_name\": \"",       name,   L"\","},

@@ -92,7 +92,7 @@ void MonitorProcessor::processResourceStats(bool json) {
 
     // Established output: the peak of the handles repeats their current count; the text form has the true one.
     // Established output: the key "client" is singular.
-    // Established output: a blank stands behind the comma of three closing lines.
+    // Established output: a blank follows the comma of three closing lines.
     const JsonGroup jsonGroups[] = {
         {L"\t\t\"files\": {",          spaced,     u.filesCurrent,         u.filesPeak,         files,        L"\t\t}," },
         {L"\t\t\"handles\": {",        spaced,     u.handlesCurrent,       u.handlesCurrent,    handles,      L"\t\t}," },

@@ -12,6 +12,7 @@
 
 namespace vexo {
 
+// getTabStr(), padToLen() and putError() have no caller in the monitor: they belong to the published interface.
 class FormatHelper : public RefCounted {
 public:
     explicit FormatHelper(Ref<Logger> logger);
@@ -23,11 +24,11 @@ public:
     // Fills `text` with blanks up to `length` characters; a longer one stays as it is.
     static void padToLen(String& text, int length);
 
-    // One line at level INFO, behind `indent` tabs.
+    // One line at level INFO, indented by `indent` tabs.
     void putData(StringView line, int indent);
-    // The same, composed of pieces behind one another.
+    // The same, composed of several pieces.
     void putPieces(std::initializer_list<Piece> pieces, int indent);
-    // The title in upper case between two rules of its length, each of the three lines behind `indent` tabs.
+    // The title in upper case between two rules of its length, each of the three lines indented by `indent` tabs.
     void putHeader(StringView title, int indent);
     void putHeader(std::initializer_list<Piece> title, int indent);
     // One line at level SEVERE, never indented.

@@ -11,7 +11,7 @@
 namespace vexo {
 namespace {
 
-// `path` as messages name it: a bare name with the current directory before it, where the system tells one.
+// `path` as messages name it: a bare name with the current directory before it, where the system can tell it.
 String fullPath(const String& path) {
     if (path.find(kDirectorySeparator) != String::npos) return path;
     String directory = currentDirectory();

@@ -14,7 +14,8 @@
 
 namespace vexo {
 
-// A new logger has no handler and lets nothing through. Not for use by two threads at once.
+// A new logger has no handler and lets nothing through. Not for use by two threads at once. The monitor writes at level
+// INFO only; the other levels belong to the published interface.
 class Logger : public RefCounted {
 public:
     // The bundle gives the texts of throwError().
@@ -26,7 +27,7 @@ public:
     void addFileHandler(const String& path);
 
     void setLevel(Level level) { m_threshold = level; }
-    // By name, in any case; a name that is no level's silences the logger.
+    // By name, in any case; any other name silences the logger.
     void setLevel(StringView name);
 
     // Writes `message` and a line feed to every handler, in the order they were added, if `level` reaches the

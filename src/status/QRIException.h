@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The engine refused a call, or a value is beyond what the engine can hold.
+// The engine refused a call, or a value is larger than the engine can hold.
 #ifndef VEXO_ENGINE_ERROR_QRIEXCEPTION_H
 #define VEXO_ENGINE_ERROR_QRIEXCEPTION_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A text that should be a number is none.
+// A text that should be a number is not one.
 #ifndef VEXO_UTIL_NUMBERFORMATEXCEPTION_H
 #define VEXO_UTIL_NUMBERFORMATEXCEPTION_H
 

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kNumberOverflow = 7006;  // the engine's status for a number that is too large
 
-// The number that the whole of `text` spells. 0 when it is none; `overflow` when it is too large for the type.
+// The number that the whole of `text` spells: 0 when it does not spell one, `overflow` when it is too large for the type.
 template <typename Number>
 Number convertDecimal(StringView text, Number overflow) {
     const std::string digits = narrow(text.substr(text.substr(0, 1) == L"+" ? 1 : 0));
@@ -31,7 +31,7 @@ Number convertDecimal(StringView text, Number overflow) {
     return error == std::errc::result_out_of_range ? overflow : error == std::errc() ? number : Number{0};
 }
 
-// A conversion gives 0 for what is no number: only the spelling tells a zero.
+// A conversion gives 0 for anything that is not a number: only the spelling tells a zero.
 template <typename Number>
 Number refuseFalseZero(StringView text, Number number) {
     if (number == 0 && text != L"0") throw NumberFormatException(L"");
@@ -95,7 +95,7 @@ void Utils::formatEngVerString(String& version) {
 
 void Utils::addBackslashChars(String& text, wchar_t c) {
     // Established output: the end is fixed before the text grows, so as many characters at its end as backslashes were
-    // put in are never looked at.
+    // inserted are never examined.
     const std::size_t end = text.size();
     for (std::size_t i = 0; i < end; ++i) {
         if (text[i] != c) continue;

@@ -12,6 +12,8 @@
 
 namespace vexo {
 
+// A published interface: parseLong, parseUint32, removeTabChars, fileExist, dirExist and most operations on lists have no
+// caller in the monitor.
 class Utils {
 public:
     // Strict decimal numbers: blanks at both ends, a sign, digits, nothing else. Throw NumberFormatException, without
@@ -42,7 +44,7 @@ public:
     // Each element through parseInt, in a new array of the list's size.
     static std::unique_ptr<int[]> convertStringListToIntArray(const List<String>* list);
     static String convertStringListToString(const List<String>* list);
-    // The elements with the delimiter between them.
+    // The elements with the delimiter between them, none after the last.
     static String createDelimitedStr(const List<String>* list, const char* delimiter);
 };
 
