@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "Connection.h"
 
+#include <errmsg.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <new>
+#include <system_error>
 
+#include "OptionFile.h"
 #include "PipeSignal.h"
-#include "ServerText.h"
 #include "Texts.h"
 
 namespace xrmariadb {
@@ -25,21 +30,25 @@ constexpr unsigned kWriteTimeout = 10;  // seconds
 constexpr unsigned kNoFiles = 0;
 constexpr my_bool kYes = 1;
 
-// Whether an option file speaks of TLS at all, whatever its group: too careful is better than a clear connection. The
-// same goes for a file that cannot be read, and might have.
-bool mentionsTls(const std::string& optionFile, Log& log) {
-    std::ifstream lines(optionFile);
-    if (!lines) {
-        log.tell("The option file " + optionFile + " cannot be read");
-        throw StatusError(kOtherError);
-    }
-    for (std::string line; std::getline(lines, line);) {
-        const std::size_t start = line.find_first_not_of(" \t");
-        if (start == std::string::npos) continue;
-        const std::string word = line.substr(start, 3);
-        if (word == "ssl" || word == "tls") return true;
-    }
-    return false;
+// Ways to log in that never show the password itself to whoever is at the other end. The others do, or encrypt it with
+// a key that comes from there, and a client lets the server choose.
+constexpr const char* kSafeInClear = "mysql_native_password,client_ed25519,auth_gssapi_client";
+
+// Nothing listens there, and the kernel refuses to connect to it before anything is sent.
+constexpr const char* kNoHost = "255.255.255.255";
+
+// The one that the connection being made is watched by: the client library passes no argument of ours.
+thread_local Watchdog* s_connecting = nullptr;
+
+// The client library calls this whenever it has to wait for its socket.
+int waitForSocket(my_socket socket, my_bool reading, int timeoutMs) {
+    if (s_connecting != nullptr) s_connecting->watch(socket);
+    pollfd state{socket, static_cast<short>(reading != 0 ? POLLIN : POLLOUT), 0};
+    int ready = 0;
+    do {
+        ready = poll(&state, 1, timeoutMs);
+    } while (ready < 0 && errno == EINTR);
+    return ready;
 }
 
 const char* orNull(const std::string& text) {
@@ -81,32 +90,26 @@ bool Result::isNull(unsigned column) const {
 
 Connection::Connection(const std::string& server, const std::string& user, const std::string& password,
                        const Settings& settings, Log& log)
-    : m_log(log) {
+    : m_log(log), m_callLimit(settings.readTimeout) {
     const std::optional<ServerAddress> address = parseServerText(server);
     if (!address) {
-        m_log.tell("The server text is none of host, host:port, [address]:port and a socket's path");
+        m_log.notice("The server must be a host, host:port, [IPv6 address]:port or the path of a socket");
         throw StatusError(kBadServerText);
     }
     const PipeSignalGuard guard;
     m_mysql.reset(mysql_init(nullptr));
     if (m_mysql == nullptr) throw std::bad_alloc();
 
-    const bool secure =
-        settings.tlsRequired || (!settings.optionFile.empty() && mentionsTls(settings.optionFile, m_log));
-    setOptions(settings, secure);
-    if (address->forceTcp) {
-        const int tcp = MYSQL_PROTOCOL_TCP;
-        mysql_optionsv(m_mysql.get(), MYSQL_OPT_PROTOCOL, &tcp);
-    }
+    bool secure = settings.tlsRequired;
+    if (!settings.optionFile.empty() && readOptions(settings.optionFile)) secure = true;
+    setOptions(settings, *address, secure);
+    m_callEnds = Watchdog::Clock::now() + std::chrono::seconds(settings.connectTimeout);
     // An empty password is an empty password, unless there is an option file that may hold one.
-    const char* secret = settings.optionFile.empty() ? password.c_str() : orNull(password);
-    if (mysql_real_connect(m_mysql.get(), orNull(address->host), orNull(user), secret, nullptr, address->port,
-                           orNull(address->socket), 0) == nullptr) {
-        fail("Connecting");
-    }
+    open(*address, user, settings.optionFile.empty() ? password.c_str() : orNull(password));
+    m_callEnds.reset();
     if (secure) checkTls();
     if (mariadb_connection(m_mysql.get()) == 0) {
-        m_log.tell("The server is not a MariaDB server");
+        m_log.notice("The server is not a MariaDB server");
         throw StatusError(kUnsupportedServer);
     }
 }
@@ -116,21 +119,44 @@ Connection::~Connection() {
     m_mysql.reset();
 }
 
-void Connection::setOptions(const Settings& settings, bool secure) {
+// Lets the client library read the file, whose spelling and groups it knows best, before anything is set here: what the
+// file says about TLS and protocols must not have the last word. It reads files only on its way to a server, so it is
+// sent on a way that leads nowhere, with nothing to betray. Whether the file asks for TLS.
+bool Connection::readOptions(const std::string& optionFile) {
+    const auto refuse = [&](const std::string& reason) {
+        m_log.notice("The option file " + optionFile + " cannot be used: " + reason);
+        throw StatusError(kOtherError);
+    };
+    std::ifstream lines(optionFile);
+    if (!lines) refuse(std::generic_category().message(errno));
+    if (!std::filesystem::is_regular_file(optionFile)) refuse("it is not a regular file");
+    const OptionFileContents contents = readOptionFile(lines);
+    if (lines.bad()) refuse(std::generic_category().message(errno));
+    if (contents.includes) refuse("it includes others (!include, !includedir); name the file that has the options");
+
     MYSQL* mysql = m_mysql.get();
-    // Reading times out by silence; this one also bounds the handshake, which the others do not.
+    mysql_optionsv(mysql, MYSQL_READ_DEFAULT_FILE, optionFile.c_str());
+    mysql_optionsv(mysql, MYSQL_READ_DEFAULT_GROUP, "vexo");
+    mysql_real_connect(mysql, kNoHost, "", "", nullptr, 1, nullptr, CLIENT_REMEMBER_OPTIONS);
+    return contents.tls;
+}
+
+void Connection::setOptions(const Settings& settings, const ServerAddress& address, bool secure) {
+    MYSQL* mysql = m_mysql.get();
     mysql_optionsv(mysql, MYSQL_OPT_CONNECT_TIMEOUT, &settings.connectTimeout);
     mysql_optionsv(mysql, MYSQL_OPT_READ_TIMEOUT, &settings.readTimeout);
     mysql_optionsv(mysql, MYSQL_OPT_WRITE_TIMEOUT, &kWriteTimeout);
+    mysql_optionsv(mysql, MARIADB_OPT_IO_WAIT, waitForSocket);
     mysql_optionsv(mysql, MYSQL_SET_CHARSET_NAME, "utf8mb4");
     // A server may otherwise ask for any file that this process can read.
     mysql_optionsv(mysql, MYSQL_OPT_LOCAL_INFILE, &kNoFiles);
     mysql_optionsv(mysql, MYSQL_OPT_CONNECT_ATTR_ADD, "program_name", "vexo");
-    if (!settings.optionFile.empty()) {
-        mysql_optionsv(mysql, MYSQL_READ_DEFAULT_FILE, settings.optionFile.c_str());
-        mysql_optionsv(mysql, MYSQL_READ_DEFAULT_GROUP, "vexo");
+    const int protocol = address.unixSocket ? MYSQL_PROTOCOL_SOCKET : MYSQL_PROTOCOL_TCP;
+    mysql_optionsv(mysql, MYSQL_OPT_PROTOCOL, &protocol);
+    if (!secure) {
+        if (!address.unixSocket) mysql_optionsv(mysql, MARIADB_OPT_RESTRICTED_AUTH, kSafeInClear);
+        return;
     }
-    if (!secure) return;
     if (!settings.certificateAuthority.empty()) {
         mysql_optionsv(mysql, MYSQL_OPT_SSL_CA, settings.certificateAuthority.c_str());
     }
@@ -139,21 +165,39 @@ void Connection::setOptions(const Settings& settings, bool secure) {
     mysql_optionsv(mysql, MYSQL_OPT_SSL_VERIFY_SERVER_CERT, &kYes);
 }
 
+void Connection::open(const ServerAddress& address, const std::string& user, const char* password) {
+    s_connecting = &m_watchdog;
+    const WatchdogGuard guard(m_watchdog, callEnds());
+    const bool connected = mysql_real_connect(m_mysql.get(), address.host.c_str(), orNull(user), password, nullptr,
+                                              address.port, orNull(address.socket), 0) != nullptr;
+    s_connecting = nullptr;
+    if (!connected) fail("Connecting");
+    m_connected = true;
+    m_watchdog.watch(mysql_get_socket(m_mysql.get()));
+}
+
 void Connection::checkTls() const {
     my_bool verified = 0;
     mysql_get_optionv(m_mysql.get(), MYSQL_OPT_SSL_VERIFY_SERVER_CERT, &verified);
     if (verified != 0 && mysql_get_ssl_cipher(m_mysql.get()) != nullptr) return;
-    m_log.tell("The connection is refused: it is not encrypted, or the option file forbids to verify the server");
+    m_log.notice("The connection is refused: it is not encrypted, or the server was not verified");
     throw StatusError(kNoSecureConnection);
+}
+
+Watchdog::Clock::time_point Connection::callEnds() {
+    if (!m_callEnds) m_callEnds = Watchdog::Clock::now() + m_callLimit;
+    return *m_callEnds;
 }
 
 void Connection::execute(const char* statement) {
     const PipeSignalGuard guard;
+    const WatchdogGuard limit(m_watchdog, callEnds());
     if (mysql_query(m_mysql.get(), statement) != 0) fail(statement);
 }
 
 Result Connection::query(const char* statement) {
     const PipeSignalGuard guard;
+    const WatchdogGuard limit(m_watchdog, callEnds());
     if (mysql_query(m_mysql.get(), statement) != 0) fail(statement);
     MYSQL_RES* rows = mysql_store_result(m_mysql.get());
     // A statement that is killed or takes too long may fail only here.
@@ -161,10 +205,21 @@ Result Connection::query(const char* statement) {
     return Result(rows);
 }
 
-void Connection::fail(const char* doing) const {
+void Connection::fail(const char* doing) {
     const unsigned error = mysql_errno(m_mysql.get());
-    const std::string verb = std::string(doing).substr(0, 100);
-    m_log.tell(verb + " failed: " + std::to_string(error) + " " + mysql_error(m_mysql.get()));
+    const std::string text =
+        std::string(doing).substr(0, 100) + " failed: " + std::to_string(error) + " " + mysql_error(m_mysql.get());
+    // What the client library says itself names nobody's account.
+    const bool fromClient = error >= CR_MIN_ERROR && error <= CR_MAX_ERROR;
+    fromClient && !m_connected ? m_log.notice(text) : m_log.tell(text);
+    if (m_watchdog.hasFired()) {
+        m_log.tell("The server was given up: it took longer than the time-out allows");
+        throw StatusError(kConnectionLost);
+    }
+    if (error == CR_PLUGIN_NOT_ALLOWED) {
+        m_log.notice("The server wants the password in a form that is safe over TLS only: XRMARIADB_SSL_CA asks for TLS");
+        throw StatusError(kNoSuchMethod);
+    }
     throw StatusError(toStatus(error));
 }
 

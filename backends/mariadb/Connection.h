@@ -5,14 +5,18 @@
 
 #include <mysql.h>
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "Log.h"
+#include "ServerText.h"
 #include "Settings.h"
+#include "Watchdog.h"
 
 namespace xrmariadb {
 
@@ -34,8 +38,10 @@ private:
 constexpr std::int16_t kOtherError = 2000;
 constexpr std::int16_t kBadServerText = 2005;
 constexpr std::int16_t kOutOfMemory = 2008;
+constexpr std::int16_t kConnectionLost = 2013;
 constexpr std::int16_t kOutOfOrder = 2014;
 constexpr std::int16_t kNoSecureConnection = 2026;
+constexpr std::int16_t kNoSuchMethod = 2059;
 constexpr std::int16_t kUnsupportedServer = 1193;
 
 // The status for an error number of the server or its client library.
@@ -72,6 +78,9 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    // Begins a call of the interface: all its statements together may take as long as the settings say.
+    void beginCall() { m_callEnds.reset(); }
+
     // Runs a statement without rows, or one with rows. Throws StatusError.
     void execute(const char* statement);
     Result query(const char* statement);
@@ -88,11 +97,18 @@ private:
         void operator()(MYSQL* connection) const { mysql_close(connection); }
     };
 
-    void setOptions(const Settings& settings, bool secure);
+    bool readOptions(const std::string& optionFile);
+    void setOptions(const Settings& settings, const ServerAddress& address, bool secure);
+    void open(const ServerAddress& address, const std::string& user, const char* password);
     void checkTls() const;
-    [[noreturn]] void fail(const char* doing) const;
+    Watchdog::Clock::time_point callEnds();
+    [[noreturn]] void fail(const char* doing);
 
     Log& m_log;
+    bool m_connected = false;
+    std::chrono::seconds m_callLimit;
+    std::optional<Watchdog::Clock::time_point> m_callEnds;
+    Watchdog m_watchdog;
     std::unique_ptr<MYSQL, Close> m_mysql;
 };
 

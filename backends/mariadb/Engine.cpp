@@ -30,13 +30,13 @@ Engine::Engine(std::string server, std::string user, std::string password)
       m_user(std::move(user)),
       m_password(std::move(password)),
       m_settings(settingsFromEnvironment()),
-      m_log(m_settings.logFile) {
+      m_log(m_settings.logFile, m_settings.notices) {
 }
 
 Engine::~Engine() = default;
 
 Connection& Engine::connection() {
-    checkAlive();
+    if (m_lost != XR_OK) throw StatusError(m_lost);
     if (m_connection == nullptr) connect();
     return *m_connection;
 }
@@ -46,8 +46,9 @@ void Engine::abandon(std::int16_t status) {
     m_connection.reset();
 }
 
-void Engine::checkAlive() const {
+void Engine::beginCall() {
     if (m_lost != XR_OK) throw StatusError(m_lost);
+    if (m_connection != nullptr) m_connection->beginCall();
 }
 
 void Engine::connect() {

@@ -53,8 +53,8 @@ public:
     // Closes the connection for good: every later use fails with this status.
     void abandon(std::int16_t status);
 
-    // Throws if the connection was lost.
-    void checkAlive() const;
+    // Throws if the connection was lost, and starts the time that a call may take.
+    void beginCall();
 
     // The rows of a statement that this server may not answer: a table is missing, may not be read, or is empty
     // because performance_schema is off. Nothing then, and the log tells once what that costs.

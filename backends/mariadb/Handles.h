@@ -57,7 +57,7 @@ std::int16_t answer(std::int32_t handle, bool argumentsGiven, const Call& call) 
     return guarded([&]() -> std::int16_t {
         if (!argumentsGiven) return kOutOfOrder;
         Engine& engine = engineOf(handle);
-        engine.checkAlive();
+        engine.beginCall();
         try {
             return call(engine);
         } catch (const StatusError& error) {

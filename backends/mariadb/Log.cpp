@@ -6,13 +6,19 @@
 #include <array>
 #include <ctime>
 #include <fstream>
+#include <iostream>
 #include <utility>
 
 #include "Texts.h"
 
 namespace xrmariadb {
 
-Log::Log(std::string path) : m_path(std::move(path)) {
+Log::Log(std::string path, bool notices) : m_path(std::move(path)), m_notices(notices) {
+}
+
+void Log::notice(const std::string& text) {
+    if (m_notices && m_noticed.insert(text).second) std::cerr << "libxrmariadb: " + cleanText(text) + '\n';
+    tell(text);
 }
 
 void Log::tell(const std::string& text) {

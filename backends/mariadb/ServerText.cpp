@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "ServerText.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
+#include <cctype>
 
 namespace xrmariadb {
 
@@ -22,35 +25,45 @@ std::optional<unsigned> parsePort(std::string_view text) {
     return port;
 }
 
-std::optional<ServerAddress> hostAndPort(std::string_view host, std::string_view portText) {
-    const std::optional<unsigned> port = parsePort(portText);
-    if (host.empty() || !port) return std::nullopt;
-    return ServerAddress{std::string(host), "", *port, true};
+bool isHostName(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '.' || c == '-' || c == '_';
+    });
+}
+
+// With or without the interface's name behind a "%".
+bool isIpv6Address(std::string_view text) {
+    const std::size_t zone = std::min(text.find('%'), text.size());
+    const std::string address(text.substr(0, zone));
+    in6_addr bytes{};
+    return inet_pton(AF_INET6, address.c_str(), &bytes) == 1 && (zone == text.size() || isHostName(text.substr(zone + 1)));
 }
 
 std::optional<ServerAddress> bracketed(std::string_view text) {
-    const std::size_t close = text.find(']');
-    if (close == std::string_view::npos || close == 1) return std::nullopt;
+    const std::size_t close = std::min(text.find(']'), text.size());
     const std::string_view host = text.substr(1, close - 1);
-    const std::string_view rest = text.substr(close + 1);
+    const std::string_view rest = text.substr(std::min(close + 1, text.size()));
+    if (close == text.size() || !isIpv6Address(host)) return std::nullopt;
     if (rest.empty()) return ServerAddress{std::string(host), "", 0, false};
-    return rest[0] == ':' ? hostAndPort(host, rest.substr(1)) : std::nullopt;
+    const std::optional<unsigned> port = rest[0] == ':' ? parsePort(rest.substr(1)) : std::nullopt;
+    if (!port) return std::nullopt;
+    return ServerAddress{std::string(host), "", *port, false};
 }
 
 }  // namespace
 
 std::optional<ServerAddress> parseServerText(std::string_view text) {
-    if (text.empty()) return ServerAddress{};
+    if (text.empty() || text == "localhost") return ServerAddress{"localhost", "", 0, true};
     if (text[0] == '/') {
         if (text.size() > kLongestSocketPath) return std::nullopt;
-        return ServerAddress{"", std::string(text), 0, false};
+        return ServerAddress{"localhost", std::string(text), 0, true};
     }
     if (text[0] == '[') return bracketed(text);
-    if (std::count(text.begin(), text.end(), ':') == 1) {
-        const std::size_t colon = text.find(':');
-        return hostAndPort(text.substr(0, colon), text.substr(colon + 1));
-    }
-    return ServerAddress{std::string(text), "", 0, false};
+    if (isHostName(text) || isIpv6Address(text)) return ServerAddress{std::string(text), "", 0, false};
+    const std::size_t colon = std::min(text.find(':'), text.size());
+    const std::optional<unsigned> port = parsePort(text.substr(std::min(colon + 1, text.size())));
+    if (!port || !isHostName(text.substr(0, colon))) return std::nullopt;
+    return ServerAddress{std::string(text.substr(0, colon)), "", *port, false};
 }
 
 ClientAddress splitClientAddress(std::string_view text) {

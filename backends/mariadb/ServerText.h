@@ -10,14 +10,15 @@
 namespace xrmariadb {
 
 struct ServerAddress {
-    std::string host;       // empty: over a Unix socket
-    std::string socket;     // empty: the client library's default
-    unsigned port = 0;      // 0: the client library's default
-    bool forceTcp = false;  // the client library takes "localhost" for the Unix socket even when a port is given
+    std::string host;         // "localhost" for a Unix socket
+    std::string socket;       // its path; empty: the client library's default
+    unsigned port = 0;        // 0: the client library's default
+    bool unixSocket = false;  // otherwise TCP, also to "localhost" if a port is given
 };
 
 // "" (default socket), "/path/of/socket", "host", "host:port", "[address]", "[address]:port" or a bare IPv6 address.
-// Nothing if the text is none of these.
+// Nothing if the text is none of these, as are the lists of hosts and addresses of plug-ins that the client library
+// understands besides.
 std::optional<ServerAddress> parseServerText(std::string_view text);
 
 // One end of a connection as the process list names it. Names are cut there at 64 characters, which may cost the port.

@@ -16,6 +16,10 @@ std::string variable(const char* name) {
     return value == nullptr ? "" : value;
 }
 
+bool isOff(const std::string& value) {
+    return value == "0" || value == "no";
+}
+
 bool startsWithDigit(std::string_view text) {
     return !text.empty() && text[0] >= '0' && text[0] <= '9';
 }
@@ -33,9 +37,10 @@ Settings settingsFromEnvironment() {
     settings.certificateAuthority = variable("XRMARIADB_SSL_CA");
     const std::string required = variable("XRMARIADB_SSL_REQUIRE");
     settings.tlsRequired =
-        !settings.certificateAuthority.empty() || !(required.empty() || required == "0" || required == "no");
+        !settings.certificateAuthority.empty() || !(required.empty() || isOff(required));
     settings.optionFile = variable("XRMARIADB_OPTION_FILE");
     settings.logFile = variable("XRMARIADB_LOG");
+    settings.notices = !isOff(variable("XRMARIADB_NOTICES"));
     settings.connectTimeout = seconds("XRMARIADB_CONNECT_TIMEOUT", settings.connectTimeout);
     settings.readTimeout = seconds("XRMARIADB_READ_TIMEOUT", settings.readTimeout);
     const std::string limit = variable("XRMARIADB_COUNTER_LIMIT");

@@ -13,8 +13,9 @@ struct Settings {
     bool tlsRequired = false;           // XRMARIADB_SSL_REQUIRE: anything but "", "0" or "no"
     std::string optionFile;             // XRMARIADB_OPTION_FILE: client options, group [vexo]
     std::string logFile;                // XRMARIADB_LOG: where degradations are told, empty: nowhere
+    bool notices = true;                // XRMARIADB_NOTICES: "0" or "no" keeps standard error free of them
     unsigned connectTimeout = 10;       // XRMARIADB_CONNECT_TIMEOUT: seconds
-    unsigned readTimeout = 30;          // XRMARIADB_READ_TIMEOUT: seconds without an answer from the server
+    unsigned readTimeout = 30;          // XRMARIADB_READ_TIMEOUT: seconds that one call may wait for the server
     std::uint64_t counterLimit = 1000;  // XRMARIADB_COUNTER_LIMIT: sessions up to which their counters are read
 };
 

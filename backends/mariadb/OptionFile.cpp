@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#include "OptionFile.h"
+
+#include <algorithm>
+#include <string>
+
+namespace xrmariadb {
+
+namespace {
+
+std::string withoutBlanksInFront(std::string_view line) {
+    const std::size_t start = std::min(line.find_first_not_of(" \t\r\f\v"), line.size());
+    return std::string(line.substr(start));
+}
+
+}  // namespace
+
+bool namesTlsOption(std::string_view line) {
+    std::string option = withoutBlanksInFront(line);
+    std::transform(option.begin(), option.end(), option.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    if (option.empty() || option[0] == '#' || option[0] == ';' || option[0] == '[') return false;
+    // The value of "connection" holds options of its own.
+    if (option.compare(0, 10, "connection") != 0) option.resize(std::min(option.find('='), option.size()));
+    return option.find("ssl") != std::string::npos || option.find("tls") != std::string::npos;
+}
+
+OptionFileContents readOptionFile(std::istream& lines) {
+    OptionFileContents contents;
+    for (std::string line; std::getline(lines, line);) {
+        contents.includes = contents.includes || withoutBlanksInFront(line).substr(0, 1) == "!";
+        contents.tls = contents.tls || namesTlsOption(line);
+    }
+    return contents;
+}
+
+}  // namespace xrmariadb
