@@ -79,8 +79,8 @@ std::vector<Process> readProcesses(Engine& engine) {
 
 Transactions readTransactions(Engine& engine) {
     Transactions transactions;
-    Result rows = engine.connection().query(queries::kTransactions);
-    Result waits = engine.connection().query(queries::kWaits);
+    Result rows = engine.queryOrEmpty(queries::kTransactions, "transactions and row locks are not shown");
+    Result waits = engine.queryOrEmpty(queries::kWaits, "waits for rows are not shown");
     while (waits.next()) {
         SessionTransaction& session = transactions.sessions[waits.number(0)];
         session.awaitedTable = waits.text(1);
@@ -124,8 +124,10 @@ TableLocks readTableLocks(Engine& engine, const Threads& threads) {
         }
         if (rows) return reader.take();
     }
-    auto rows = engine.queryOptional(queries::kTableLocksOfPlugin,
-                                     "no handles: neither performance_schema nor metadata_lock_info shows table locks");
+    auto rows = engine.queryOptional(
+        queries::kTableLocksOfPlugin,
+        "there are no handles, since neither performance_schema nor the plug-in metadata_lock_info shows "
+        "table locks; HANDLES=no lists files and sessions all the same");
     while (rows && rows->next())
         reader.add(*rows, rows->number(0));
     return reader.take();

@@ -71,7 +71,7 @@ Result::Result(MYSQL_RES* rows) : m_rows(rows) {
 }
 
 bool Result::next() {
-    m_row = mysql_fetch_row(m_rows.get());
+    m_row = m_rows == nullptr ? nullptr : mysql_fetch_row(m_rows.get());
     m_lengths = m_row == nullptr ? nullptr : mysql_fetch_lengths(m_rows.get());
     return m_row != nullptr;
 }
@@ -217,7 +217,8 @@ void Connection::fail(const char* doing) {
         throw StatusError(kConnectionLost);
     }
     if (error == CR_PLUGIN_NOT_ALLOWED) {
-        m_log.notice("The server wants the password in a form that is safe over TLS only: XRMARIADB_SSL_CA asks for TLS");
+        m_log.notice(
+            "The server wants the password in a form that is safe over TLS only: XRMARIADB_SSL_CA asks for TLS");
         throw StatusError(kNoSuchMethod);
     }
     throw StatusError(toStatus(error));

@@ -50,6 +50,7 @@ std::int16_t toStatus(unsigned error);
 // All rows of one answer, already in memory: reading them sends nothing to the server.
 class Result {
 public:
+    // Null gives a result without rows.
     explicit Result(MYSQL_RES* rows);
 
     // Steps to the next row, the first one at first.

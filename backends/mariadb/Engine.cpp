@@ -8,6 +8,7 @@
 
 #include "FileCalls.h"
 #include "Queries.h"
+#include "ServerText.h"
 #include "SessionCalls.h"
 #include "Texts.h"
 
@@ -17,9 +18,12 @@ namespace {
 
 constexpr unsigned kLongestStatement = 20;  // seconds
 
+constexpr std::int16_t kMayNotRead = 1142;
+constexpr std::int16_t kNoProcessPrivilege = 1227;
+
 // Tables and columns that are unknown here or may not be read.
 bool isMissingSource(std::int16_t status) {
-    constexpr std::array<int, 4> kMissing = {1054, 1109, 1142, 1146};
+    constexpr std::array<int, 4> kMissing = {1054, 1109, kMayNotRead, 1146};
     return std::find(kMissing.begin(), kMissing.end(), status) != kMissing.end();
 }
 
@@ -52,15 +56,14 @@ void Engine::beginCall() {
 }
 
 void Engine::connect() {
-    auto connection = std::make_unique<Connection>(m_server, m_user, m_password, m_settings, m_log);
-    std::array<char, 256> session{};
-    std::snprintf(session.data(), session.size(), queries::kSession,
-                  std::min(kLongestStatement, m_settings.readTimeout));
-    connection->execute(session.data());
-    connection->query(queries::kProcessPrivilege);
-    m_connection = std::move(connection);
+    m_connection = std::make_unique<Connection>(m_server, m_user, m_password, m_settings, m_log);
     try {
-        m_variables = readVariables(queries::kVariables);
+        std::array<char, 256> session{};
+        std::snprintf(session.data(), session.size(), queries::kSession,
+                      std::min(kLongestStatement, m_settings.readTimeout));
+        m_connection->execute(session.data());
+        checkProcessPrivilege();
+        refreshVariables();
         readInstruments();
     } catch (...) {
         // Half of what there is to know would be taken for all of it.
@@ -72,12 +75,21 @@ void Engine::connect() {
     m_password.clear();
 }
 
+void Engine::checkProcessPrivilege() {
+    if (queryOptional(queries::kProcessPrivilege, "transactions and row locks are not shown")) return;
+    Result grants = m_connection->query(queries::kGrants);
+    while (grants.next())
+        if (grantsProcess(grants.text(0))) return;
+    throw StatusError(kNoProcessPrivilege);
+}
+
 void Engine::readInstruments() {
     m_performanceSchema = isOn("performance_schema");
     if (!m_performanceSchema) {
-        m_log.tell(
+        m_log.notice(
             "performance_schema is off: sessions show no counters, process ids and applications, files are those of "
-            "InnoDB only, and there are no requests by protocol");
+            "InnoDB only, and there are no requests by protocol. performance_schema=ON in the server's configuration "
+            "brings them");
         return;
     }
     // Where the instruments may not be read, the locks are tried for themselves.
@@ -90,7 +102,11 @@ void Engine::readInstruments() {
         if (rows->text(1) != "YES") continue;
         (rows->text(0).substr(0, 9) == "wait/lock" ? m_lockInstrument : sockets) = true;
     }
-    if (!m_lockInstrument) m_log.tell("The instrument wait/lock/metadata/sql/mdl is off: table locks are not recorded");
+    if (!m_lockInstrument) {
+        m_log.notice(
+            "The instrument wait/lock/metadata/sql/mdl is off: table locks are not recorded. "
+            "performance-schema-instrument='wait/lock/metadata/sql/mdl=ON' in the server's configuration brings them");
+    }
     if (!sockets) m_log.tell("The instruments wait/io/socket/% are off: addresses are the ones of the process list");
 }
 
@@ -101,9 +117,22 @@ std::optional<Result> Engine::queryOptional(const char* statement, const char* l
     } catch (const StatusError& error) {
         if (!isMissingSource(error.status())) throw;
         m_refused.emplace(statement);
-        m_log.tell("Status " + std::to_string(error.status()) + ": " + loss);
+        const std::string text = std::string("Not available (status ") + std::to_string(error.status()) + "): " + loss;
+        if (error.status() == kMayNotRead) {
+            m_log.tell(text);
+            m_log.notice(
+                "The account may not read all of performance_schema, so a record shows less (the log has the details). "
+                "GRANT SELECT ON performance_schema.* to it");
+        } else {
+            m_log.notice(text);
+        }
         return std::nullopt;
     }
+}
+
+Result Engine::queryOrEmpty(const char* statement, const char* loss) {
+    std::optional<Result> rows = queryOptional(statement, loss);
+    return rows ? std::move(*rows) : Result(nullptr);
 }
 
 Variables Engine::readVariables(const char* statement) {
@@ -112,6 +141,10 @@ Variables Engine::readVariables(const char* statement) {
     while (rows.next())
         variables.emplace(rows.text(0), rows.text(1));
     return variables;
+}
+
+void Engine::refreshVariables() {
+    m_variables = readVariables(queries::kVariables);
 }
 
 std::string Engine::variable(std::string_view name) const {
@@ -132,6 +165,15 @@ bool Engine::readsCounters(std::size_t sessions) {
     if (sessions <= m_settings.counterLimit) return true;
     m_log.tell("More than " + std::to_string(m_settings.counterLimit) +
                " sessions: their record counters and disk accesses read 0 (XRMARIADB_COUNTER_LIMIT)");
+    return false;
+}
+
+bool Engine::readsTablespaces() {
+    if (!isOn("innodb_read_only")) return true;
+    m_log.notice(
+        "InnoDB is read-only (innodb_read_only or innodb_force_recovery): its page sizes are not shown, and its file "
+        "sizes "
+        "only where the files can be seen from here, since asking for tablespaces would end the server");
     return false;
 }
 

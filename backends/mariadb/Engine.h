@@ -60,7 +60,13 @@ public:
     // because performance_schema is off. Nothing then, and the log tells once what that costs.
     std::optional<Result> queryOptional(const char* statement, const char* loss);
 
+    // The same for a statement whose rows are counted rather than missed: an empty result instead of nothing.
+    Result queryOrEmpty(const char* statement, const char* loss);
+
     Variables readVariables(const char* statement);
+
+    // Reads the server's variables again, since some can change while it runs.
+    void refreshVariables();
 
     // A server variable as text ("" if unknown) and as number.
     std::string variable(std::string_view name) const;
@@ -70,6 +76,9 @@ public:
     bool hasPerformanceSchema() const { return m_performanceSchema; }
     bool hasLockInstrument() const { return m_lockInstrument; }
     bool readsCounters(std::size_t sessions);
+
+    // Whether the list of tablespaces may be asked for: a server whose InnoDB is read-only would crash.
+    bool readsTablespaces();
 
     // Milliseconds that a connection is known to exist, at least. Remembers the processes for later calls.
     void rememberAges(const std::vector<Process>& processes);
@@ -86,6 +95,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void connect();
+    void checkProcessPrivilege();
     void readInstruments();
 
     std::string m_server;

@@ -46,8 +46,9 @@ Files::Files(Engine& engine) : m_engine(engine), m_dataDirectory(engine.variable
 void Files::readTablespaces() {
     if (m_tablespacesRead) return;
     m_tablespacesRead = true;
+    if (!m_engine.readsTablespaces()) return;
     const bool standIn = m_open.empty();
-    Result rows = m_engine.connection().query(queries::kTablespaces);
+    Result rows = m_engine.queryOrEmpty(queries::kTablespaces, "page sizes and sizes of InnoDB's files are not shown");
     while (rows.next()) {
         std::string path = absolutePath(rows.text(1), m_dataDirectory);
         if (rows.text(0) == "innodb_system") m_systemTablespace = baseName(path);
@@ -98,8 +99,9 @@ bool Files::resolveInSystemTablespace(LockedTable& table) {
             m_systemTables.emplace(rows->text(0));
     }
     if (m_systemTables.count(table.key) == 0) return false;
-    table.key = m_systemTablespace;
     table.transactional = true;
+    if (m_systemTablespace.empty()) return true;
+    table.key = m_systemTablespace;
     resolveOpen(table) || resolveClosed(table);
     return true;
 }

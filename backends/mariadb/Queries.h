@@ -13,7 +13,7 @@ constexpr const char* kSession =
 constexpr const char* kVariables =
     "SHOW GLOBAL VARIABLES WHERE Variable_name IN ('aria_block_size','datadir','extra_max_connections','extra_port',"
     "'innodb_buffer_pool_size','innodb_read_only','max_connections','myisam_block_size','open_files_limit',"
-    "'performance_schema','table_open_cache','thread_handling','thread_pool_max_threads')";
+    "'performance_schema','skip_name_resolve','table_open_cache','thread_handling','thread_pool_max_threads')";
 
 constexpr const char* kInstruments =
     "SELECT NAME, ENABLED FROM performance_schema.setup_instruments "
@@ -21,6 +21,9 @@ constexpr const char* kInstruments =
 
 // Fails without the PROCESS privilege, unlike the process list, which then silently shows the own sessions only.
 constexpr const char* kProcessPrivilege = "SELECT COUNT(*) FROM information_schema.INNODB_TRX";
+
+// The account's own. The same question to a server that lacks the table above.
+constexpr const char* kGrants = "SHOW GRANTS";
 
 // Sessions.
 constexpr const char* kProcesses =
@@ -72,6 +75,7 @@ constexpr const char* kTableLocksOfPlugin =
 constexpr const char* kFiles =
     "SELECT FILE_NAME, EVENT_NAME FROM performance_schema.file_instances WHERE OPEN_COUNT > 0";
 
+// Ends a server whose InnoDB is read-only, by innodb_read_only or innodb_force_recovery=6: only for Files to send.
 constexpr const char* kTablespaces =
     "SELECT NAME, FILENAME, PAGE_SIZE, FILE_SIZE FROM information_schema.INNODB_SYS_TABLESPACES";
 

@@ -36,7 +36,8 @@ bool isIpv6Address(std::string_view text) {
     const std::size_t zone = std::min(text.find('%'), text.size());
     const std::string address(text.substr(0, zone));
     in6_addr bytes{};
-    return inet_pton(AF_INET6, address.c_str(), &bytes) == 1 && (zone == text.size() || isHostName(text.substr(zone + 1)));
+    return inet_pton(AF_INET6, address.c_str(), &bytes) == 1 &&
+           (zone == text.size() || isHostName(text.substr(zone + 1)));
 }
 
 std::optional<ServerAddress> bracketed(std::string_view text) {
@@ -72,6 +73,14 @@ ClientAddress splitClientAddress(std::string_view text) {
     const std::size_t colon = text.rfind(':');
     if (colon == std::string_view::npos || !allDigits(text.substr(colon + 1))) return {false, text};
     return {false, text.substr(0, colon)};
+}
+
+bool grantsProcess(std::string_view grant) {
+    // A user's name stands behind it and may be anything.
+    const std::string_view privileges = grant.substr(0, grant.find(" ON "));
+    if (privileges.size() == grant.size() || grant.substr(privileges.size(), 11) != " ON *.* TO ") return false;
+    return privileges == "GRANT ALL PRIVILEGES" ||
+           (std::string(privileges) + ",").find(" PROCESS,") != std::string::npos;
 }
 
 bool isLoopback(std::string_view host) {

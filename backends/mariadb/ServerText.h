@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Reads the server text of the monitor's configuration: a host, with or without port, or a Unix socket.
+// Reads the server text of the monitor's configuration, a host, with or without port, or a Unix socket, and texts in
+// which the server names clients and grants.
 #ifndef VEXO_MARIADB_SERVERTEXT_H
 #define VEXO_MARIADB_SERVERTEXT_H
 
@@ -28,6 +29,9 @@ struct ClientAddress {
 };
 
 ClientAddress splitClientAddress(std::string_view text);
+
+// Whether a row of SHOW GRANTS holds the PROCESS privilege.
+bool grantsProcess(std::string_view grant);
 
 // Whether a host name or an IP address is this machine's loopback.
 bool isLoopback(std::string_view host);

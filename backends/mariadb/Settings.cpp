@@ -36,8 +36,7 @@ Settings settingsFromEnvironment() {
     Settings settings;
     settings.certificateAuthority = variable("XRMARIADB_SSL_CA");
     const std::string required = variable("XRMARIADB_SSL_REQUIRE");
-    settings.tlsRequired =
-        !settings.certificateAuthority.empty() || !(required.empty() || isOff(required));
+    settings.tlsRequired = !settings.certificateAuthority.empty() || !(required.empty() || isOff(required));
     settings.optionFile = variable("XRMARIADB_OPTION_FILE");
     settings.logFile = variable("XRMARIADB_LOG");
     settings.notices = !isOff(variable("XRMARIADB_NOTICES"));

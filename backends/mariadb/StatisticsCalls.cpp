@@ -65,6 +65,7 @@ constexpr std::uint64_t toMB(std::uint64_t bytes) {
 }
 
 XRKESDUSAGE readUsage(Engine& engine) {
+    engine.refreshVariables();
     const Totals totals(engine);
     const Transactions transactions = readTransactions(engine);
     Peaks& peaks = engine.peaks();
@@ -114,6 +115,7 @@ std::uint64_t readRemoteRequests(Engine& engine) {
 }
 
 XRKESDCOMMSTAT readCommunication(Engine& engine) {
+    engine.refreshVariables();
     const Totals totals(engine);
     Peaks& peaks = engine.peaks();
     XRKESDCOMMSTAT stat{};
