@@ -78,30 +78,42 @@ std::optional<std::string> convert(const std::string& conversion, const MessageA
     }
 }
 
+// Finds the argument of each conversion: in order or by position, but not both in one text.
+class Arguments {
+public:
+    explicit Arguments(const std::vector<MessageArgument>& arguments) : m_arguments(arguments) {}
+
+    const MessageArgument* at(std::optional<std::size_t> position) {
+        (position ? m_byPosition : m_inOrder) = true;
+        const std::size_t index = position ? *position - 1 : m_next++;
+        return index < m_arguments.size() && m_inOrder != m_byPosition ? &m_arguments[index] : nullptr;
+    }
+
+private:
+    const std::vector<MessageArgument>& m_arguments;
+    std::size_t m_next = 0;
+    bool m_inOrder = false;
+    bool m_byPosition = false;
+};
+
 // The formatted text, or nothing when text and arguments do not agree.
 std::optional<std::string> tryFormat(std::string_view text, const std::vector<MessageArgument>& arguments) {
     std::string result;
-    std::size_t next = 0;
-    bool inOrder = false;
-    bool byPosition = false;
+    Arguments given(arguments);
     for (;;) {
         const std::size_t plain = text.find('%');
         result.append(text.substr(0, plain));
         if (plain == std::string_view::npos) return result;
         text.remove_prefix(plain + 1);
-        if (!text.empty() && text.front() == '%') {
+        if (text.substr(0, 1) == "%") {
             result += '%';
             text.remove_prefix(1);
             continue;
         }
-        const auto position = takePosition(text);
-        (position ? byPosition : inOrder) = true;
-        const std::size_t index = position ? *position - 1 : next++;
+        const MessageArgument* const argument = given.at(takePosition(text));
         const std::size_t letter = text.find_first_not_of(kLayout);
-        if (letter == std::string_view::npos || index >= arguments.size() || (inOrder && byPosition)) {
-            return std::nullopt;
-        }
-        const auto piece = convert("%" + std::string(text.substr(0, letter + 1)), arguments[index]);
+        if (!argument || letter == std::string_view::npos) return std::nullopt;
+        const auto piece = convert("%" + std::string(text.substr(0, letter + 1)), *argument);
         if (!piece) return std::nullopt;
         result += *piece;
         text.remove_prefix(letter + 1);

@@ -2,9 +2,11 @@
 #include "messages/StringBundle.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <system_error>
 
 #include "Utf8.h"
 #include "foundation/Directory.h"
@@ -37,54 +39,40 @@ wchar_t takeCharacter(std::string_view& text) {
 
 // Four hexadecimal digits off the front of `text`.
 std::optional<std::uint32_t> takeHex(std::string_view& text) {
-    if (text.size() < 4) return std::nullopt;
+    const std::string_view digits = text.substr(0, 4);
     std::uint32_t value = 0;
-    for (const char c : text.substr(0, 4)) {
-        const std::uint32_t digit = c >= '0' && c <= '9'   ? static_cast<std::uint32_t>(c - '0')
-                                    : c >= 'a' && c <= 'f' ? static_cast<std::uint32_t>(c - 'a' + 10)
-                                    : c >= 'A' && c <= 'F' ? static_cast<std::uint32_t>(c - 'A' + 10)
-                                                           : 16;
-        if (digit == 16) return std::nullopt;
-        value = value << 4U | digit;
-    }
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+    if (error != std::errc() || end != digits.data() + 4) return std::nullopt;
     text.remove_prefix(4);
     return value;
 }
 
-// The character behind a backslash.
-wchar_t takeEscape(std::string_view& text) {
-    std::string_view rest = text.substr(1);
-    switch (text.front()) {
-        case 'n':
-            text = rest;
-            return L'\n';
-        case 't':
-            text = rest;
-            return L'\t';
-        case 'r':
-            text = rest;
-            return L'\r';
-        case 'f':
-            text = rest;
-            return L'\f';
-        case 'u':
-            break;
-        default:
-            return takeCharacter(text);
-    }
-    const auto first = takeHex(rest);
-    if (!first) return takeCharacter(text);
+// The second half of a surrogate pair, such as "\uDE00", off the front of `text`.
+std::optional<std::uint32_t> takeSecondHalf(std::string_view& text) {
+    if (text.substr(0, 2) != "\\u") return std::nullopt;
+    std::string_view rest = text.substr(2);
+    const auto unit = takeHex(rest);
+    if (!unit || *unit < 0xDC00 || *unit > 0xDFFF) return std::nullopt;
     text = rest;
-    const bool leads = *first >= 0xD800 && *first <= 0xDBFF;
-    if (leads && rest.substr(0, 2) == "\\u") {
-        rest.remove_prefix(2);
-        const auto second = takeHex(rest);
-        if (second && *second >= 0xDC00 && *second <= 0xDFFF) {
-            text = rest;
-            return static_cast<wchar_t>(0x10000 + ((*first - 0xD800) << 10U) + (*second - 0xDC00));
-        }
+    return unit;
+}
+
+// The character that an escape stands for; `text` begins after the backslash.
+wchar_t takeEscape(std::string_view& text) {
+    constexpr std::string_view kLetters = "ntrf";
+    constexpr StringView kMeanings = L"\n\t\r\f";
+    const std::size_t letter = kLetters.find(text.front());
+    if (letter != std::string_view::npos) {
+        text.remove_prefix(1);
+        return kMeanings[letter];
     }
-    return isSurrogate(*first) ? kReplacement : static_cast<wchar_t>(*first);
+    std::string_view rest = text.substr(1);
+    const auto unit = text.front() == 'u' ? takeHex(rest) : std::nullopt;
+    if (!unit) return takeCharacter(text);
+    text = rest;
+    if (!isSurrogate(*unit)) return static_cast<wchar_t>(*unit);
+    const auto second = *unit < 0xDC00 ? takeSecondHalf(text) : std::nullopt;
+    return second ? static_cast<wchar_t>(0x10000 + ((*unit - 0xD800) << 10U) + (*second - 0xDC00)) : kReplacement;
 }
 
 String unescape(std::string_view text) {
@@ -108,22 +96,36 @@ bool isKey(std::string_view written, StringView key) {
                       [](char byte, wchar_t c) { return static_cast<wchar_t>(byte) == c; });
 }
 
-// Takes the next line off `content`, leading blanks dropped and continuation lines joined. Most lines have no
-// continuation and are given as a view of `content`; `joined` holds the others.
+bool isComment(std::string_view line) {
+    return !line.empty() && (line.front() == '#' || line.front() == '!');
+}
+
+// Whether a line ends in an odd number of backslashes: the next one continues it.
+bool isContinued(std::string_view line) {
+    const std::size_t lastOther = line.find_last_not_of('\\');
+    return (line.size() - (lastOther == std::string_view::npos ? 0 : lastOther + 1)) % 2 != 0;
+}
+
+// Takes one line, as the file has it, off `content`; without leading blanks and the line's end.
+std::string_view takeFileLine(std::string_view& content) {
+    while (!content.empty() && isBlank(content.front()))
+        content.remove_prefix(1);
+    std::string_view line = content.substr(0, content.find('\n'));
+    line = line.substr(0, line.find('\r'));
+    content.remove_prefix(line.size());
+    const bool pair = content.substr(0, 2) == "\r\n";
+    content.remove_prefix(std::min<std::size_t>(content.size(), pair ? 2 : 1));
+    return line;
+}
+
+// Takes the next line off `content`, continuation lines joined. Most lines have none and are given as a view of
+// `content`; `joined` holds the others.
 std::string_view takeLine(std::string_view& content, std::string& joined) {
     joined.clear();
     for (;;) {
-        while (!content.empty() && isBlank(content.front()))
-            content.remove_prefix(1);
-        std::string_view line = content.substr(0, content.find('\n'));
-        line = line.substr(0, line.find('\r'));
-        const std::size_t end = line.size();
-        const bool pair = content.substr(end, 2) == "\r\n";
-        content.remove_prefix(std::min(content.size(), end + (pair ? 2U : 1U)));
-        const bool comment = joined.empty() && !line.empty() && (line.front() == '#' || line.front() == '!');
-        const std::size_t lastOther = line.find_last_not_of('\\');
-        const std::size_t backslashes = line.size() - (lastOther == std::string_view::npos ? 0 : lastOther + 1);
-        if (comment || backslashes % 2 == 0 || content.empty()) {
+        std::string_view line = takeFileLine(content);
+        const bool comment = joined.empty() && isComment(line);
+        if (comment || !isContinued(line) || content.empty()) {
             if (joined.empty()) return line;
             joined.append(line);
             return joined;
@@ -187,7 +189,7 @@ std::optional<String> findProperty(std::string_view content, StringView key) {
     std::string joined;
     while (!content.empty()) {
         const std::string_view line = takeLine(content, joined);
-        if (line.empty() || (joined.empty() && (line.front() == '#' || line.front() == '!'))) continue;
+        if (line.empty() || (joined.empty() && isComment(line))) continue;
         std::string_view lineKey;
         std::string_view value;
         splitProperty(line, lineKey, value);

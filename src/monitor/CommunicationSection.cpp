@@ -21,6 +21,18 @@ StringView keyOf(int code, StringView Protocol::*key) {
     return protocol != std::end(kProtocols) ? protocol->*key : StringView();
 }
 
+// How many of something there are, were at most and may be.
+void putUse(ReportWriter& out, StringView label, StringView jsonStart, std::uint64_t current, std::uint64_t peak,
+            const String& maximum) {
+    out.text(1, label, current, L"\t\t", peak, L"\t\t", maximum);
+    out.json(jsonStart);
+    out.json(L"\t\t\t\"current\": ", current, L",");
+    out.json(L"\t\t\t\"peak\": ", peak, L",");
+    out.json(L"\t\t\t\"maximum\": \"", maximum, L"\"");
+    // Established output: the comma is written even when nothing follows.
+    out.json(L"\t\t},");
+}
+
 }  // namespace
 
 void MonitorProcessor::processCommunicationStats(bool json) {
@@ -53,21 +65,10 @@ void MonitorProcessor::processCommunicationStats(bool json) {
     out.rows(1, connections);
 
     out.text(1, L"                                Current\t\tPeak\t\tMaximum");
-    out.text(1, L"Communication Threads:          ", stats->commThreadsCurrent, L"\t\t", stats->commThreadsPeak,
-             L"\t\t", threadsMax);
-    out.json(L"\t\t\"communication_threads\": {");
-    out.json(L"\t\t\t\"current\": ", stats->commThreadsCurrent, L",");
-    out.json(L"\t\t\t\"peak\": ", stats->commThreadsPeak, L",");
-    out.json(L"\t\t\t\"maximum\": \"", threadsMax, L"\"");
-    out.json(L"\t\t},");
-    out.text(1, L"Total Remote Sessions:          ", stats->remoteSessionsCurrent, L"\t\t", stats->remoteSessionsPeak,
-             L"\t\t", sessionsMax);
-    out.json(L"\t\t\"total_remote_sessions\": {");
-    out.json(L"\t\t\t\"current\": ", stats->remoteSessionsCurrent, L",");
-    out.json(L"\t\t\t\"peak\": ", stats->remoteSessionsPeak, L",");
-    out.json(L"\t\t\t\"maximum\": \"", sessionsMax, L"\"");
-    // Established output: the comma is written even when no protocol follows.
-    out.json(L"\t\t},");
+    putUse(out, L"Communication Threads:          ", L"\t\t\"communication_threads\": {", stats->commThreadsCurrent,
+           stats->commThreadsPeak, threadsMax);
+    putUse(out, L"Total Remote Sessions:          ", L"\t\t\"total_remote_sessions\": {", stats->remoteSessionsCurrent,
+           stats->remoteSessionsPeak, sessionsMax);
 
     for (const Ref<ProtocolStats>& protocol : *stats->protocols) {
         const int code = static_cast<int>(protocol->protocolType);
