@@ -51,8 +51,8 @@ std::size_t encode(Encoded& bytes, wchar_t c) {
     return size <= MB_CUR_MAX ? size : 0;
 }
 
-// The bytes of one character outside ASCII.
-char* narrowOne(char* out, wchar_t c) {
+// The bytes of one character outside ASCII. Not inlined: setting up its buffer would cost every line of plain ASCII.
+[[gnu::noinline]] char* narrowOne(char* out, wchar_t c) {
     if (isRawByte(c)) {
         *out = static_cast<char>(c - kByteBase);
         return out + 1;
