@@ -38,7 +38,7 @@ std::int16_t XrGetKesdClientId(std::int32_t h, std::uint32_t index, XRCLIENTID* 
             if (!library.hasRoom(kThis, client)) return kBadArgument;
             XRCLIENTID found{};
             return enumerate(
-                kThis, library.clients(), index,
+                library, kThis, library.clients(), index,
                 [&](Item session) {
                     library.world().fillClient(session, found);
                     return textOf(found.text);
@@ -54,7 +54,7 @@ std::int16_t XrGetKesdClientInfo(std::int32_t h, const XRCLIENTID* client, XRKES
     return library.call(
         kThis, h,
         [&] {
-            return callAbout(kThis, NamedClient(client), std::nullopt, info,
+            return callAbout(library, kThis, NamedClient(client), std::nullopt, info,
                              [&](const Snapshot& clients, Item session, const Effect&) {
                                  library.world().fillSession(session, clients.round(), *info);
                                  return true;
@@ -79,9 +79,10 @@ std::int16_t XrGetKesdClientHandlesData(std::int32_t h, const XRCLIENTID* client
     return library.call(
         kThis, h,
         [&] {
-            return callAbout(kThis, NamedClient(client), std::nullopt, count,
+            const NamedClient named(client);
+            return callAbout(library, kThis, named, std::nullopt, count,
                              [&](Snapshot& clients, Item session, const Effect& effect) {
-                                 clients.countHandlesOf(session, NamedClient(client).key());
+                                 clients.countHandlesOf(session, named.key());
                                  *count = effect.announced(library.world().sessionHandles(session, clients.round()));
                                  return true;
                              });
@@ -96,7 +97,7 @@ std::int16_t XrGetKesdClientHandleInfo(std::int32_t h, const XRCLIENTID* client,
     return library.call(
         kThis, h,
         [&] {
-            return callAbout(kThis, NamedClient(client), index, info,
+            return callAbout(library, kThis, NamedClient(client), index, info,
                              [&](const Snapshot& clients, Item session, const Effect&) {
                                  return library.world().fillSessionHandle(session, clients.round(), index, *info);
                              });

@@ -25,7 +25,7 @@ std::int16_t XrGetSQLConnectionInfo2(std::int32_t h, std::uint32_t index, XRSQLC
             if (!library.hasRoom(kThis, info)) return kBadArgument;
             Snapshot& connections = library.connections();
             return enumerate(
-                kThis, connections, index, [](Item) { return std::nullopt; },
+                library, kThis, connections, index, [](Item) { return std::nullopt; },
                 [&](Item connection) { library.world().fillConnection(connection, connections.round(), *info); });
         },
         [&](Line& line) { line.number("index", index); },

@@ -47,7 +47,6 @@ Faults::Faults(const std::vector<Fault>& faults) {
 
 Effect Faults::effectOn(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name) {
     Effect effect;
-    if ((m_watched >> static_cast<unsigned>(function) & 1U) == 0) return effect;
     for (Watch& watch : m_watches) {
         const Fault& fault = *watch.fault;
         if (!matches(fault, function, index, name)) continue;

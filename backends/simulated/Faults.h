@@ -16,6 +16,9 @@ class Faults {
 public:
     explicit Faults(const std::vector<Fault>& faults);
 
+    // Whether any fault may match a call of this function; the other calls need not be counted.
+    bool watch(Function function) const { return (m_watched >> static_cast<unsigned>(function) & 1U) != 0; }
+
     // What all faults together do to this call. Counts the call.
     Effect effectOn(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name);
 

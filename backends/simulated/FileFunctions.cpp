@@ -7,8 +7,9 @@ using namespace xrsim;
 namespace {
 
 void traceName(Line& line, const char* name) {
-    if (name) {
-        line.text("name", NamedFile(name).name());
+    const NamedFile file(name);
+    if (file.isGiven()) {
+        line.text("name", file.name());
     } else {
         line.null("name");
     }
@@ -40,7 +41,7 @@ std::int16_t XrGetOpenFileName(std::int32_t h, std::uint32_t index, std::uint32_
             char buffer[XR_NAME_SIZE];
             std::string_view found;
             return enumerate(
-                kThis, library.files(), index,
+                library, kThis, library.files(), index,
                 [&](Item file) {
                     found = library.world().fileName(file, buffer);
                     return nameKey(found);
@@ -64,7 +65,7 @@ std::int16_t XrGetFileInfo2(std::int32_t h, const char* name, XRFILEINFO* info) 
     return library.call(
         kThis, h,
         [&] {
-            return callAbout(kThis, NamedFile(name), std::nullopt, info,
+            return callAbout(library, kThis, NamedFile(name), std::nullopt, info,
                              [&](const Snapshot& files, Item file, const Effect&) {
                                  library.world().fillFile(file, files.round(), *info);
                                  return true;
@@ -91,9 +92,10 @@ std::int16_t XrGetFileHandlesData(std::int32_t h, const char* name, std::uint32_
     return library.call(
         kThis, h,
         [&] {
-            return callAbout(kThis, NamedFile(name), std::nullopt, count,
+            const NamedFile named(name);
+            return callAbout(library, kThis, named, std::nullopt, count,
                              [&](Snapshot& files, Item file, const Effect& effect) {
-                                 files.countHandlesOf(file, NamedFile(name).key());
+                                 files.countHandlesOf(file, named.key());
                                  *count = effect.announced(library.world().fileHandles(file, files.round()));
                                  return true;
                              });
@@ -107,9 +109,10 @@ std::int16_t XrGetFileHandleInfo(std::int32_t h, const char* name, std::uint32_t
     return library.call(
         kThis, h,
         [&] {
-            return callAbout(kThis, NamedFile(name), index, info, [&](const Snapshot& files, Item file, const Effect&) {
-                return library.world().fillFileHandle(file, files.round(), index, *info);
-            });
+            return callAbout(library, kThis, NamedFile(name), index, info,
+                             [&](const Snapshot& files, Item file, const Effect&) {
+                                 return library.world().fillFileHandle(file, files.round(), index, *info);
+                             });
         },
         [&](Line& line) {
             traceName(line, name);

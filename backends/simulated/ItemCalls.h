@@ -19,18 +19,20 @@ public:
     static constexpr std::string_view kKind = "file";
     static constexpr Status kGone = kFileGone;
 
-    explicit NamedFile(const char* name) : m_name(name) {}
+    explicit NamedFile(const char* name) {
+        if (name) m_name = textOf(name, XR_NAME_SIZE - 1);
+    }
 
-    bool isGiven() const { return m_name; }
+    bool isGiven() const { return m_name.data(); }
     // What faults and the trace call it.
-    std::string_view name() const { return textOf(m_name, XR_NAME_SIZE - 1); }
+    std::string_view name() const { return m_name; }
     // The bytes that all calls about the same item have in common.
-    std::string_view key() const { return name(); }
+    std::string_view key() const { return m_name; }
     Snapshot& snapshot(Library& library) const { return library.files(); }
-    std::optional<Item> find(const World& world, const Snapshot& files) const { return world.findFile(files, name()); }
+    std::optional<Item> find(const World& world, const Snapshot& files) const { return world.findFile(files, m_name); }
 
 private:
-    const char* m_name;
+    std::string_view m_name;
 };
 
 // A client by its identifier, which the caller hands back byte for byte.
@@ -56,8 +58,7 @@ private:
 // Serves the item at `index`. `read` returns the name that faults know the item by, or std::nullopt; `give` hands the
 // item to the caller.
 template <typename Read, typename Give>
-Status enumerate(Function function, Snapshot& snapshot, std::uint32_t index, Read read, Give give) {
-    Library& library = Library::instance();
+Status enumerate(Library& library, Function function, Snapshot& snapshot, std::uint32_t index, Read read, Give give) {
     library.needs(function, snapshot);
     const std::optional<Item> item = snapshot.at(index);
     std::optional<std::string_view> name;
@@ -74,9 +75,8 @@ Status enumerate(Function function, Snapshot& snapshot, std::uint32_t index, Rea
 // A call about the item that the caller names. With a handle's index it has to be the item whose handles were counted
 // last. `work` gets the snapshot, the item and the effect of the faults; it returns false past the last handle.
 template <typename Named, typename Record, typename Work>
-Status callAbout(Function function, const Named& named, std::optional<std::uint32_t> handle, const Record* record,
-                 Work work) {
-    Library& library = Library::instance();
+Status callAbout(Library& library, Function function, const Named& named, std::optional<std::uint32_t> handle,
+                 const Record* record, Work work) {
     if (!library.hasRoom(function, named.isGiven() && record)) return kBadArgument;
     Snapshot& snapshot = named.snapshot(library);
     library.needs(function, snapshot);

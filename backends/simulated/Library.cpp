@@ -126,8 +126,7 @@ Status Library::admit(Function function, std::int32_t h) {
     return kConnectionLost;
 }
 
-Effect Library::playFaults(Function function, std::optional<std::uint32_t> index,
-                           std::optional<std::string_view> name) {
+Effect Library::strike(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name) {
     Effect effect = m_engine->faults.effectOn(function, index, name);
     if (!delay(effect.delayMs, effect.isInterruptible)) effect.status = kInterrupted;
     crash(effect.crash);

@@ -57,7 +57,9 @@ public:
     // Plays what the scenario's faults do to a call: delays it, ends the process, loses the connection. The rest of the
     // effect is up to the call. `name` is that of the file or the client.
     Effect playFaults(Function function, std::optional<std::uint32_t> index = std::nullopt,
-                      std::optional<std::string_view> name = std::nullopt);
+                      std::optional<std::string_view> name = std::nullopt) {
+        return m_engine->faults.watch(function) ? strike(function, index, name) : Effect();
+    }
 
     // The data and free calls of an enumeration.
     template <typename Take>
@@ -110,6 +112,7 @@ private:
 
     void enter(Function function);
     Status admit(Function function, std::int32_t h);
+    Effect strike(Function function, std::optional<std::uint32_t> index, std::optional<std::string_view> name);
     void load();
     void dropSnapshots(Function function);
 
