@@ -77,7 +77,7 @@ Record readRecord(std::int32_t h) {
     return record;
 }
 
-template <class Handle>
+template <typename Handle>
 std::vector<int> codes(const Handle& handle) {
     return {handle.openMode, handle.recordLockType, handle.waitState, handle.transactionState};
 }

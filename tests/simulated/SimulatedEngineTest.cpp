@@ -55,7 +55,7 @@ protected:
     std::string trace() const { return contentsOf(m_trace); }
 
     // `next` names an item, counts the handles that it could read, and gives the status that it came to.
-    template <class Next>
+    template <typename Next>
     std::string section(std::string out, decltype(&XrGetOpenFilesData) data, decltype(&XrFreeOpenFilesData) free,
                         Next next) {
         std::uint32_t count = 0;

@@ -30,12 +30,14 @@ std::string word(const std::string& name, const char* otherwise = "") {
 const Api& api() {
     static const Api loadedApi = [] {
         Api loaded;
-        const std::string path = word("LIBRARY", DEFAULT_LIBRARY);
-        void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) ADD_FAILURE() << dlerror();
-#define XR_LOAD(name)                                                                             \
-    loaded.name = library ? reinterpret_cast<decltype(&::name)>(dlsym(library, #name)) : nullptr; \
-    if (loaded.name == nullptr) ADD_FAILURE() << #name " is not exported", std::exit(EXIT_FAILURE);
+        const std::string path = word("LIBRARY");
+        void* library = path.empty() ? nullptr : dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (path.empty()) ADD_FAILURE() << "VEXO_CONFORMANCE_LIBRARY does not name a library";
+        if (!path.empty() && !library) ADD_FAILURE() << dlerror();
+        if (!library) std::exit(EXIT_FAILURE);
+#define XR_LOAD(name)                                                         \
+    loaded.name = reinterpret_cast<decltype(&::name)>(dlsym(library, #name)); \
+    if (!loaded.name) ADD_FAILURE() << #name " is not exported", std::exit(EXIT_FAILURE);
         XR_FUNCTIONS(XR_LOAD)
 #undef XR_LOAD
         return loaded;
@@ -44,7 +46,7 @@ const Api& api() {
 }
 
 // A record before a guard, both filled with one byte, so that what the library wrote can be told from what it left.
-template <class Record>
+template <typename Record>
 struct Guarded {
     explicit Guarded(unsigned char fill) : before(fill) {
         std::memset(&record, fill, sizeof record);
@@ -73,7 +75,7 @@ std::string show(std::int64_t number) {
     return std::to_string(number);
 }
 
-template <class... Fields>
+template <typename... Fields>
 std::string all(const Fields&... fields) {
     return (("[" + show(fields) + "]") + ...);
 }
@@ -124,7 +126,7 @@ protected:
 
     // Reads a record twice, over different bytes. It has to come out the same, be whole, and keep to its place; so do
     // its texts. Any status but 0 has to be the end, or `gone`.
-    template <class Record, class Get>
+    template <typename Record, typename Get>
     int read(Record& record, int gone, Get get) {
         Guarded<Record> first(0xa5), second(0x5a);
         const int status = get(first.record);
