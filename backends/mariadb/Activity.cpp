@@ -61,8 +61,10 @@ private:
 
 std::vector<Process> readProcesses(Engine& engine) {
     std::vector<Process> processes;
-    Result rows = engine.connection().query(queries::kProcesses);
+    Result rows = engine.connection().query(queries::ofClients(queries::kProcesses).c_str());
+    const std::uint64_t own = engine.connection().id();
     while (rows.next()) {
+        if (rows.number(0) == own) continue;
         Process process;
         process.id = rows.number(0);
         process.user = rows.text(1);
@@ -73,6 +75,8 @@ std::vector<Process> readProcesses(Engine& engine) {
         process.state = rows.text(6);
         processes.push_back(std::move(process));
     }
+    std::sort(processes.begin(), processes.end(),
+              [](const Process& left, const Process& right) { return left.id < right.id; });
     engine.rememberAges(processes);
     return processes;
 }

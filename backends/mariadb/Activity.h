@@ -23,7 +23,7 @@ struct ClientAttributes {
     std::string library;
 };
 
-// All client connections but ours, ordered by id, without replication and the event scheduler.
+// All client connections but ours, ordered by id, without the server's own threads.
 std::vector<Process> readProcesses(Engine& engine);
 
 Transactions readTransactions(Engine& engine);

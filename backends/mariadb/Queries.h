@@ -4,6 +4,8 @@
 #ifndef VEXO_MARIADB_QUERIES_H
 #define VEXO_MARIADB_QUERIES_H
 
+#include <string>
+
 namespace xrmariadb::queries {
 
 // Connecting. %u is the longest time of a statement in seconds.
@@ -25,10 +27,21 @@ constexpr const char* kProcessPrivilege = "SELECT COUNT(*) FROM information_sche
 // The account's own. The same question to a server that lacks the table above.
 constexpr const char* kGrants = "SHOW GRANTS";
 
-// Sessions.
+// Sessions. The process list also holds the server's own threads: replication, the writers of INSERT DELAYED, the event
+// scheduler, and running events. The latter say 'Connect' under their definer's name and have no port, which no client
+// does once it has logged in.
+constexpr const char* kClients =
+    " WHERE USER <> 'system user' AND COMMAND NOT IN ('Binlog Dump','Daemon','Delayed insert','Slave_IO','Slave_SQL',"
+    "'Slave_worker') AND NOT (COMMAND = 'Connect' AND USER <> 'unauthenticated user' AND HOST NOT LIKE '%:%')";
+
+// A statement on the process list, for clients only.
+inline std::string ofClients(const char* statement) {
+    return std::string(statement) + kClients;
+}
+
+// Of clients, our own connection included.
 constexpr const char* kProcesses =
-    "SELECT ID, USER, HOST, DB, COMMAND, TIME_MS, STATE FROM information_schema.PROCESSLIST "
-    "WHERE ID <> CONNECTION_ID() AND COMMAND <> 'Daemon' AND USER <> 'system user' ORDER BY ID";
+    "SELECT ID, USER, HOST, DB, COMMAND, TIME_MS, STATE FROM information_schema.PROCESSLIST";
 
 constexpr const char* kThreads =
     "SELECT THREAD_ID, PROCESSLIST_ID FROM performance_schema.threads WHERE PROCESSLIST_ID IS NOT NULL";
@@ -90,10 +103,10 @@ constexpr const char* kStatus =
     "'Performance_schema_metadata_lock_lost','Performance_schema_thread_instances_lost','Questions',"
     "'Threadpool_threads','Threads_connected','Threads_running','Uptime')";
 
+// Of clients, our own connection included.
 constexpr const char* kUsers =
     "SELECT COUNT(DISTINCT IF(USER='unauthenticated user', NULL, USER)), COUNT(*), "
-    "COALESCE(SUM(HOST <> 'localhost'),0) FROM information_schema.PROCESSLIST "
-    "WHERE COMMAND <> 'Daemon' AND USER <> 'system user'";
+    "COALESCE(SUM(HOST <> 'localhost'),0) FROM information_schema.PROCESSLIST";
 
 constexpr const char* kRemoteRequests =
     "SELECT COALESCE(SUM(VARIABLE_VALUE),0) FROM performance_schema.status_by_host "

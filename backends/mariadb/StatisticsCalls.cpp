@@ -17,7 +17,7 @@ constexpr std::uint32_t kTcp = 4;
 class Totals {
 public:
     explicit Totals(Engine& engine) : m_status(engine.readVariables(queries::kStatus)) {
-        Result rows = engine.connection().query(queries::kUsers);
+        Result rows = engine.connection().query(queries::ofClients(queries::kUsers).c_str());
         if (rows.next()) {
             users = rows.number(0);
             remote = rows.number(2);

@@ -277,6 +277,13 @@ TEST_F(MariadbServer, CountsWhatTheServerCounts) {
     Session session(*s_server);
     session.run("BEGIN");
     session.run("UPDATE items SET v = -1 WHERE id BETWEEN 7 AND 8");
+    // The server's own threads are no clients, whomever they work for.
+    session.run("INSERT DELAYED INTO old VALUES (1)");
+    s_server->ask("SET GLOBAL event_scheduler = ON; CREATE EVENT shop.e ON SCHEDULE AT NOW() DO DO SLEEP(3)");
+    const std::string threads =
+        "SELECT COUNT(*) FROM information_schema.processlist WHERE command IN ('Connect', 'Daemon', 'Delayed insert')";
+    for (int wait = 0; wait < 100 && s_server->ask(threads) != "3"; ++wait)
+        usleep(20000);
     const std::uint64_t questions = status("Questions");
     std::this_thread::sleep_for(kCacheAge);
     XRKESDUSAGE usage{};
@@ -312,6 +319,9 @@ TEST_F(MariadbServer, CountsWhatTheServerCounts) {
                                 "." + std::to_string(version.thirdVersion);
     EXPECT_EQ(s_server->ask("SELECT VERSION() LIKE '" + numbers + "-%'"), "1") << numbers;
     const Record record = readRecord(m_handle);
+    EXPECT_EQ(record.sessions.size(), 1U);
+    EXPECT_EQ(s_server->ask(threads), "3") << "they were there all the time";
+    s_server->ask("SET GLOBAL event_scheduler = OFF");
     EXPECT_EQ(record.files.at(path("mysql/db.MAD")).pageSize, 8192U);
     EXPECT_EQ(record.files.at(path("mysql/db.MAD")).physicalFileSizeKB,
               (contents(path("mysql/db.MAD")).size() + 1023) / 1024);
