@@ -163,8 +163,13 @@ std::unordered_map<std::uint64_t, std::string> readAddresses(Engine& engine, con
     return addresses;
 }
 
-std::string clientName(const Process& process) {
-    return cleanText(process.user + "@" + process.host);
+std::string nameWithId(std::string_view name, std::uint64_t id, std::size_t size) {
+    const std::string suffix = " #" + std::to_string(id);
+    return std::string(cutUtf8(cleanText(name), size - 1 - suffix.size())) + suffix;
+}
+
+std::string clientName(const Process& process, std::size_t size) {
+    return nameWithId(process.user + "@" + process.host, process.id, size);
 }
 
 std::string networkAddress(const Process& process, const std::unordered_map<std::uint64_t, std::string>& addresses) {

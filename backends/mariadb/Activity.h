@@ -40,8 +40,11 @@ std::unordered_map<std::uint64_t, ClientAttributes> readAttributes(Engine& engin
 // Address and port of clients over TCP as the socket knows them, by session id.
 std::unordered_map<std::uint64_t, std::string> readAddresses(Engine& engine, const Threads& threads);
 
-// USER@HOST, fit to print.
-std::string clientName(const Process& process);
+// USER@HOST #ID, fit to print and for a field of `size` bytes with its NUL: a long name is cut, the id never is.
+std::string clientName(const Process& process, std::size_t size);
+
+// The same for `name` alone.
+std::string nameWithId(std::string_view name, std::uint64_t id, std::size_t size);
 
 // Where a client is: "localhost", or address and port, better from the socket than from the process list.
 std::string networkAddress(const Process& process, const std::unordered_map<std::uint64_t, std::string>& addresses);

@@ -22,7 +22,7 @@ std::vector<XRSQLCONNINFO> takeSnapshot(Engine& engine) {
     connections.reserve(processes.size());
     for (const Process& process : processes) {
         XRSQLCONNINFO& info = connections.emplace_back();
-        fill(info.userName, cleanText(process.user));
+        fill(info.userName, nameWithId(process.user, process.id, sizeof info.userName));
         fill(info.clientHostName, cleanText(splitClientAddress(process.host).host));
         fill(info.networkAddress, cutUtf8(networkAddress(process, addresses), kLongestAddress));
         fill(info.dataSourceName, cleanText(process.database));

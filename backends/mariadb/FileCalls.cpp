@@ -154,7 +154,7 @@ int16_t XrGetFileHandleInfo(int32_t h, const char* name, uint32_t index, XRFILEH
         info->recordLockType = handle.recordLockType;
         info->waitState = static_cast<std::uint8_t>(handle.waitState);
         info->transactionState = handle.transactionState;
-        fill(info->clientName, clientName(process));
+        fill(info->clientName, clientName(process, sizeof info->clientName));
         return XR_OK;
     });
 }

@@ -68,7 +68,7 @@ XRKESDCLIENTINFO describe(const Process& process, const Counters& counters, cons
     XRKESDCLIENTINFO info{};
     const ClientAddress listed = splitClientAddress(process.host);
     info.site = listed.unixSocket || isLoopback(splitClientAddress(address).host) || isLoopback(listed.host) ? 1 : 0;
-    fill(info.sessionName, clientName(process));
+    fill(info.sessionName, clientName(process, sizeof info.sessionName));
     info.recordsDeleted = saturate(counters.deleted);
     info.recordsUpdated = saturate(counters.updated);
     info.recordsInserted = saturate(counters.inserted);

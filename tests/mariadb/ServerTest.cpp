@@ -171,6 +171,9 @@ protected:
         return s_server->ask("SELECT host FROM information_schema.processlist WHERE id=" +
                              std::to_string(session.id()));
     }
+    static std::string nameOf(const Session& session) {
+        return "root@" + addressOf(session) + " #" + std::to_string(session.id());
+    }
     static std::string path(const std::string& file) { return s_server->directory + "/data/" + file; }
 
     static inline std::unique_ptr<ThrowAwayServer> s_server;
@@ -204,7 +207,7 @@ TEST_F(MariadbServer, ShowsEveryFieldOfAKnownScene) {
         const std::uint32_t id = row.session.id();
         const XRKESDCLIENTINFO& session = record.sessions.at(id);
         const std::string address = addressOf(row.session);
-        EXPECT_EQ(session.sessionName, "root@" + address);
+        EXPECT_EQ(session.sessionName, nameOf(row.session));
         EXPECT_EQ(session.networkAddress, address);
         EXPECT_EQ(session.site, 1);
         EXPECT_EQ(session.pid, static_cast<std::uint32_t>(getpid()));
@@ -222,7 +225,7 @@ TEST_F(MariadbServer, ShowsEveryFieldOfAKnownScene) {
         for (const XRFILEHANDLEINFO& handle : record.fileHandles.at(path(row.file))) {
             if (handle.clientIndex != id) continue;
             ++found;
-            EXPECT_EQ(handle.clientName, "root@" + address);
+            EXPECT_EQ(handle.clientName, nameOf(row.session));
             EXPECT_EQ(codes(handle), expected);
         }
         EXPECT_EQ(found, 2) << "in the sessions and in the files";
@@ -257,8 +260,9 @@ TEST_F(MariadbServer, ShowsEveryFieldOfAKnownScene) {
         EXPECT_LE(info.activeIdlePeriodMs, 60000U);
         EXPECT_GE(info.totalConnectionTime, info.activeIdlePeriodMs);
     }
-    EXPECT_EQ(listed,
-              s_server->ask("SELECT CONCAT(user, '@', host, ' 127.0.0.1 ', db, ' ', command <> 'Sleep')" + others));
+    EXPECT_EQ(
+        listed,
+        s_server->ask("SELECT CONCAT(user, ' #', id, '@', host, ' 127.0.0.1 ', db, ' ', command <> 'Sleep')" + others));
     EXPECT_STREQ(record.connections.front().clientApplication, "A???[31m");
     listed.clear();
     for (const auto& [name, info] : record.files)
@@ -335,7 +339,7 @@ TEST_F(MariadbServer, TheMonitorWritesTheSceneAsTextAndAsJson) {
     const auto json = monitor(s_server->tcp, "", "-JSON");
     ASSERT_EQ(json->finish(), 0) << json->output;
 
-    const std::string session = "\tSession Name:        root@" + address +
+    const std::string session = "\tSession Name:        " + nameOf(scene.many) +
                                 "\n\tClient ID:           \n\tConnection Number:   " + std::to_string(scene.many.id()) +
                                 "\n\tTask Number:         " + std::to_string(scene.many.id()) +
                                 "\n\tPID:                 " + std::to_string(getpid()) +
@@ -343,8 +347,8 @@ TEST_F(MariadbServer, TheMonitorWritesTheSceneAsTextAndAsJson) {
                                 "\n\tLocks used:          30";
     EXPECT_NE(text->output.find(session), std::string::npos) << session << "\n---\n" << text->output;
     const std::string handle =
-        "\t\t\tClient Index:      " + std::to_string(scene.waiter.id()) + "\n\t\t\tClient Name:       root@" +
-        addressOf(scene.waiter) +
+        "\t\t\tClient Index:      " + std::to_string(scene.waiter.id()) +
+        "\n\t\t\tClient Name:       " + nameOf(scene.waiter) +
         "\n\t\t\tOpen Mode:         Normal\n\t\t\tRecord Lock Type:  None\n\t\t\tWait State:        Record\n"
         "\t\t\tTransaction State: Concurrent Lock\n";
     EXPECT_NE(text->output.find(handle), std::string::npos) << handle << "\n---\n" << text->output;
