@@ -2,8 +2,9 @@
 #include "Activity.h"
 
 #include <algorithm>
-#include <numeric>
+#include <map>
 #include <optional>
+#include <set>
 
 #include "Names.h"
 #include "Queries.h"
@@ -19,42 +20,118 @@ bool isGivenUp(std::string_view status) {
     return status == "VICTIM" || status == "TIMEOUT" || status == "KILLED";
 }
 
-// Collects locks and gives every table one entry.
+// "USER LEVEL LOCK" and "job" give "user level lock job".
+std::string nameOfObject(std::string_view type, std::string_view schema, std::string_view name) {
+    std::string shown(type);
+    std::transform(shown.begin(), shown.end(), shown.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    if (shown.find("lock") == std::string::npos) shown += " lock";
+    if (!schema.empty()) shown.append(" ").append(schema);
+    if (!name.empty()) shown.append(schema.empty() ? " " : ".").append(name);
+    return shown;
+}
+
+// Collects locks and gives every table one entry, and every other object that somebody waits for.
 class TableLockReader {
 public:
     void add(const Result& row, std::uint64_t session) {
-        std::string key = std::string(row.text(3)).append("/").append(row.text(4));
+        const bool isTable = row.text(7) == "TABLE";
+        const bool pending = row.text(6) == "PENDING";
+        const std::string shown = isTable ? std::string(row.text(1)).append(".").append(row.text(2))
+                                          : nameOfObject(row.text(7), row.text(1), row.text(2));
+        // The key of an object has a blank, which is encoded in that of a table.
+        const std::string key = isTable ? std::string(row.text(3)).append("/").append(row.text(4)) : shown;
         const auto [entry, isNew] = m_tables.emplace(key, static_cast<std::uint32_t>(m_found.tables.size()));
         if (isNew) {
-            const std::string shown = std::string(row.text(1)).append(".").append(row.text(2));
-            m_found.tables.push_back({std::move(key), quotedName(row.text(1), row.text(2)), shown, false});
+            LockedTable& table = m_found.tables.emplace_back();
+            table.key = key;
+            if (isTable) table.quoted = quotedName(row.text(1), row.text(2));
+            table.file = shown;
+            table.isTable = isTable;
+            m_shown.push_back(isTable);
         }
-        m_found.locks.push_back({session, entry->second, lockStrength(row.text(5)), row.text(6) == "PENDING"});
+        // Every statement locks its schema and the server against certain changes. That is worth showing only where
+        // somebody asked for the lock as such, or waits for it.
+        if (pending || row.text(8) == "EXPLICIT") m_shown[entry->second] = true;
+        m_found.locks.push_back({session, entry->second, lockStrength(row.text(5)), pending});
     }
 
     // Tables in the order of their names, so that equal states give equal reports.
     TableLocks take() {
-        std::vector<std::uint32_t> order(m_found.tables.size());
-        std::iota(order.begin(), order.end(), 0U);
+        std::vector<std::uint32_t> order;
+        for (std::uint32_t table = 0; table < m_shown.size(); ++table)
+            if (m_shown[table]) order.push_back(table);
         std::sort(order.begin(), order.end(), [&](std::uint32_t left, std::uint32_t right) {
             return m_found.tables[left].key < m_found.tables[right].key;
         });
-        std::vector<std::uint32_t> rank(order.size());
-        std::vector<LockedTable> tables;
-        tables.reserve(order.size());
+        std::vector<std::uint32_t> rank(m_shown.size());
+        TableLocks taken;
+        taken.tables.reserve(order.size());
         for (const std::uint32_t table : order) {
-            rank[table] = static_cast<std::uint32_t>(tables.size());
-            tables.push_back(std::move(m_found.tables[table]));
+            rank[table] = static_cast<std::uint32_t>(taken.tables.size());
+            taken.tables.push_back(std::move(m_found.tables[table]));
         }
-        for (TableLock& lock : m_found.locks)
+        taken.locks.reserve(m_found.locks.size());
+        for (TableLock& lock : m_found.locks) {
+            if (!m_shown[lock.table]) continue;
             lock.table = rank[lock.table];
-        m_found.tables = std::move(tables);
-        return std::move(m_found);
+            taken.locks.push_back(lock);
+        }
+        return taken;
     }
 
 private:
     TableLocks m_found;
+    std::vector<bool> m_shown;  // by table
     std::unordered_map<std::string, std::uint32_t> m_tables;
+};
+
+// Finds out whose the locks in conflict are.
+class ConflictReader {
+public:
+    explicit ConflictReader(Result rows) {
+        while (rows.next()) {
+            ConflictLock lock;
+            lock.transaction = rows.number(1);
+            const std::string_view mode = rows.text(2);
+            lock.writes = mode.substr(0, 1) == "X" || mode == "IX" || mode == "AUTO_INC";
+            lock.rows = rows.text(3) == "RECORD";
+            lock.tableName = rows.text(4);
+            lock.tablespace = rows.number(5);
+            m_locks.emplace(rows.text(0), std::move(lock));
+        }
+    }
+
+    // Tells of a transaction and the lock that it waits for, if any. Whether that is one of a row.
+    bool addOwner(std::uint64_t transaction, std::uint64_t session, std::string_view awaitedLock) {
+        if (transaction != 0) m_sessionOf.emplace(transaction, session);
+        const auto awaited = m_locks.find(std::string(awaitedLock));
+        if (awaited == m_locks.end()) return false;
+        ConflictLock lock = awaited->second;
+        lock.session = session;
+        lock.awaited = true;
+        m_found.push_back(lock);
+        m_awaited.insert(awaited->first);
+        return lock.rows;
+    }
+
+    std::vector<ConflictLock> take() {
+        for (auto& [id, lock] : m_locks) {
+            if (m_awaited.count(id) != 0) continue;
+            const auto owner = m_sessionOf.find(lock.transaction);
+            // Gone since, unless it never had a number.
+            if (owner == m_sessionOf.end() && lock.transaction != 0) continue;
+            if (owner != m_sessionOf.end()) lock.session = owner->second;
+            m_found.push_back(std::move(lock));
+        }
+        return std::move(m_found);
+    }
+
+private:
+    std::map<std::string, ConflictLock> m_locks;  // by the engine's id of the lock
+    std::set<std::string> m_awaited;
+    std::unordered_map<std::uint64_t, std::uint64_t> m_sessionOf;  // by number of the transaction
+    std::vector<ConflictLock> m_found;
 };
 
 }  // namespace
@@ -83,28 +160,20 @@ std::vector<Process> readProcesses(Engine& engine) {
 
 Transactions readTransactions(Engine& engine) {
     Transactions transactions;
+    // Both from one state: the server renews its cache of them only when nobody has read it for a while.
     Result rows = engine.queryOrEmpty(queries::kTransactions, "transactions and row locks are not shown");
-    Result waits = engine.queryOrEmpty(queries::kWaits, "waits for rows are not shown");
-    while (waits.next()) {
-        SessionTransaction& session = transactions.sessions[waits.number(0)];
-        session.awaitedTable = waits.text(1);
-        session.awaitsRow = waits.text(2) == "RECORD";
-    }
+    ConflictReader conflicts(engine.queryOrEmpty(queries::kConflicts, "waits for rows are not shown"));
     while (rows.next()) {
         const std::uint64_t id = rows.number(0);
         const bool open = rows.number(3) == 0;
         if (open) ++transactions.open;
-        if (id == 0) {
-            // Prepared by a session that has left; nobody waits in it.
-            transactions.rowLocks += rowLocks(rows.number(1), rows.number(2), false);
-            continue;
-        }
-        SessionTransaction& session = transactions.sessions[id];
-        session.rowsLocked = rows.number(1);
-        session.rowsModified = rows.number(2);
-        session.open = open;
-        transactions.rowLocks += rowLocks(session.rowsLocked, session.rowsModified, session.awaitsRow);
+        const bool awaitsRow = conflicts.addOwner(rows.number(4), id, rows.text(5));
+        transactions.rowLocks += rowLocks(rows.number(1), awaitsRow);
+        // Prepared by a session that has left.
+        if (id == 0) continue;
+        transactions.sessions[id] = {rows.number(1), rows.number(2), open, rows.number(4) != 0, awaitsRow};
     }
+    transactions.conflicts = conflicts.take();
     return transactions;
 }
 
@@ -130,8 +199,8 @@ TableLocks readTableLocks(Engine& engine, const Threads& threads) {
     }
     auto rows = engine.queryOptional(
         queries::kTableLocksOfPlugin,
-        "there are no handles, since neither performance_schema nor the plug-in metadata_lock_info shows "
-        "table locks; HANDLES=no lists files and sessions all the same");
+        "there are no handles but those of transactions in conflict, since neither performance_schema nor the plug-in "
+        "metadata_lock_info shows table locks; HANDLES=no lists all files and sessions all the same");
     while (rows && rows->next())
         reader.add(*rows, rows->number(0));
     return reader.take();

@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <map>
+#include <set>
 
 #include "Activity.h"
 #include "Files.h"
@@ -52,32 +54,70 @@ XRFILEINFO describe(Engine& engine, const Files& files, const OpenFile& file) {
     return info;
 }
 
+// Lets the handles find their files. A partition that some handles name has these, and those on the whole table of all
+// other clients.
+void sortByFile(FileSnapshot& snapshot, const std::vector<LockedTable>& tables) {
+    std::map<std::string, std::string> wholeOf;
+    for (std::uint32_t index = 0; index < snapshot.handles.size(); ++index) {
+        const LockedTable& table = tables[snapshot.handles[index].table];
+        snapshot.handlesByKey[table.key].push_back(index);
+        if (table.whole >= 0) wholeOf.emplace(table.key, tables[static_cast<std::size_t>(table.whole)].key);
+    }
+    for (const auto& [partition, whole] : wholeOf) {
+        std::vector<std::uint32_t>& handles = snapshot.handlesByKey[partition];
+        std::set<std::uint32_t> named;
+        for (const std::uint32_t index : handles)
+            named.insert(snapshot.handles[index].session);
+        for (const std::uint32_t index : snapshot.handlesByKey[whole])
+            if (named.count(snapshot.handles[index].session) == 0) handles.push_back(index);
+    }
+}
+
+void readHandles(Engine& engine, Files& files, FileSnapshot& snapshot) {
+    const std::vector<Process> processes = readProcesses(engine);
+    Transactions transactions = readTransactions(engine);
+    TableLocks locks = readTableLocks(engine, readThreads(engine));
+    files.resolve(locks.tables);
+    files.locate(transactions.conflicts, locks.tables);
+    LockPicture picture = joinLocks(processes, transactions, locks);
+    snapshot.clients.reserve(processes.size());
+    for (const Process& process : processes)
+        snapshot.clients.push_back({process.id, clientName(process, sizeof XRFILEHANDLEINFO::clientName)});
+    snapshot.handles = std::move(picture.handles);
+    snapshot.handles.insert(snapshot.handles.end(), picture.wholeTables.begin(), picture.wholeTables.end());
+    for (auto& [transaction, handle] : picture.detached) {
+        handle.session = static_cast<std::uint32_t>(snapshot.clients.size());
+        snapshot.handles.push_back(handle);
+        snapshot.clients.push_back({0, "transaction " + std::to_string(transaction) + " without session"});
+    }
+    sortByFile(snapshot, locks.tables);
+}
+
+const std::vector<std::uint32_t>* handlesOf(const FileSnapshot& snapshot, const OpenFile& file) {
+    auto found = snapshot.handlesByKey.find(partitionKey(file.path));
+    if (found == snapshot.handlesByKey.end()) found = snapshot.handlesByKey.find(file.key);
+    return file.key.empty() || found == snapshot.handlesByKey.end() ? nullptr : &found->second;
+}
+
 std::unique_ptr<FileSnapshot> takeSnapshot(Engine& engine) {
     Files files(engine);
     files.readTablespaces();
     auto snapshot = std::make_unique<FileSnapshot>();
-    snapshot->processes = readProcesses(engine);
-    const Transactions transactions = readTransactions(engine);
-    TableLocks locks = readTableLocks(engine, readThreads(engine));
-    files.resolve(locks.tables);
-    snapshot->handles = joinLocks(snapshot->processes, transactions, locks).handles;
-    for (std::uint32_t index = 0; index < snapshot->handles.size(); ++index) {
-        snapshot->handlesByKey[locks.tables[snapshot->handles[index].table].key].push_back(index);
-    }
-
+    readHandles(engine, files, *snapshot);
     snapshot->files.reserve(files.open().size());
     for (const OpenFile& file : files.open()) {
         FileSnapshot::File entry;
         entry.name = cutUtf8(cleanFileName(file.path), XR_NAME_SIZE - 1);
         entry.info = describe(engine, files, file);
-        const auto handles = snapshot->handlesByKey.find(file.key);
-        if (handles != snapshot->handlesByKey.end()) {
-            entry.handles = &handles->second;
+        entry.handles = handlesOf(*snapshot, file);
+        if (entry.handles) {
             const auto some = [&](auto condition) {
                 return flag(std::any_of(entry.handles->begin(), entry.handles->end(),
                                         [&](std::uint32_t index) { return condition(snapshot->handles[index]); }));
             };
-            entry.info.readLocks = some([](const TableHandle& handle) { return handle.recordLockType != 'N'; });
+            entry.info.readLocks = some([](const TableHandle& handle) {
+                return handle.recordLockType != kNoRecordLock && handle.recordLockType != kUnknownRecordLocks;
+            });
             entry.info.transactionLock = some([](const TableHandle& handle) {
                 return handle.transactionState != kNoTransaction && !isReadOnly(handle.openMode);
             });
@@ -147,14 +187,14 @@ int16_t XrGetFileHandleInfo(int32_t h, const char* name, uint32_t index, XRFILEH
         if (file == nullptr) return XR_FILE_GONE;
         if (file->handles == nullptr || index >= file->handles->size()) return XR_NO_MORE_ITEMS;
         const TableHandle& handle = engine.fileSnapshot->handles[(*file->handles)[index]];
-        const Process& process = engine.fileSnapshot->processes[handle.session];
+        const FileSnapshot::Client& client = engine.fileSnapshot->clients[handle.session];
         *info = {};
-        info->clientIndex = saturate(process.id);
+        info->clientIndex = saturate(client.id);
         info->openMode = handle.openMode;
         info->recordLockType = handle.recordLockType;
         info->waitState = static_cast<std::uint8_t>(handle.waitState);
         info->transactionState = handle.transactionState;
-        fill(info->clientName, clientName(process, sizeof info->clientName));
+        fill(info->clientName, client.name);
         return XR_OK;
     });
 }

@@ -19,11 +19,15 @@ struct FileSnapshot {
         XRFILEINFO info{};
         const std::vector<std::uint32_t>* handles = nullptr;  // indexes, shared by all files of a table
     };
+    struct Client {
+        std::uint64_t id = 0;
+        std::string name;
+    };
     std::vector<File> files;
     std::unordered_map<std::string_view, std::size_t> byName;  // of the files above
     std::unordered_map<std::string, std::vector<std::uint32_t>> handlesByKey;
     std::vector<TableHandle> handles;
-    std::vector<Process> processes;
+    std::vector<Client> clients;
 };
 
 }  // namespace xrmariadb

@@ -53,6 +53,7 @@ void Files::readTablespaces() {
         std::string path = absolutePath(rows.text(1), m_dataDirectory);
         if (rows.text(0) == "innodb_system") m_systemTablespace = baseName(path);
         m_tablespaces.emplace(tablespaceKey(path), Tablespace{saturate(rows.number(2)), rows.number(3)});
+        m_pathById.emplace(rows.number(4), path);
         std::string key = keyOf(path, true);
         const auto [known, isNew] = m_tablePaths.emplace(key, path);
         if (!isNew && path < known->second) known->second = path;
@@ -67,9 +68,47 @@ const Tablespace* Files::tablespaceOf(const OpenFile& file) const {
 
 void Files::resolve(std::vector<LockedTable>& tables) {
     for (LockedTable& table : tables) {
+        if (!table.isTable) continue;
         // What is found nowhere has no file: a view, or a table in memory.
         if (!resolveOpen(table) && !resolveClosed(table)) resolveInSystemTablespace(table);
+        table.partitioned = !partitionKey(table.file).empty();
     }
+}
+
+void Files::locate(std::vector<ConflictLock>& conflicts, std::vector<LockedTable>& tables) {
+    if (conflicts.empty()) return;
+    std::unordered_map<std::string, std::uint32_t> indexOf;
+    for (std::uint32_t index = 0; index < tables.size(); ++index)
+        if (tables[index].isTable) indexOf.emplace(tables[index].quoted, index);
+    for (ConflictLock& conflict : conflicts) {
+        const auto known = indexOf.find(conflict.tableName);
+        if (known != indexOf.end()) {
+            conflict.table = known->second;
+            continue;
+        }
+        LockedTable table = tableOf(conflict);
+        const std::string_view whole = withoutPartition(conflict.tableName);
+        const auto divided = indexOf.find(std::string(whole));
+        if (whole != conflict.tableName && divided != indexOf.end()) table.whole = divided->second;
+        conflict.table = static_cast<std::uint32_t>(tables.size());
+        indexOf.emplace(conflict.tableName, conflict.table);
+        tables.push_back(std::move(table));
+    }
+}
+
+// Row locks carry the number of their tablespace, which leads to the file however odd the name is.
+LockedTable Files::tableOf(const ConflictLock& conflict) {
+    LockedTable table;
+    table.quoted = conflict.tableName;
+    table.file = unquoted(conflict.tableName);
+    table.transactional = true;
+    readTablespaces();
+    const auto found = m_pathById.find(conflict.tablespace);
+    if (!conflict.rows || found == m_pathById.end()) return table;
+    table.file = found->second;
+    table.key = partitionKey(table.file);
+    if (table.key.empty()) table.key = keyOf(table.file, true);
+    return table;
 }
 
 bool Files::resolveOpen(LockedTable& table) const {

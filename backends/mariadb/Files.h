@@ -36,6 +36,10 @@ public:
 
     const std::vector<OpenFile>& open() const { return m_open; }
 
+    // Finds the tables of locks in conflict, and adds those that are not among the tables: partitions, and tables that a
+    // foreign key led to, on which a session needs no lock of its own.
+    void locate(std::vector<ConflictLock>& conflicts, std::vector<LockedTable>& tables);
+
     // Reads the tablespaces, if that has not been done yet.
     void readTablespaces();
 
@@ -46,6 +50,7 @@ private:
     bool resolveOpen(LockedTable& table) const;
     bool resolveClosed(LockedTable& table);
     bool resolveInSystemTablespace(LockedTable& table);
+    LockedTable tableOf(const ConflictLock& conflict);
 
     Engine& m_engine;
     std::string m_dataDirectory;
@@ -55,6 +60,7 @@ private:
     bool m_tablespacesRead = false;
     std::unordered_map<std::string, Tablespace> m_tablespaces;  // by tablespaceKey
     std::unordered_map<std::string, std::string> m_tablePaths;  // by key of the table, one of its files
+    std::unordered_map<std::uint64_t, std::string> m_pathById;  // by number of the tablespace
 
     std::string m_systemTablespace;
     bool m_systemTablesRead = false;

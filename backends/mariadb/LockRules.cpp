@@ -20,13 +20,21 @@ constexpr std::array<std::string_view, 9> kLockNames = {"SHARED",           "SHA
                                                         "SHARED_READ_ONLY", "SHARED_UPGRADABLE",    "SHARED_WRITE",
                                                         "SHARED_NO_WRITE",  "SHARED_NO_READ_WRITE", "EXCLUSIVE"};
 
+// Of sessions that change data or definitions, which BACKUP STAGE and FLUSH TABLES WITH READ LOCK hold up.
+constexpr std::array<std::string_view, 7> kGlobalWriterLocks = {
+    "BACKUP_DML",        "BACKUP_TRANS_DML", "BACKUP_SYS_DML",     "BACKUP_DDL",
+    "BACKUP_ALTER_COPY", "BACKUP_COMMIT",    "INTENTION_EXCLUSIVE"};
+
 }  // namespace
 
 LockStrength lockStrength(std::string_view name) {
     constexpr std::string_view kPrefix = "MDL_";
     if (name.substr(0, kPrefix.size()) == kPrefix) name.remove_prefix(kPrefix.size());
     const auto* found = std::find(kLockNames.begin(), kLockNames.end(), name);
-    return found == kLockNames.end() ? LockStrength::kShared : static_cast<LockStrength>(found - kLockNames.begin());
+    if (found != kLockNames.end()) return static_cast<LockStrength>(found - kLockNames.begin());
+    const bool writes =
+        std::find(kGlobalWriterLocks.begin(), kGlobalWriterLocks.end(), name) != kGlobalWriterLocks.end();
+    return writes ? LockStrength::kSharedWrite : LockStrength::kShared;
 }
 
 bool shutsOthersOut(LockStrength strength) {
@@ -47,13 +55,12 @@ bool isReadOnly(std::uint8_t mode) {
     return mode == kReadOnly || mode == kReadOnlyNonTransactional;
 }
 
-std::uint64_t rowLocks(std::uint64_t rowsLocked, std::uint64_t rowsModified, bool waitsForRow) {
-    const std::uint64_t held = rowsLocked > 0 && waitsForRow ? rowsLocked - 1 : rowsLocked;
-    return held != 0 ? held : rowsModified;
+std::uint64_t rowLocks(std::uint64_t rowsLocked, bool waitsForRow) {
+    return rowsLocked > 0 && waitsForRow ? rowsLocked - 1 : rowsLocked;
 }
 
 std::uint8_t recordLockType(std::uint64_t locks) {
-    return locks == 0 ? 'N' : locks == 1 ? 'S' : 'M';
+    return locks == 0 ? kNoRecordLock : locks == 1 ? 'S' : 'M';
 }
 
 std::uint16_t transactionState(bool locksTable, bool openTransaction) {

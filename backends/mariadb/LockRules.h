@@ -27,8 +27,13 @@ constexpr std::uint16_t kNoTransaction = 0;
 constexpr std::uint16_t kExclusiveLock = 19;
 constexpr std::uint16_t kConcurrentLock = 1019;
 
-// The strength of a lock type by its name, with or without the prefix "MDL_". A name of a later server version counts
-// as the weakest.
+// 'N', 'S' or 'M' of the interface: none, a single or multiple row locks. Of what the server does not tell, reports
+// say n/a.
+constexpr std::uint8_t kNoRecordLock = 'N';
+constexpr std::uint8_t kUnknownRecordLocks = '?';
+
+// The strength of a lock type by its name, with or without the prefix "MDL_". Global locks of sessions that write count
+// as such; a name of a later server version counts as the weakest.
 LockStrength lockStrength(std::string_view name);
 
 // Whether a granted lock of that strength shuts every other session out of the table.
@@ -43,11 +48,9 @@ std::uint8_t openMode(LockStrength strength, bool transactional);
 // Whether an open mode is one of the two read-only ones.
 bool isReadOnly(std::uint8_t mode);
 
-// Row locks of a session, about: the engine counts the lock that a session waits for as if it had it, and a row that
-// the session inserted carries no lock of its own.
-std::uint64_t rowLocks(std::uint64_t rowsLocked, std::uint64_t rowsModified, bool waitsForRow);
+// Row locks that a session has: the engine counts the one that it waits for as well.
+std::uint64_t rowLocks(std::uint64_t rowsLocked, bool waitsForRow);
 
-// 'N', 'S' or 'M': none, a single or multiple row locks.
 std::uint8_t recordLockType(std::uint64_t locks);
 
 // The state of a session's transaction. Locking a whole table outweighs an open transaction.

@@ -42,6 +42,13 @@ std::string tableKey(std::string_view path) {
     return std::string(schema).append("/").append(table);
 }
 
+std::string partitionKey(std::string_view path) {
+    const std::string_view file = tablespaceKey(path);
+    const std::string table = tableKey(path);
+    const std::string_view whole = file.substr(0, file.rfind('.'));
+    return table.empty() || whole == table ? std::string() : std::string(whole);
+}
+
 std::string_view tablespaceKey(std::string_view path) {
     const std::size_t file = baseName(path).size();
     if (tableKey(path).empty()) return path.substr(path.size() - file);
@@ -69,11 +76,24 @@ std::string quotedName(std::string_view schema, std::string_view table) {
     return quoted;
 }
 
-bool namesTable(std::string_view lockTable, std::string_view quoted) {
-    constexpr std::string_view kPartition = " /*";
-    if (lockTable.substr(0, quoted.size()) != quoted) return false;
-    const std::string_view rest = lockTable.substr(quoted.size());
-    return rest.empty() || rest.substr(0, kPartition.size()) == kPartition;
+std::string unquoted(std::string_view quoted) {
+    std::string shown;
+    for (std::size_t at = 0; at < quoted.size(); ++at) {
+        if (quoted[at] != '`') {
+            shown += quoted[at];
+        } else if (quoted.substr(at, 2) == "``") {
+            shown += quoted[at++];
+        }
+    }
+    return shown;
+}
+
+std::string_view withoutPartition(std::string_view lockTable) {
+    // The last backtick of a quoted name ends it, so a comment behind one is the engine's.
+    const std::size_t comment = lockTable.rfind("` /* Partition `");
+    return comment == std::string_view::npos || lockTable.substr(lockTable.size() - 2) != "*/"
+               ? lockTable
+               : lockTable.substr(0, comment + 1);
 }
 
 }  // namespace xrmariadb

@@ -19,6 +19,9 @@ std::string_view extension(std::string_view path);
 // DATA DIRECTORY, elsewhere, and the data directory may be a link, so only the last two components count.
 std::string tableKey(std::string_view path);
 
+// The partition that a file belongs to, "schema/table#P#partition", or "" if it is not one.
+std::string partitionKey(std::string_view path);
+
 // What tells the file of a tablespace from all others: schema and file for tables, the last component for the system's.
 std::string_view tablespaceKey(std::string_view path);
 
@@ -31,8 +34,12 @@ int fileRank(std::string_view path);
 // `schema`.`table`, with the backticks doubled, as the transaction engine writes it.
 std::string quotedName(std::string_view schema, std::string_view table);
 
-// Whether the transaction engine's `lockTable` is the table or a partition of the table with that quoted name.
-bool namesTable(std::string_view lockTable, std::string_view quoted);
+// Such a name to show: schema.table.
+std::string unquoted(std::string_view quoted);
+
+// The transaction engine's name of a table or of a partition, "`schema`.`table` /* Partition `p` */", without the
+// latter: the quoted name of the table.
+std::string_view withoutPartition(std::string_view lockTable);
 
 }  // namespace xrmariadb
 

@@ -66,23 +66,24 @@ constexpr const char* kFileAccesses =
 
 // Transactions and locks. The two halves of a name are encoded apart, or the "/" between them would be encoded too.
 constexpr const char* kTransactions =
-    "SELECT trx_mysql_thread_id, trx_rows_locked, trx_rows_modified, trx_autocommit_non_locking "
-    "FROM information_schema.INNODB_TRX";
+    "SELECT trx_mysql_thread_id, trx_rows_locked, trx_tables_locked, trx_autocommit_non_locking, trx_id, "
+    "trx_requested_lock_id FROM information_schema.INNODB_TRX";
 
-constexpr const char* kWaits =
-    "SELECT t.trx_mysql_thread_id, l.lock_table, l.lock_type FROM information_schema.INNODB_TRX t "
-    "JOIN information_schema.INNODB_LOCKS l ON l.lock_id = t.trx_requested_lock_id";
+// The locks that transactions wait for and those that stand in their way; no others are listed anywhere. Who waits for
+// whom (INNODB_LOCK_WAITS) follows from the row and grows by the square of the waiters.
+constexpr const char* kConflicts =
+    "SELECT lock_id, lock_trx_id, lock_mode, lock_type, lock_table, lock_space FROM information_schema.INNODB_LOCKS";
 
 constexpr const char* kTableLocks =
     "SELECT OWNER_THREAD_ID, OBJECT_SCHEMA, OBJECT_NAME, CAST(CONVERT(OBJECT_SCHEMA USING filename) AS BINARY), "
-    "CAST(CONVERT(OBJECT_NAME USING filename) AS BINARY), LOCK_TYPE, LOCK_STATUS "
-    "FROM performance_schema.metadata_locks WHERE OBJECT_TYPE = 'TABLE'";
+    "CAST(CONVERT(OBJECT_NAME USING filename) AS BINARY), LOCK_TYPE, LOCK_STATUS, OBJECT_TYPE, LOCK_DURATION "
+    "FROM performance_schema.metadata_locks";
 
 // Of the plug-in that stands in for the above: granted locks only, under the session's own id.
 constexpr const char* kTableLocksOfPlugin =
     "SELECT THREAD_ID, TABLE_SCHEMA, TABLE_NAME, CAST(CONVERT(TABLE_SCHEMA USING filename) AS BINARY), "
-    "CAST(CONVERT(TABLE_NAME USING filename) AS BINARY), LOCK_MODE, 'GRANTED' "
-    "FROM information_schema.METADATA_LOCK_INFO WHERE LOCK_TYPE='Table metadata lock'";
+    "CAST(CONVERT(TABLE_NAME USING filename) AS BINARY), LOCK_MODE, 'GRANTED', "
+    "'TABLE', '' FROM information_schema.METADATA_LOCK_INFO WHERE LOCK_TYPE='Table metadata lock'";
 
 // Files.
 constexpr const char* kFiles =
@@ -90,7 +91,7 @@ constexpr const char* kFiles =
 
 // Ends a server whose InnoDB is read-only, by innodb_read_only or innodb_force_recovery=6: only for Files to send.
 constexpr const char* kTablespaces =
-    "SELECT NAME, FILENAME, PAGE_SIZE, FILE_SIZE FROM information_schema.INNODB_SYS_TABLESPACES";
+    "SELECT NAME, FILENAME, PAGE_SIZE, FILE_SIZE, SPACE FROM information_schema.INNODB_SYS_TABLESPACES";
 
 constexpr const char* kTablesInSystemTablespace =
     "SELECT NAME FROM information_schema.INNODB_SYS_TABLES WHERE SPACE = 0";

@@ -92,11 +92,12 @@ Value valueOr(const std::unordered_map<std::uint64_t, Value>& values, std::uint6
 std::unique_ptr<SessionSnapshot> takeSnapshot(Engine& engine) {
     auto snapshot = std::make_unique<SessionSnapshot>();
     const std::vector<Process> processes = readProcesses(engine);
-    const Transactions transactions = readTransactions(engine);
+    Transactions transactions = readTransactions(engine);
     const Threads threads = readThreads(engine);
     TableLocks locks = readTableLocks(engine, threads);
     Files files(engine);
     files.resolve(locks.tables);
+    files.locate(transactions.conflicts, locks.tables);
     snapshot->locks = joinLocks(processes, transactions, locks);
     snapshot->files.reserve(locks.tables.size());
     for (const LockedTable& table : locks.tables)

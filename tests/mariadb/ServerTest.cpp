@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -13,6 +14,7 @@
 #include <fstream>
 #include <map>
 #include <optional>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -26,6 +28,18 @@ constexpr const char* kPassword = "Never-To-Be-Seen";
 
 // The server answers what transactions do from a cache, which is renewed when nobody has read it for 100 ms.
 constexpr std::chrono::milliseconds kCacheAge{300};
+
+// Waits as the server's own views tell them, those for rows as "blocker<-waiter table".
+constexpr const char* kWaits =
+    "SELECT COALESCE(GROUP_CONCAT(DISTINCT line ORDER BY line SEPARATOR '|'), '') FROM ("
+    "SELECT CONCAT(IF(w.blocking_trx_id = 0, 0, b.trx_mysql_thread_id), '<-', r.trx_mysql_thread_id, ' ', "
+    "l.lock_table) AS line FROM "
+    "information_schema.innodb_lock_waits w JOIN information_schema.innodb_trx r ON r.trx_id = w.requesting_trx_id "
+    "JOIN information_schema.innodb_trx b ON b.trx_id = w.blocking_trx_id "
+    "JOIN information_schema.innodb_locks l ON l.lock_id = w.requested_lock_id UNION ALL "
+    "SELECT CONCAT(t.processlist_id, ' ', m.object_type, ' ', COALESCE(m.object_name, '')) FROM "
+    "performance_schema.metadata_locks m JOIN performance_schema.threads t ON t.thread_id = m.owner_thread_id "
+    "WHERE m.lock_status = 'PENDING') waits";
 
 // Everything that one pass of the monitor reads, with handle detail.
 struct Record {
@@ -122,6 +136,12 @@ protected:
             "CREATE DATABASE shop; USE shop; CREATE TABLE items (id INT PRIMARY KEY, v INT) ENGINE=InnoDB;"
             "INSERT INTO items SELECT seq, seq FROM seq_1_to_1000;"
             "CREATE TABLE `strange-ñ``name` LIKE items; INSERT INTO `strange-ñ``name` SELECT * FROM items;"
+            "CREATE TABLE orders LIKE items; INSERT INTO orders SELECT seq * 10, 1 FROM seq_1_to_100;"
+            "CREATE TABLE child (id INT PRIMARY KEY, p INT, FOREIGN KEY (p) REFERENCES items (id)) ENGINE=InnoDB;"
+            "CREATE TABLE numbered (id INT AUTO_INCREMENT PRIMARY KEY, v INT) ENGINE=InnoDB;"
+            "CREATE TABLE parts (id INT PRIMARY KEY, v INT) ENGINE=InnoDB PARTITION BY HASH (id) PARTITIONS 3;"
+            "INSERT INTO parts SELECT seq, 1 FROM seq_1_to_9;"
+            "CREATE DATABASE other; CREATE TABLE other.items LIKE items; INSERT INTO other.items VALUES (1, 1);"
             "CREATE TABLE old (id INT) ENGINE=MyISAM; SET GLOBAL innodb_file_per_table = 0;"
             "CREATE TABLE system_space (id INT) ENGINE=InnoDB; INSERT INTO system_space VALUES (1);"
             "SET GLOBAL innodb_file_per_table = 1");
@@ -173,6 +193,26 @@ protected:
     }
     static std::string nameOf(const Session& session) {
         return "root@" + addressOf(session) + " #" + std::to_string(session.id());
+    }
+    // The handles of a session, found to be the same in the files.
+    static std::string describe(const Record& record, char letter, std::uint32_t id) {
+        std::string text;
+        for (const XRKESDCLIENTHANDLEINFO& handle : record.sessionHandles.at(id)) {
+            std::string file = handle.fileName;
+            const auto handles = record.fileHandles.find(file);
+            if (handles != record.fileHandles.end()) {
+                file = std::regex_replace(file.substr(path("").size()), std::regex("^shop/|[.]ibd$"), "");
+                const bool same =
+                    std::count_if(handles->second.begin(), handles->second.end(), [&](const XRFILEHANDLEINFO& other) {
+                        return other.clientIndex == id && codes(other) == codes(handle);
+                    }) == 1;
+                EXPECT_TRUE(same) << file << " of " << letter;
+            }
+            text += std::string("|") + letter + " " + file + " " + std::to_string(handle.openMode) +
+                    static_cast<char>(handle.recordLockType) + std::to_string(handle.waitState) + " " +
+                    std::to_string(handle.transactionState);
+        }
+        return text;
     }
     static std::string path(const std::string& file) { return s_server->directory + "/data/" + file; }
 
@@ -356,16 +396,139 @@ TEST_F(MariadbServer, TheMonitorWritesTheSceneAsTextAndAsJson) {
     const std::string document = "SET @d = CONVERT(X'" + hex(json->output) + "' USING utf8mb4); SELECT ";
     EXPECT_EQ(s_server->ask(document + "JSON_VALID(@d)"), "1") << json->output;
     const std::string first = "$.sql_connection_manager_active_sessions.session_info[0]";
-    EXPECT_EQ(
-        s_server->ask(document + "JSON_VALUE(@d, '" + first + ".client_application'), JSON_VALUE(@d, '" + first +
-                      ".data_source_name'), JSON_EXTRACT(@d, '$.kestrin_active_sessions.active_session_info[*]."
-                      "session_handles.session_handles_info[*].transaction_state')"),
-        "A???[31m\tshop\t[\"Concurrent Lock\", \"Concurrent Lock\", \"Exclusive Lock\", \"None\", \"Concurrent Lock\", "
-        "\"Concurrent Lock\", \"Concurrent Lock\"]");
+    EXPECT_EQ(s_server->ask(document + "JSON_VALUE(@d, '" + first + ".client_application'), JSON_VALUE(@d, '" + first +
+                            ".data_source_name'), JSON_EXTRACT(@d, '$.kestrin_active_sessions.active_session_info[*]."
+                            "session_handles.session_handles_info[*].transaction_state')"),
+              "A???[31m\tshop\t[\"Concurrent Lock\", \"Concurrent Lock\", \"Concurrent Lock\", \"Concurrent Lock\", "
+              "\"Exclusive Lock\", \"None\", \"Concurrent Lock\", "
+              "\"Concurrent Lock\", \"Concurrent Lock\"]");
     // The server needs a moment to see that a client has left.
     std::this_thread::sleep_for(kCacheAge);
     EXPECT_EQ(s_server->ask("SELECT COUNT(*) FROM information_schema.processlist WHERE user='vexo'"), "0");
     EXPECT_EQ(s_server->ask("SHOW GLOBAL STATUS LIKE 'Aborted_clients'"), "Aborted_clients\t0");
+}
+
+// What stands in whose way. Sessions A, B... run their statements one after the other. "!" begins one that will block,
+// "-" closes the session.
+TEST_F(MariadbServer, ShowsWhoBlocksWhomOnWhichTable) {
+    const struct {
+        const char* what;
+        const char* statements;
+        const char* views;    // what the server itself says of waits
+        const char* handles;  // of each session: file, open mode, record locks, wait state, transaction state
+    } rows[] = {
+        {"a row, and locks on other tables",
+         "A BEGIN; A UPDATE other.items SET v = 0 WHERE id = 1; A UPDATE orders SET v = 0 WHERE id = 50; "
+         "A SELECT * FROM numbered; B!UPDATE orders SET v = 2 WHERE id = 50",
+         "A<-B `shop`.`orders`", "A other/items 0?0 1019|A numbered 254N0 1019|A orders 0S0 1019|B orders 0N1 1019"},
+        {"a chain",
+         "A BEGIN; A UPDATE orders SET v = 0 WHERE id = 50; B BEGIN; B UPDATE other.items SET v = 0 WHERE id = 1; "
+         "B!UPDATE orders SET v = 2 WHERE id = 50; C!UPDATE other.items SET v = 3 WHERE id = 1",
+         "A<-B `shop`.`orders`|B<-C `other`.`items`",
+         "A orders 0S0 1019|B other/items 0S0 1019|B orders 0N1 1019|C other/items 0N1 1019"},
+        {"two readers with locks",
+         "A BEGIN; A SELECT * FROM orders WHERE id = 10 LOCK IN SHARE MODE; B BEGIN; "
+         "B SELECT * FROM orders WHERE id = 10 LOCK IN SHARE MODE; C!DELETE FROM orders WHERE id = 10",
+         "0<-C `shop`.`orders`", "A orders 254S0 1019|B orders 254S0 1019|C orders 0N1 1019"},
+        {"one reader with locks, here and elsewhere",
+         "A BEGIN; A SELECT * FROM orders, items WHERE orders.id = 10 AND items.id = 1 LOCK IN SHARE MODE; B BEGIN; "
+         "B SELECT * FROM orders; C!DELETE FROM orders WHERE id = 10",
+         "0<-C `shop`.`orders`", "A items 254?0 1019|A orders 254S0 1019|B orders 254N0 1019|C orders 0N1 1019"},
+        {"a gap",
+         "A BEGIN; A SELECT * FROM orders WHERE id BETWEEN 15 AND 19 FOR UPDATE; B!INSERT INTO orders VALUES (17, 1)",
+         "A<-B `shop`.`orders`", "A orders 0S0 1019|B orders 0N1 1019"},
+        {"an inserted row",
+         "A BEGIN; A INSERT INTO orders VALUES (5, 1); A SELECT * FROM items LIMIT 1; B!INSERT INTO orders VALUES (5, "
+         "2)",
+         "A<-B `shop`.`orders`", "A items 254N0 1019|A orders 0S0 1019|B orders 0N1 1019"},
+        {"the other end of a foreign key",
+         "A BEGIN; A UPDATE items SET v = 0 WHERE id = 3; B!INSERT INTO child VALUES (1, 3)", "A<-B `shop`.`items`",
+         "A child 254N0 1019|A items 0S0 1019|B child 0N0 1019|B items 254N1 1019"},
+        {"perhaps there, if nobody waits", "A BEGIN; A INSERT INTO child VALUES (1, 3)", "", "A child 0?0 1019"},
+        {"rows of a temporary table lock nothing",
+         "A CREATE TEMPORARY TABLE t (id INT) ENGINE=InnoDB; A BEGIN; A INSERT INTO t VALUES (1), (2); "
+         "A SELECT * FROM items LIMIT 1",
+         "", "A items 254N0 1019"},
+        {"a change of the definition",
+         "A BEGIN; A SELECT * FROM items LIMIT 1; B!ALTER TABLE items ADD w INT; C!SELECT * FROM items LIMIT 1",
+         "B TABLE items|C TABLE items", "A items 254N0 1019|B items 0N2 0|C items 254N2 0"},
+        {"TRUNCATE", "A BEGIN; A SELECT * FROM orders LIMIT 1; B!TRUNCATE orders", "B TABLE orders",
+         "A orders 254N0 1019|B orders 0N2 0"},
+        {"LOCK TABLES",
+         "A LOCK TABLES items READ, orders WRITE; B!UPDATE items SET v = 1 WHERE id = 1; C!SELECT * FROM orders LIMIT "
+         "1",
+         "B TABLE items|C TABLE orders", "A items 254N0 0|A orders 252N0 19|B items 0N2 0|C orders 254N2 0"},
+        {"the global read lock", "A FLUSH TABLES WITH READ LOCK; B!UPDATE orders SET v = 2 WHERE id = 50", "B BACKUP ",
+         "A backup lock 254N0 0|B backup lock 0N2 0|B orders 0N2 0"},
+        {"BACKUP STAGE",
+         "B BEGIN; B UPDATE orders SET v = 2 WHERE id = 50; A BACKUP STAGE START; A BACKUP STAGE BLOCK_COMMIT; "
+         "B!COMMIT; "
+         "C!CREATE TABLE later (id INT)",
+         "B BACKUP |C BACKUP ", "A backup lock 254N0 0|B backup lock 0N2 1019|B orders 0S2 1019|C backup lock 0N2 0"},
+        {"BACKUP LOCK", "A BACKUP LOCK items; B!ALTER TABLE items ADD w INT", "B TABLE items",
+         "A items 254N0 0|B items 0N2 0"},
+        {"a user-level lock", "A DO GET_LOCK('Job 1', 0); B!DO GET_LOCK('Job 1', 9)", "B USER LEVEL LOCK Job 1",
+         "A user level lock Job 1 0N0 0|B user level lock Job 1 0N2 0"},
+        {"numbers to come",
+         "A!INSERT INTO numbered (v) SELECT IF(id = 10, 0, SLEEP(3)) FROM orders WHERE id < 30; "
+         "B!INSERT INTO numbered (v) VALUES (1)",
+         "A<-B `shop`.`numbered`", "A numbered 0?0 1019|A orders 254?0 1019|B numbered 0N2 1019"},
+        {"a partition", "A BEGIN; A UPDATE parts SET v = 0 WHERE id = 4; B!UPDATE parts SET v = 1 WHERE id = 4",
+         "A<-B `shop`.`parts` /* Partition `p1` */", "A parts#P#p1 0S0 1019|B parts#P#p1 0N1 1019"},
+        {"some partition, if nobody waits", "A BEGIN; A UPDATE parts SET v = 0 WHERE id = 4", "",
+         "A parts#P#p0 0?0 1019"},
+        {"a prepared transaction, with and without its session",
+         "A XA START 'x'; A UPDATE orders SET v = 0 WHERE id = 50; A XA END 'x'; A XA PREPARE 'x'; A-; "
+         "B!UPDATE orders SET v = 2 WHERE id = 50; C XA START 'y'; C UPDATE items SET v = 0 WHERE id = 7; C XA END "
+         "'y'; "
+         "C XA PREPARE 'y'; D!DELETE FROM items WHERE id = 7",
+         "0<-B `shop`.`orders`|C<-D `shop`.`items`",
+         "B orders 0N1 1019|C child 254N0 1019|C items 0S0 1019|D child 254N0 1019|D items 0N1 1019|transaction orders "
+         "S"},
+        {"the one that a deadlock spares",
+         "A BEGIN; A INSERT INTO numbered (v) SELECT v FROM items; A UPDATE orders SET v = 0 WHERE id = 50; B BEGIN; "
+         "B UPDATE other.items SET v = 0; A!UPDATE other.items SET v = 1; B!UPDATE orders SET v = 2",
+         "", "A other/items 0?0 1019|A items 254?0 1019|A numbered 0?0 1019|A orders 0?0 1019"},
+    };
+    ASSERT_EQ(connect(s_server->tcp, "vexo"), 0);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        std::map<char, std::unique_ptr<Session>> sessions;
+        std::string rest = row.statements;
+        for (std::string statement; !rest.empty(); rest.erase(0, statement.size() + 2)) {
+            statement = rest.substr(0, rest.find("; "));
+            if (rest.size() == statement.size()) rest += "; ";
+            std::unique_ptr<Session>& session = sessions[statement[0]];
+            if (session == nullptr) session = std::make_unique<Session>(*s_server);
+            if (statement[1] == ' ') session->run(statement.substr(2));
+            if (statement[1] == '!') session->begin(statement.substr(2));
+            if (statement[1] == '-') sessions.erase(statement[0]);
+            if (statement[1] != ' ') usleep(100000);
+        }
+        std::this_thread::sleep_for(kCacheAge);
+        const Record record = readRecord(m_handle);
+        std::string views = "|" + s_server->ask(kWaits);
+        std::string handles;
+        for (const auto& [letter, session] : sessions) {
+            const std::string id = std::to_string(session->id());
+            views = std::regex_replace(views, std::regex("\\b" + id + "(?=<-| )"), std::string(1, letter));
+            handles += describe(record, letter, session->id());
+        }
+        const auto& orders = record.fileHandles.at(path("shop/orders.ibd"));
+        if (!orders.empty() && orders.back().clientIndex == 0) {
+            EXPECT_EQ(std::string(orders.back().clientName).substr(0, 12), "transaction ");
+            handles += std::string("|transaction orders ") + static_cast<char>(orders.back().recordLockType);
+        }
+        EXPECT_EQ(views.substr(1), row.views);
+        EXPECT_EQ(handles.substr(1), row.handles);
+        // First those that wait, or what they wait for would be done.
+        for (auto session = sessions.rbegin(); session != sessions.rend(); ++session)
+            s_server->ask("KILL " + std::to_string(session->second->id()));
+        const std::string others = "SELECT COUNT(*) FROM information_schema.processlist WHERE db = 'shop'";
+        for (int wait = 0; wait < 100 && s_server->ask(others) != "0"; ++wait)
+            usleep(20000);
+        if (!s_server->ask("XA RECOVER").empty()) s_server->ask("XA ROLLBACK 'x'; XA ROLLBACK 'y'");
+    }
 }
 
 TEST_F(MariadbServer, PassesTheConformanceSuite) {
@@ -421,7 +584,8 @@ TEST_F(MariadbServer, DoesWithoutWhatIsMissingAndSaysSoOnce) {
     const Record record = readRecord(m_handle);
     EXPECT_EQ(record.sessions.at(holder).locksUsed, 1U);
     EXPECT_EQ(record.sessions.at(holder).pid, 0U);
-    EXPECT_TRUE(record.sessionHandles.at(holder).empty());
+    EXPECT_EQ(describe(record, 'H', holder), "|H items 0S0 1019") << "named because another one waits";
+    EXPECT_TRUE(record.sessionHandles.at(scene.many.id()).empty());
     EXPECT_EQ(record.files.at(path("shop/items.ibd")).pageSize, 16384U);
     EXPECT_NE(contents(m_log).find("no handles"), std::string::npos);
 }
@@ -455,7 +619,7 @@ TEST_F(MariadbServer, SessionsMayComeAndGoWhileRecordsAreTaken) {
         for (const auto& [file, list] : record.fileHandles) {
             handles += list.size();
             for (const XRFILEHANDLEINFO& handle : list) {
-                bad += handle.clientIndex == 0 || std::strchr("NSM", handle.recordLockType) == nullptr;
+                bad += handle.clientIndex == 0 || std::strchr("NSM?", handle.recordLockType) == nullptr;
             }
         }
     }
