@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <cstdint>
+
 #include "xradmin.h"
 
 std::int16_t XrStart(void* /*reserved*/) {

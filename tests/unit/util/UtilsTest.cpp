@@ -133,6 +133,7 @@ TEST(Utils, CreatesTheDirectoriesOfAFile) {
 
 TEST(Utils, CreatesDirectoriesThatOthersCreateMeanwhile) {
     std::vector<std::thread> others;
+    others.reserve(4);
     std::atomic<int> refused{0};
     for (int other = 0; other < 4; ++other) {
         others.emplace_back([&refused] {
