@@ -678,6 +678,7 @@ TEST_F(MariadbServer, AKilledServerEndsTheRecordWithAStatus) {
 }
 
 TEST_F(MariadbServer, SecureConnectionsAreVerifiedOrRefused) {
+    ::umask(022);  // the server that root starts runs as nobody and has to read these
     const std::string authority = s_server->directory + "/ca.pem";
     const std::string key = s_server->directory + "/key.pem";
     Program openssl(
