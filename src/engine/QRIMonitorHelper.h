@@ -43,7 +43,8 @@ public:
 
     // The open files. With handles, only files that have at least one.
     Ref<List<FileInfo>> getActiveFileInfoList(bool withHandles);
-    // The handles on one file; none when it is no longer open.
+    // The handles on one file; none when it is no longer open. Part of the published operations, as is
+    // getSessionFileHandleInfoList(): the reports get the handles with their file or session.
     Ref<List<FileHandleInfo>> getFileHandleInfoList(const String& fileName);
     // The sessions. With handles, only sessions that have at least one.
     Ref<List<SessionInfo>> getActiveSessionInfoList(bool withHandles);
@@ -71,13 +72,16 @@ private:
 // Frees a snapshot of the engine library on every way out. Made only after the snapshot was taken.
 class Snapshot {
 public:
-    Snapshot(std::int16_t (*free)(std::int32_t), std::int32_t handle) : m_free(free), m_handle(handle) {}
+    using Free = EngineFunction<std::int16_t (*)(std::int32_t)>;
+
+    // `free` is borrowed.
+    Snapshot(const Free& free, std::int32_t handle) : m_free(free), m_handle(handle) {}
     ~Snapshot() { m_free(m_handle); }
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
 
 private:
-    std::int16_t (*const m_free)(std::int32_t);
+    const Free& m_free;
     const std::int32_t m_handle;
 };
 

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <type_traits>
 
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
@@ -22,24 +23,26 @@ std::string libraryName() {
 
 XrApi loadEngineLibrary() {
     const MessageHelper messages("VEXO", "VEXO_");
-    const std::string name = libraryName();
-    void* const library = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    const std::string path = libraryName();
+    void* const library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) {
         const char* reason = ::dlerror();
-        throw Exception(messages.getResStr("ERR_ENGINE_LIBRARY", name.c_str(), reason ? reason : ""));
+        throw Exception(messages.getResStr("ERR_ENGINE_LIBRARY", path.c_str(), reason ? reason : ""));
     }
 
     XrApi api;
     std::string missing;
-    const auto find = [&](const char* function, auto& pointer) {
-        pointer = reinterpret_cast<std::remove_reference_t<decltype(pointer)>>(::dlsym(library, function));
-        if (!pointer) missing.append(missing.empty() ? "" : ", ").append(function);
+    const auto find = [&](const char* name, auto& function) {
+        using Function = typename std::remove_reference_t<decltype(function)>::Function;
+        void* const address = ::dlsym(library, name);
+        if (!address) missing.append(missing.empty() ? "" : ", ").append(name);
+        function = reinterpret_cast<Function>(address);
     };
 #define VEXO_XR_FIND(name) find(#name, api.name);
     XR_FUNCTIONS(VEXO_XR_FIND)
 #undef VEXO_XR_FIND
     if (!missing.empty()) {
-        throw Exception(messages.getResStr("ERR_ENGINE_FUNCTIONS", name.c_str(), missing.c_str()));
+        throw Exception(messages.getResStr("ERR_ENGINE_FUNCTIONS", path.c_str(), missing.c_str()));
     }
     return api;
 }

@@ -3,14 +3,14 @@
 #ifndef VEXO_ENGINE_XRAPI_H
 #define VEXO_ENGINE_XRAPI_H
 
-#include "foundation/String.h"
+#include "engine/EngineCall.h"
 #include "xradmin.h"
 
 namespace vexo {
 
-// One pointer for each function of the interface, under its name.
+// Each function of the interface, under its name.
 struct XrApi {
-#define VEXO_XR_MEMBER(name) decltype(&::name) name = nullptr;
+#define VEXO_XR_MEMBER(name) EngineFunction<decltype(&::name)> name{#name};
     XR_FUNCTIONS(VEXO_XR_MEMBER)
 #undef VEXO_XR_MEMBER
 };

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "engine/EngineCall.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+namespace vexo {
+namespace {
+
+// Composed beforehand: a handler must not allocate.
+struct Report {
+    std::string before;
+    std::string after;
+};
+const Report* s_report = nullptr;
+
+// The stack may be what is exhausted. Far more than the largest signal frame.
+constexpr std::size_t kStackSize = 65536;
+
+void say(std::string_view text) {
+    static_cast<void>(!::write(STDERR_FILENO, text.data(), text.size()));
+}
+
+// The disposition is the default again by now, and the signal held until the handler returns.
+void onCrash(int signal) {
+    if (const char* call = s_runningCall.load(std::memory_order_relaxed)) {
+        say(s_report->before);
+        say(call);
+        say(s_report->after);
+    }
+    std::raise(signal);
+}
+
+void useStackOfItsOwn() {
+    static std::array<std::byte, kStackSize> memory;
+    stack_t stack{};
+    stack.ss_sp = memory.data();
+    stack.ss_size = memory.size();
+    ::sigaltstack(&stack, nullptr);
+}
+
+}  // namespace
+
+void reportCrashes(std::string before, std::string after) {
+    static Report report;
+    report = {std::move(before), std::move(after)};
+    s_report = &report;
+    bool any = false;
+    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
+        struct sigaction action {};
+        if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
+        action = {};
+        action.sa_handler = onCrash;
+        action.sa_flags = static_cast<int>(SA_ONSTACK | SA_RESETHAND);
+        sigemptyset(&action.sa_mask);
+        any |= ::sigaction(signal, &action, nullptr) == 0;
+    }
+    if (any) useStackOfItsOwn();
+}
+
+}  // namespace vexo
