@@ -46,6 +46,12 @@ private:
     int m_errorNumber;
 };
 
+// The terminal that was to be written to has gone.
+class HangUpException : public StreamException {
+public:
+    using StreamException::StreamException;
+};
+
 // An operation of the system failed with a result code, often without a text.
 class ResultException : public Exception {
 public:

@@ -3,7 +3,7 @@
 
 #include <pthread.h>
 
-#include <csignal>
+#include <clocale>
 #include <memory>
 #include <string>
 #include <utility>
@@ -18,10 +18,12 @@ constexpr std::size_t kSystemNameBytes = 15;
 struct Start {
     NamedThread::Function function;
     void* arguments;
+    locale_t locale;
 };
 
 void* run(void* start) {
     const std::unique_ptr<Start> own(static_cast<Start*>(start));
+    ::uselocale(own->locale);
     own->function(own->arguments);
     return nullptr;
 }
@@ -31,18 +33,16 @@ void* run(void* start) {
 NamedThread::NamedThread(String name) : m_name(std::move(name)) {
 }
 
-ResultCode NamedThread::start(Function function, void* arguments) const {
+ResultCode NamedThread::start(Function function, void* arguments, std::size_t stackBytes) const {
     const std::string systemName = narrowUpTo(m_name, kSystemNameBytes);
-    auto start = std::make_unique<Start>(Start{function, arguments});
+    auto start = std::make_unique<Start>(Start{function, arguments, ::uselocale(nullptr)});
 
-    // The thread inherits the mask of its creator.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    pthread_attr_t attributes;
+    if (const int error = pthread_attr_init(&attributes)) return resultCodeOf(error);
+    if (stackBytes != 0) pthread_attr_setstacksize(&attributes, stackBytes);
     pthread_t thread{};
-    const int error = pthread_create(&thread, nullptr, run, start.get());
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    const int error = pthread_create(&thread, &attributes, run, start.get());
+    pthread_attr_destroy(&attributes);
     if (error != 0) return resultCodeOf(error);
 
     static_cast<void>(start.release());  // the thread has it now

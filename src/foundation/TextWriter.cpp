@@ -15,6 +15,16 @@ namespace {
 
 constexpr std::size_t kBufferSize = 2048;
 
+// Whether an error of a write comes from a terminal whose other side was closed: it fails in everything then.
+bool isHangUp(int descriptor, int error) {
+    return error == EIO && ::isatty(descriptor) == 0 && errno == EIO;
+}
+
+[[noreturn]] void raiseWriteError(int descriptor, const String& name, int error) {
+    if (isHangUp(descriptor, error)) throw HangUpException(name, error);
+    throw StreamException(name, error);
+}
+
 }  // namespace
 
 Ref<TextWriter> TextWriter::onStandardOutput(Flushing flushing) {
@@ -77,8 +87,7 @@ void TextWriter::writeOut(const char* data, std::size_t size) {
             pollfd target{m_descriptor, POLLOUT, 0};
             static_cast<void>(::poll(&target, 1, -1));
         } else if (errno != EINTR) {
-            const int error = errno;
-            throw StreamException(m_name, error);
+            raiseWriteError(m_descriptor, m_name, errno);
         }
     }
 }

@@ -13,7 +13,8 @@
 namespace vexo {
 
 // Collects text in a buffer of 2048 bytes, which grows for a longer line, so that a flushed line is one write(2).
-// A write that fails throws StreamException; what was buffered is then gone.
+// A write that fails throws StreamException, a HangUpException when the target is a terminal that has gone; what was
+// buffered is then lost.
 class TextWriter : public RefCounted {
 public:
     enum class Flushing { kByHand, kAfterEveryLine };

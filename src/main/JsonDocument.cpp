@@ -16,10 +16,13 @@ void displayJSONHeader(bool json, int a, int b) {
     static Document trackHeader = Document::kNotOpen;
     if (!json) return;
     if (a == 0 && b == 0) {
-        const bool open = trackHeader != Document::kNotOpen;
-        trackHeader = open ? Document::kNotOpen : Document::kOpenedHere;
-        if (open) return;
-        for (const String& line : documentHeader(*s_vexoMessageHelper))
+        if (trackHeader != Document::kNotOpen) {
+            trackHeader = Document::kNotOpen;
+            return;
+        }
+        const auto header = documentHeader(*s_vexoMessageHelper);  // when memory runs out here, nothing has happened
+        trackHeader = Document::kOpenedHere;
+        for (const String& line : header)
             s_pw->writeLine(line);
     } else if (a == 0 && b == 1) {
         trackHeader = Document::kMonitor;

@@ -2,7 +2,7 @@
 // The two modes that write more than one record: on a timer, and on a key press.
 #include <algorithm>
 
-#include "foundation/StandardInput.h"
+#include "monitor/KeyReader.h"
 #include "monitor/Keys.h"
 #include "monitor/MonitorProcessor.h"
 
@@ -17,7 +17,7 @@ constexpr std::int64_t kSleepSliceMs = 3000;
 }  // namespace
 
 void MonitorProcessor::incrementalSleep(std::int64_t milliseconds) {
-    while (milliseconds > 0 && !s_stopped) {
+    while (milliseconds > 0 && !stopRequested()) {
         const std::int64_t slice = std::min(milliseconds, kSleepSliceMs);
         sleepUnlessSignalled(slice);
         milliseconds -= slice;
@@ -36,7 +36,8 @@ void MonitorProcessor::processMonitorRequestsUntilStopped(bool json) {
         limited ? m_messages->getResStr("INFO_EXIT_W_LIMIT", limit) : m_messages->getResStr("INFO_EXIT") + L" ";
 
     std::int32_t count = 0;
-    while (!s_stopped) {
+    bool stop = s_stopped;  // a signal alone does not cost the run its first record
+    while (!stop) {
         processMonitorRequests(json);
         ++count;
         if (limited && count >= limit) s_stopped = true;
@@ -46,9 +47,10 @@ void MonitorProcessor::processMonitorRequestsUntilStopped(bool json) {
             prompt->write(promptText);
             prompt->writeLine(limited ? concat(L"  (", count, L" of ", limit, L")") : L" ");
         }
-        if (!s_stopped) incrementalSleep(interval);
+        incrementalSleep(interval);
+        stop = stopRequested();
     }
-    if (input && input->failed) std::rethrow_exception(input->failure);
+    if (input) raiseInputFailure(*input);
 }
 
 void MonitorProcessor::processMonitorRequestManually(bool json) {
@@ -59,8 +61,9 @@ void MonitorProcessor::processMonitorRequestManually(bool json) {
 
     int reads = 0;
     int badReads = 0;
-    while (waitForInput()) {
-        const int key = readStandardInput();
+    KeyReader keys(*m_messages);
+    while (const std::optional<int> next = keys.next()) {
+        const int key = *next;
         if (isKey(key, 'Q')) return prompt->writeLine(m_messages->getResStr("MSG_EXIT"));
         if (isKey(key, 'R')) {
             processMonitorRequests(json);

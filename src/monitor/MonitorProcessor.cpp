@@ -1,14 +1,34 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/MonitorProcessor.h"
 
+#include <algorithm>
+#include <string>
+
+#include "engine/EngineCall.h"
 #include "engine/XrApi.h"
+#include "foundation/Encoding.h"
+#include "monitor/StopSignals.h"
 #include "output/DocumentHeader.h"
+#include "output/ErrorLine.h"
 #include "output/Logger.h"
 
 namespace vexo {
 
 Ref<TextWriter> pw;
 Ref<TextWriter> errpw;
+
+namespace {
+
+// The sentence is composed around a name that is only known when a call crashes.
+void reportCrashesOfCalls(const MessageHelper& messages, bool json) {
+    constexpr char kName = '\1';
+    const char name[] = {kName, '\0'};
+    const std::string line = narrow(errorLine(messages.getResStr("ERR_ENGINE_CRASH", &name[0]), json)) + "\n";
+    const std::size_t place = std::min(line.find(kName), line.size() - 1);
+    reportCrashes(line.substr(0, place), line.substr(place + (line[place] == kName ? 1 : 0)));
+}
+
+}  // namespace
 
 MonitorProcessor::MonitorProcessor(const ConfigData* configuration, bool json)
     : m_configuration(configuration), m_messages(makeRef<MessageHelper>("VEXO", "VEXO_")) {
@@ -22,16 +42,13 @@ MonitorProcessor::~MonitorProcessor() {
 }
 
 void MonitorProcessor::startMonitoring(bool runOnce, bool json) {
-    installStopSignals();
     createOutputFormatter();
     if (json) {
         for (const String& line : documentHeader(*m_messages))
             m_format->putData(line, 0);
     }
     printConfiguration(json);
-    m_engine = std::make_unique<QRIMonitorHelper>(loadEngineLibrary());
-    m_engine->connect(m_configuration->server, m_configuration->userName, m_configuration->password);
-    m_engineType = m_engine->getEngineType();
+    connect(json);
     printRecordHeader(json);
     if (runOnce) {
         processMonitorRequests(json);
@@ -41,6 +58,16 @@ void MonitorProcessor::startMonitoring(bool runOnce, bool json) {
         processMonitorRequestManually(json);
     }
     if (json) m_format->putData(L"}", 0);
+}
+
+void MonitorProcessor::connect(bool json) {
+    // Until here there is nothing to release, and the library may be a pipe that blocks: a signal just ends the process.
+    const XrApi api = loadEngineLibrary();
+    reportCrashesOfCalls(*m_messages, json);
+    holdStopSignals();
+    m_engine = std::make_unique<QRIMonitorHelper>(api);
+    m_engine->connect(m_configuration->server, m_configuration->userName, m_configuration->password);
+    m_engineType = m_engine->getEngineType();
 }
 
 void MonitorProcessor::createOutputFormatter() {

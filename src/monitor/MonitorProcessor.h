@@ -20,7 +20,8 @@
 
 namespace vexo {
 
-// The report side's writers on standard output and standard error; empty until a MonitorProcessor is made.
+// The report side's writers on standard output and standard error; empty until a MonitorProcessor is made. Set for
+// whoever builds on this class; the monitor itself writes through its formatter and its prompt writers.
 extern Ref<TextWriter> pw;
 extern Ref<TextWriter> errpw;
 
@@ -53,6 +54,7 @@ public:
     StringView getReadOnlyFlagString(int code) const { return getMapValue(m_booleanFlags, code); }
     StringView getRecordLocksString(int code) const { return getMapValue(m_booleanFlags, code); }
     StringView getTransactionLockString(int code) const { return getMapValue(m_booleanFlags, code); }
+    // Part of the published operations; no report needs it.
     StringView getBooleanStateString(int code) const { return getMapValue(m_booleanFlags, code); }
     StringView getOpenModeString(int code) const { return getMapValue(m_openModes, code); }
     StringView getRecordLockTypeString(int code) const { return getMapValue(m_recordLockTypes, code); }
@@ -73,6 +75,7 @@ public:
 
 private:
     void createOutputFormatter();
+    void connect(bool json);
     void printConfiguration(bool json);
     void printConfigurationNV(StringView name, StringView value, bool json, int kind);
     void printRecordHeader(bool json);
@@ -83,6 +86,8 @@ private:
     void processMonitorRequestManually(bool json);
     Ref<UserInputThreadArgs> startUserInputThread(const Ref<TextWriter>& writer);
     static void readUserInput(void* args);
+    // Throws what kept the keyboard thread from writing its last line, unless a signal ended the run.
+    static void raiseInputFailure(const UserInputThreadArgs& input);
 
     void processActiveFiles(bool json);
     void processActiveFileInfo(const FileInfo* file, bool json);

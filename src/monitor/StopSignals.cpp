@@ -2,13 +2,20 @@
 #include "monitor/StopSignals.h"
 
 #include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <ctime>
+#include <limits>
+
+#include "foundation/Exception.h"
+#include "foundation/NamedThread.h"
+#include "messages/MessageHelper.h"
 
 namespace vexo {
 
@@ -16,69 +23,136 @@ std::atomic<bool> s_stopped{false};
 
 namespace {
 
-static_assert(std::atomic<bool>::is_always_lock_free, "the flag is set in a signal handler");
+using Clock = std::chrono::steady_clock;
 
 constexpr std::array<int, 3> kStopSignals{SIGINT, SIGTERM, SIGHUP};
 
-// The signal's own disposition is the default again by now, so raising it ends the process.
-void onStopSignal(int signal) {
-    if (s_stopped.exchange(true)) std::raise(signal);
+// A signal that comes again this soon was sent once: `timeout`, for one, signals its child and then its group.
+constexpr auto kRepeats = std::chrono::milliseconds(50);
+
+// A shell that is told of a closed terminal passes it on as soon as it gets to run.
+constexpr std::int64_t kHangUpMs = 2000;
+
+// The thread that waits for signals has next to nothing on its stack; room enough for the sanitizers.
+constexpr std::size_t kStackBytes = 1 << 18;
+
+std::atomic<bool> s_signalled{false};
+int s_wakeUp = -1;  // becomes readable with the first signal, and stays so
+sigset_t s_held;
+std::atomic<pthread_t> s_watcher;
+
+siginfo_t waitForSignal() {
+    siginfo_t signal{};
+    while (::sigwaitinfo(&s_held, &signal) < 0) {
+    }
+    return signal;
 }
 
-// Holds the stop signals back, so that none slips in between a look at the flag and the wait that it should end; the
-// wait itself lets them through.
-class HeldSignals {
-public:
-    HeldSignals() {
-        sigset_t held;
-        sigemptyset(&held);
-        for (const int signal : kStopSignals)
-            sigaddset(&held, signal);
-        pthread_sigmask(SIG_BLOCK, &held, &m_before);
+// Whether `next` asks again, rather than being the first one's echo. When a terminal closes, the shell passes SIGHUP on
+// and the system sends it once more as the shell ends.
+bool asksAgain(const siginfo_t& first, const siginfo_t& next, Clock::duration since) {
+    if (next.si_signo != first.si_signo) return true;
+    const bool hangUp = next.si_signo == SIGHUP && next.si_code == SI_KERNEL;
+    return !hangUp && since >= kRepeats;
+}
+
+void endBy(int signal) {
+    std::signal(signal, SIG_DFL);
+    sigset_t one;
+    sigemptyset(&one);
+    sigaddset(&one, signal);
+    pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
+    std::raise(signal);
+}
+
+// Runs on a thread that the engine library started while it was being loaded, before the signals were held.
+void passOn(int signal) {
+    const int error = errno;
+    pthread_kill(s_watcher, signal);
+    errno = error;
+}
+
+void passSignalsOn() {
+    struct sigaction action {};
+    action.sa_handler = passOn;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : kStopSignals)
+        if (sigismember(&s_held, signal) == 1) ::sigaction(signal, &action, nullptr);
+}
+
+void watch(void* /*arguments*/) {
+    s_watcher = pthread_self();
+    passSignalsOn();
+    const siginfo_t first = waitForSignal();
+    const auto arrival = Clock::now();
+    s_signalled = true;
+    constexpr std::uint64_t kOne = 1;
+    static_cast<void>(!::write(s_wakeUp, &kOne, sizeof kOne));
+    for (;;) {
+        const siginfo_t next = waitForSignal();
+        if (asksAgain(first, next, Clock::now() - arrival)) endBy(next.si_signo);
     }
-    ~HeldSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    HeldSignals(const HeldSignals&) = delete;
-    HeldSignals& operator=(const HeldSignals&) = delete;
+}
 
-    const sigset_t* before() const { return &m_before; }
-
-private:
-    sigset_t m_before{};
-};
+// The stop signals that are not ignored.
+sigset_t heededSignals() {
+    sigset_t heeded;
+    sigemptyset(&heeded);
+    for (const int signal : kStopSignals) {
+        struct sigaction action {};
+        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) sigaddset(&heeded, signal);
+    }
+    return heeded;
+}
 
 }  // namespace
 
-void installStopSignals() {
-    for (const int signal : kStopSignals) {
-        struct sigaction action {};
-        if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
-        action = {};
-        action.sa_handler = onStopSignal;
-        // System calls of the engine library go on undisturbed; the waits below are interrupted all the same.
-        action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
-        sigemptyset(&action.sa_mask);
-        ::sigaction(signal, &action, nullptr);
-    }
+void holdStopSignals() {
+    const MessageHelper messages("VEXO", "VEXO_");
+    const auto refuse = [&messages](ResultCode code) {
+        throw ResultException(code, messages.getResStr("ERR_SIGNAL_THREAD", code));
+    };
+    s_wakeUp = ::eventfd(0, EFD_CLOEXEC);
+    if (s_wakeUp < 0) refuse(resultCodeOf(errno));
+
+    s_held = heededSignals();
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &s_held, &before);
+    const ResultCode refused = NamedThread(L"VexoSignalThread").start(watch, nullptr, kStackBytes);
+    if (refused == kSuccess) return;
+    // Nobody would ever see them.
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    refuse(refused);
+}
+
+bool wasSignalled() {
+    return s_signalled;
 }
 
 void sleepUnlessSignalled(std::int64_t milliseconds) {
-    using Clock = std::chrono::steady_clock;
-    const HeldSignals held;
     const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
-    while (!s_stopped) {
-        const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(end - Clock::now()).count();
+    while (!s_signalled) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
         if (left <= 0) return;
-        const timespec timeout{left / 1'000'000'000, left % 1'000'000'000};
-        if (::ppoll(nullptr, 0, &timeout, held.before()) == 0) return;
+        pollfd signalled{s_wakeUp, POLLIN, 0};
+        ::poll(&signalled, 1, static_cast<int>(std::min<std::int64_t>(left, std::numeric_limits<int>::max())));
     }
 }
 
-bool waitForInput() {
-    const HeldSignals held;
-    while (!s_stopped) {
-        pollfd input{STDIN_FILENO, POLLIN, 0};
-        // Anything but an interruption is for the read to find out.
-        if (::ppoll(&input, 1, nullptr, held.before()) >= 0 || errno != EINTR) return true;
+bool hangUpIsSignalled() {
+    sleepUnlessSignalled(kHangUpMs);
+    return wasSignalled();
+}
+
+bool waitUnlessSignalled(int descriptor) {
+    pollfd either[] = {
+        {descriptor, POLLIN, 0},
+        {s_wakeUp,   POLLIN, 0}
+    };
+    while (!s_signalled) {
+        // Whatever else is the matter with the descriptor is for the read to find out.
+        if (::poll(either, 2, -1) > 0 && either[0].revents != 0 && !s_signalled) return true;
     }
     return false;
 }

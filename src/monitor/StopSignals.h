@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Ending a run from outside: the flag that asks for it, the signals that set it, and waits that it cuts short.
+// Ending a run: the flag that asks for it from inside, the signals that do from outside, and waits that they cut short.
 #ifndef VEXO_MONITOR_STOPSIGNALS_H
 #define VEXO_MONITOR_STOPSIGNALS_H
 
@@ -8,18 +8,32 @@
 
 namespace vexo {
 
-// Set once by whoever decides that the run ends, the keyboard thread, the main thread or a signal; never set back.
+// Set once by whoever decides that the run ends, the keyboard thread or the main thread; never set back. Signals leave
+// it alone: being signalled is another fact, and neither of the two makes the other one worse.
 extern std::atomic<bool> s_stopped;
 
-// Lets SIGINT, SIGTERM and SIGHUP set the flag instead of ending the process; the next one of them ends it as the
-// system does. A signal that was ignored when the program started stays ignored.
-void installStopSignals();
+// From here on the first SIGINT, SIGTERM or SIGHUP only makes wasSignalled() true; the calling thread, and those that
+// it or the engine library starts from here on, never see it. The next one ends the process as the system does. A
+// signal that is ignored at this moment stays ignored. Throws ResultException with a text when the system has no room
+// for what this takes.
+void holdStopSignals();
 
-// Sleeps, at most for `milliseconds`. A signal ends the wait at once, other stops are not noticed.
+bool wasSignalled();
+
+// Whether the run shall end, by the flag or by a signal.
+inline bool stopRequested() {
+    return s_stopped || wasSignalled();
+}
+
+// Sleeps for `milliseconds`, until a signal comes. The flag is not noticed.
 void sleepUnlessSignalled(std::int64_t milliseconds);
 
-// Waits until standard input can be read; false as soon as a signal asks to stop.
-bool waitForInput();
+// Whether the hang-up of the terminal, which a read or a write has just met with, came or comes as a signal too. Both
+// happen nearly at once, in either order, so this waits a while for the signal.
+bool hangUpIsSignalled();
+
+// Waits until `descriptor` can be read; false as soon as a signal has come.
+bool waitUnlessSignalled(int descriptor);
 
 }  // namespace vexo
 

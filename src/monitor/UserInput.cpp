@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The keyboard thread of the timer mode. It shares the stop flag and what it was handed, and nobody waits for it.
+#include <chrono>
+#include <thread>
+
 #include "foundation/Exception.h"
 #include "foundation/NamedThread.h"
 #include "foundation/StandardInput.h"
@@ -11,7 +14,7 @@ namespace {
 
 using Arguments = MonitorProcessor::UserInputThreadArgs;
 
-constexpr std::int64_t kSettleMs = 100;
+constexpr auto kSettle = std::chrono::milliseconds(100);
 
 // Reads keys until the run is to end; gives the line that tells why.
 const String& readUntilStop(const Arguments& arguments) {
@@ -47,7 +50,7 @@ Ref<MonitorProcessor::UserInputThreadArgs> MonitorProcessor::startUserInputThrea
 
 void MonitorProcessor::readUserInput(void* args) {
     const auto arguments = Ref<UserInputThreadArgs>::adopt(static_cast<UserInputThreadArgs*>(args));
-    sleepUnlessSignalled(kSettleMs);
+    std::this_thread::sleep_for(kSettle);
     const String& lastLine = readUntilStop(*arguments);
     // The line goes out before the flag is set: behind it, the main thread may end the process at any time.
     try {
@@ -57,6 +60,15 @@ void MonitorProcessor::readUserInput(void* args) {
         arguments->failed = true;
     }
     s_stopped = true;
+}
+
+void MonitorProcessor::raiseInputFailure(const UserInputThreadArgs& input) {
+    if (!input.failed || wasSignalled()) return;
+    try {
+        std::rethrow_exception(input.failure);
+    } catch (const HangUpException&) {
+        if (!hangUpIsSignalled()) throw;
+    }
 }
 
 }  // namespace vexo

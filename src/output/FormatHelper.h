@@ -31,7 +31,7 @@ public:
     // The title in upper case between two rules of its length, each of the three lines indented by `indent` tabs.
     void putHeader(StringView title, int indent);
     void putHeader(std::initializer_list<Piece> title, int indent);
-    // One line at level SEVERE, never indented.
+    // One line at level SEVERE, never indented. A published operation; errors of the monitor go to standard error.
     void putError(StringView message);
 
 private:

@@ -33,6 +33,7 @@ public:
     // Writes `message` and a line feed to every handler, in the order they were added, if `level` reaches the
     // threshold. Throws StreamException when a handler fails; the lines of those before it stay written.
     void log(Level level, StringView message);
+    // The published operations, one for each level; the reports need info() and, for errors, severe().
     void severe(StringView message) { log(Level::kSevere, message); }
     void warning(StringView message) { log(Level::kWarning, message); }
     void info(StringView message) { log(Level::kInfo, message); }

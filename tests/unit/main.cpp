@@ -11,6 +11,7 @@ class Surroundings : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo& /*test*/) override {
         m_directory = ::mkdtemp(std::string(testing::TempDir() + "vexo-XXXXXX").data());
         std::filesystem::current_path(m_directory);
+        ::uselocale(LC_GLOBAL_LOCALE);
         std::setlocale(LC_CTYPE, "C.UTF-8");
         for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
             ::unsetenv(name);

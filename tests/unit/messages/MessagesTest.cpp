@@ -103,6 +103,8 @@ TEST(Bundles, AgreeInEveryLanguageWithWhatTheProgramPasses) {
                                                           {"VEXO_USAGE", ""},
                                                           {"VEXO_FATAL_ERROR", "d"},
                                                           {"VEXO_THREAD_FATAL_ERROR", "d"},
+                                                          {"VEXO_ERR_SIGNAL_THREAD", "d"},
+                                                          {"VEXO_ERR_ENGINE_CRASH", "s"},
                                                           {"VEXO_MSG_EXIT", ""},
                                                           {"VEXO_ERR_INTERACTIVE_INPUT", ""},
                                                           {"VEXO_INFO_EXIT", ""},

@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: MIT
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <clocale>
 #include <csignal>
 #include <future>
 
 #include "Support.h"
+#include "foundation/LineReader.h"
+#include "foundation/Locale.h"
 #include "foundation/NamedThread.h"
 #include "foundation/StandardInput.h"
 #include "monitor/Keys.h"
@@ -37,38 +43,100 @@ TEST(IncrementalSleep, EndsWithinThreeSecondsOfAStop) {
     s_stopped = false;
 }
 
-// Ends with 0 when the flag is set, else with 1.
-void sleepAfter(int raised) {
-    installStopSignals();
-    if (raised != 0) std::raise(raised);
-    ::_exit(s_stopped ? 0 : 1);
+// Ends with 0 when `wait` is cut short by the signal that comes meanwhile, else with 1.
+template <typename Wait>
+void signalled(int signal, Wait wait) {
+    holdStopSignals();
+    const pid_t waiting = ::getpid();
+    if (::fork() == 0) ::usleep(100'000), ::kill(waiting, signal), ::_exit(0);
+    ::_exit(wait() && wasSignalled() && !s_stopped ? 0 : 1);
 }
 
-TEST(StopSignalsDeathTest, SetTheFlagOnceAndEndTheWaits) {
-    const auto stopped = testing::ExitedWithCode(0);
+TEST(StopSignalsDeathTest, EndTheWaitsAndThenTheProcess) {
+    const auto inOrder = testing::ExitedWithCode(0);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        EXPECT_EXIT((std::signal(signal, SIG_DFL), sleepAfter(signal)), stopped, "") << signal;
-        EXPECT_EXIT((std::signal(signal, SIG_IGN), sleepAfter(signal)), testing::ExitedWithCode(1), "") << signal;
-        EXPECT_EXIT((installStopSignals(), std::raise(signal), std::raise(SIGTERM), std::raise(SIGTERM)),
-                    testing::KilledBySignal(SIGTERM), "");
-        const auto signalled = [](int number, auto wait) {
-            installStopSignals();
-            const pid_t waiting = ::getpid();
-            if (::fork() == 0) ::usleep(100'000), ::kill(waiting, number), ::_exit(0);
-            ::_exit(wait() ? 0 : 1);
-        };
-        EXPECT_EXIT(signalled(signal, [] { return sleptMs(20'000) < 10'000; }), stopped, "");
+        EXPECT_EXIT(signalled(signal, [] { return sleptMs(20'000) < 10'000; }), inOrder, "");
         EXPECT_EXIT(signalled(signal,
                               [] {
                                   const Pipe pipe;
-                                  ::dup2(pipe.in.get(), STDIN_FILENO);
-                                  return !waitForInput();
+                                  return !waitUnlessSignalled(pipe.in.get());
                               }),
-                    stopped, "");
+                    inOrder, "");
+        // The call that is running goes on.
+        EXPECT_EXIT(signalled(signal, [] { return ::usleep(500'000) == 0; }), inOrder, "");
+        // Whether something else stopped the run before does not matter.
+        EXPECT_EXIT((s_stopped = true, holdStopSignals(), ::kill(::getpid(), signal), ::usleep(200'000),
+                     ::_exit(wasSignalled() ? 0 : 1)),
+                    inOrder, "");
+        // Ignored from the start.
+        EXPECT_EXIT((std::signal(signal, SIG_IGN), holdStopSignals(), ::kill(::getpid(), signal), sleptMs(100),
+                     ::_exit(wasSignalled() ? 1 : 0)),
+                    inOrder, "");
+        EXPECT_EXIT((holdStopSignals(), ::kill(::getpid(), signal), ::usleep(200'000), ::kill(::getpid(), SIGTERM),
+                     ::usleep(2'000'000)),
+                    testing::KilledBySignal(SIGTERM), "");
     }
 }
 
-TEST(NamedThread, ShowsTheStartOfItsNameAndLeavesSignalsToOthers) {
+void interrupt(pthread_t thread, int times) {
+    for (int i = 0; i < times; ++i)
+        ::usleep(20'000), pthread_kill(thread, SIGUSR1);
+}
+
+TEST(ReadsAndWrites, GoOnWhenInterruptedAndWhereTheStreamDoesNotBlock) {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    ::sigaction(SIGUSR1, &action, nullptr);
+    const FileDescriptor keyboard(::dup(STDIN_FILENO));
+    for (const bool blocks : {true, false}) {
+        const Pipe pipe;
+        if (blocks) ::fcntl(pipe.in.get(), F_SETFL, 0), ::fcntl(pipe.out.get(), F_SETFL, 0);
+        ::dup2(pipe.in.get(), STDIN_FILENO);
+        auto key = std::async(std::launch::async, [reader = pthread_self(), &pipe] {
+            interrupt(reader, 3);
+            return ::write(pipe.out.get(), "k", 1);
+        });
+        EXPECT_EQ(readStandardInput(), 'k');
+        key.get();
+
+        const auto drained = std::async(std::launch::async, [writer = pthread_self(), &pipe] {
+            interrupt(writer, 3);
+            std::size_t count = 0;
+            for (char some[4096]; count <= 200'000; ::usleep(100))
+                count += std::size_t(std::max(ssize_t{0}, ::read(pipe.in.get(), some, sizeof some)));
+        });
+        makeRef<TextWriter>(pipe.out.get(), L"", TextWriter::Flushing::kAfterEveryLine)
+            ->writeLine(String(200'000, L'x'));
+    }
+    ::dup2(keyboard.get(), STDIN_FILENO);
+    // A settings file may be a pipe too; opening it waits for a writer.
+    ::mkfifo("fifo", 0600);
+    const auto written = std::async(std::launch::async, [reader = pthread_self()] {
+        interrupt(reader, 3);
+        const FileDescriptor out(::open("fifo", O_WRONLY));
+        interrupt(reader, 3);
+        return ::write(out.get(), "line\n", 5);
+    });
+    String line;
+    EXPECT_TRUE(LineReader(openForReading(L"fifo"), L"fifo").readLine(line));
+    EXPECT_EQ(line, L"line");
+}
+
+TEST(FileDescriptor, IsClosedWithItsOwnerAndInOtherPrograms) {
+    writeFile("file", "");
+    const auto isOpen = [](int number) { return ::fcntl(number, F_GETFD) != -1; };
+    FileDescriptor kept = openForReading(L"file");
+    const int first = kept.get();
+    EXPECT_EQ(::fcntl(first, F_GETFD), FD_CLOEXEC);
+    kept = openLogFile(L"log");
+    EXPECT_EQ(::fcntl(kept.get(), F_GETFD), FD_CLOEXEC);
+    EXPECT_TRUE(kept.get() != first && !isOpen(first));
+    const int second = kept.get();
+    makeRef<TextWriter>(std::move(kept), L"log", TextWriter::Flushing::kByHand);
+    EXPECT_FALSE(isOpen(second));
+}
+
+TEST(NamedThread, ShowsTheStartOfItsNameAndTakesOverTheLocale) {
     struct Seen {
         std::promise<void> named;
         std::promise<std::string> name;
@@ -78,13 +146,16 @@ TEST(NamedThread, ShowsTheStartOfItsNameAndLeavesSignalsToOthers) {
         own.named.get_future().wait();
         char name[16] = {};
         pthread_getname_np(pthread_self(), name, sizeof name);
-        sigset_t blocked;
-        pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-        own.name.set_value(name + std::to_string(sigismember(&blocked, SIGTERM)));
+        own.name.set_value(name + std::to_string(MB_CUR_MAX));
     };
+    keepLocale();
+    std::setlocale(LC_ALL, "C");
     ASSERT_EQ(NamedThread(L"12345678901234\u00E4").start(look, &seen), kSuccess);
     seen.named.set_value();
-    EXPECT_EQ(seen.name.get_future().get(), "123456789012341");
+    EXPECT_EQ(seen.name.get_future().get(), "123456789012346");
+    EXPECT_EQ(MB_CUR_MAX, 6U);
+    const ProcessLocale process;
+    EXPECT_EQ(MB_CUR_MAX, 1U);
 }
 
 }  // namespace
