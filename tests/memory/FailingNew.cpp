@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Allocation that fails on demand: VEXO_FAIL_ALLOCATION=N fails the Nth one, VEXO_FAIL_ALLOCATIONS_FROM=N that one and
-// all behind it.
+// all behind it. VEXO_FAILED names a file that is then created.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <new>
 
@@ -21,8 +24,9 @@ void* operator new(std::size_t size) {
     ++s_count;
     const bool fails = s_count == s_once || (s_from != 0 && s_count >= s_from);
     void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
-    if (!memory) throw std::bad_alloc();
-    return memory;
+    if (memory) return memory;
+    if (const char* failed = std::getenv("VEXO_FAILED")) ::close(::open(failed, O_CREAT | O_WRONLY | O_CLOEXEC, 0666));
+    throw std::bad_alloc();
 }
 
 void operator delete(void* memory) noexcept {
