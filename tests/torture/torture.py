@@ -337,11 +337,13 @@ def answer_delayed(folder, mode):
     run = Run(folder, OUTPUT="file", **mode).started().prompted("Copyright")
     run.until(lambda: "XrGetKesdCommStatEx" in run.trace(), "the record")
     os.set_blocking(run.writer, False)
-    try:
-        while True:
-            os.write(run.writer, b" " * 100)
-    except BlockingIOError:
-        os.set_blocking(run.writer, True)
+    for size in 4096, 1:
+        try:
+            while True:
+                os.write(run.writer, b" " * size)
+        except BlockingIOError:
+            pass
+    os.set_blocking(run.writer, True)
     run.type("q\n")
     time.sleep(3.5)  # longer than the monitor sleeps at a stretch
     run.end()
