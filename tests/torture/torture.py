@@ -279,13 +279,13 @@ def reader_gone(folder, mode):
     run = Run(folder, **mode).started()
     os.close(run.writer), os.close(run.reader)
     run.reader = -1
-    run.end(1, "stdout: Broken pipe")
+    run.end(1, "stdout failed: Broken pipe")
 
 
 @way("a file-size limit", MODES, (False, True))
 def file_size(folder, mode):
     # Inside the first record; the trace is a file too, but shorter.
-    Run(folder, OUTPUT="both", limit=random.randint(1150, 1300), **mode).end(1, "log: File too large")
+    Run(folder, OUTPUT="both", limit=random.randint(1150, 1300), **mode).end(1, "log failed: File too large")
 
 
 @way("an error of the engine", MODES, (False, True))
@@ -329,7 +329,7 @@ def answer_lost(folder, mode):
     run = Run(folder, OUTPUT="file", **mode).started().prompted("Copyright")
     os.close(run.writer), os.close(run.reader)
     run.reader = -1
-    run.type("q\n").end(1, "stdout: Broken pipe")
+    run.type("q\n").end(1, "stdout failed: Broken pipe")
 
 
 @way("q, its answer delayed")

@@ -118,7 +118,7 @@ TEST(ReadsAndWrites, GoOnWhenInterruptedAndWhereTheStreamDoesNotBlock) {
         return ::write(out.get(), "line\n", 5);
     });
     String line;
-    EXPECT_TRUE(LineReader(openForReading(L"fifo"), L"fifo").readLine(line));
+    EXPECT_TRUE(LineReader(openForReading(L"fifo"), L"fifo", 100).readLine(line));
     EXPECT_EQ(line, L"line");
 }
 
