@@ -252,8 +252,8 @@ def run_words(mode):
 def background(folder, mode):
     run = Run(folder, terminal=True, shell=True, **mode).type(" ".join(run_words(mode)) + " &\n").started()
     run.until(lambda: state_of(run) == "T", "the stop")
-    run.type("fg\n").until(lambda: state_of(run) != "T", "fg").type("q\n")
-    run.until(lambda: "XrStop" in run.trace(), "the end").type("exit\n").process.wait(PATIENCE)
+    resume(run)
+    run.until(lambda: "XrStop" in run.trace(), "the end")
 
 
 @way("job control: Ctrl-Z, bg and fg, then q", ("timer", "keys"))
@@ -262,9 +262,17 @@ def suspended(folder, mode):
     time.sleep(0.15)
     run.type("\x1a").until(lambda: state_of(run) == "T", "Ctrl-Z").type("bg\n")
     time.sleep(0.1)
-    run.until(lambda: state_of(run) == "T", "the stop behind bg").type("fg\n")
-    run.until(lambda: state_of(run) != "T", "fg").type("q\n")
-    run.until(lambda: "XrStop" in run.trace(), "the end").type("exit\n").process.wait(PATIENCE)
+    run.until(lambda: state_of(run) == "T", "the stop behind bg")
+    resume(run)
+    run.until(lambda: "XrStop" in run.trace(), "the end")
+
+
+def resume(run):
+    """Fetches the job back and stops it with q. The shell may not have noticed yet that it stopped."""
+    while state_of(run) == "T":
+        run.type("fg\n")
+        time.sleep(0.3)
+    run.type("q\n")
 
 
 def state_of(run):
