@@ -218,7 +218,8 @@ void Connection::fail(const char* doing) {
     }
     if (error == CR_PLUGIN_NOT_ALLOWED) {
         m_log.notice(
-            "The server wants the password in a form that is safe over TLS only: XRMARIADB_SSL_CA asks for TLS");
+            "This way to log in needs the password in a form that is safe over TLS only: XRMARIADB_SSL_CA asks for "
+            "TLS");
         throw StatusError(kNoSuchMethod);
     }
     throw StatusError(toStatus(error));

@@ -144,7 +144,10 @@ Variables Engine::readVariables(const char* statement) {
 }
 
 void Engine::refreshVariables() {
+    constexpr std::chrono::milliseconds kFresh{500};
+    if (m_variablesRead && Clock::now() - *m_variablesRead < kFresh) return;
     m_variables = readVariables(queries::kVariables);
+    m_variablesRead = Clock::now();
 }
 
 std::string Engine::variable(std::string_view name) const {

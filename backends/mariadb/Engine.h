@@ -65,7 +65,7 @@ public:
 
     Variables readVariables(const char* statement);
 
-    // Reads the server's variables again, since some can change while it runs.
+    // Reads the server's variables, some of which can change while it runs, once for all sections of a record.
     void refreshVariables();
 
     // A server variable as text ("" if unknown) and as number.
@@ -106,6 +106,7 @@ private:
     std::unique_ptr<Connection> m_connection;
     std::int16_t m_lost = XR_OK;
     Variables m_variables;
+    std::optional<Clock::time_point> m_variablesRead;
     bool m_performanceSchema = false;
     bool m_lockInstrument = false;
     std::set<std::string, std::less<>> m_refused;

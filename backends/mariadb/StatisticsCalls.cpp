@@ -110,6 +110,9 @@ XRKESDUSAGE readUsage(Engine& engine) {
 
 std::uint64_t readRemoteRequests(Engine& engine) {
     if (!engine.hasPerformanceSchema()) return 0;
+    if (!engine.isOn("skip_name_resolve")) {
+        engine.log().tell("Names are resolved: requests by protocol leave out TCP clients on the server's own machine");
+    }
     auto rows = engine.queryOptional(queries::kRemoteRequests, "the requests by protocol read 0");
     return rows && rows->next() ? rows->number(0) : 0;
 }
