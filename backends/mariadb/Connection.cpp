@@ -127,9 +127,12 @@ bool Connection::readOptions(const std::string& optionFile) {
         m_log.notice("The option file " + optionFile + " cannot be used: " + reason);
         throw StatusError(kOtherError);
     };
+    // It is read twice, here and by the client library, which a pipe would not survive.
+    std::error_code unknown;
+    const std::filesystem::file_status status = std::filesystem::status(optionFile, unknown);
+    if (exists(status) && !is_regular_file(status)) refuse("it is not a regular file");
     std::ifstream lines(optionFile);
     if (!lines) refuse(std::generic_category().message(errno));
-    if (!std::filesystem::is_regular_file(optionFile)) refuse("it is not a regular file");
     const OptionFileContents contents = readOptionFile(lines);
     if (lines.bad()) refuse(std::generic_category().message(errno));
     if (contents.includes) refuse("it includes others (!include, !includedir); name the file that has the options");
@@ -213,7 +216,9 @@ void Connection::fail(const char* doing) {
     const bool fromClient = error >= CR_MIN_ERROR && error <= CR_MAX_ERROR;
     fromClient && !m_connected ? m_log.notice(text) : m_log.tell(text);
     if (m_watchdog.hasFired()) {
-        m_log.tell("The server was given up: it took longer than the time-out allows");
+        m_log.notice(
+            "The server was given up: it took longer than the time-out allows (XRMARIADB_CONNECT_TIMEOUT, "
+            "XRMARIADB_READ_TIMEOUT)");
         throw StatusError(kConnectionLost);
     }
     if (error == CR_PLUGIN_NOT_ALLOWED) {
