@@ -125,7 +125,7 @@ Connection::~Connection() {
 bool Connection::readOptions(const std::string& optionFile) {
     const auto refuse = [&](const std::string& reason) {
         m_log.notice("The option file " + optionFile + " cannot be used: " + reason);
-        throw StatusError(kOtherError);
+        throw StatusError(kBadOptionFile);
     };
     // It is read twice, here and by the client library, which a pipe would not survive.
     std::error_code unknown;

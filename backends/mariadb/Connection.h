@@ -43,6 +43,7 @@ constexpr std::int16_t kOutOfOrder = 2014;
 constexpr std::int16_t kNoSecureConnection = 2026;
 constexpr std::int16_t kNoSuchMethod = 2059;
 constexpr std::int16_t kUnsupportedServer = 1193;
+constexpr std::int16_t kBadOptionFile = 3100;  // of this library alone
 
 // The status for an error number of the server or its client library.
 std::int16_t toStatus(unsigned error);
