@@ -150,6 +150,7 @@ std::vector<Process> readProcesses(Engine& engine) {
         process.command = rows.text(4);
         process.periodMs = rows.number(5);
         process.state = rows.text(6);
+        process.statement = rows.number(7);
         processes.push_back(std::move(process));
     }
     std::sort(processes.begin(), processes.end(),

@@ -21,6 +21,7 @@
 
 namespace xrmariadb {
 
+struct CounterReading;
 struct FileSnapshot;
 struct SessionSnapshot;
 
@@ -90,6 +91,7 @@ public:
     std::unique_ptr<FileSnapshot> fileSnapshot;
     std::unique_ptr<SessionSnapshot> sessionSnapshot;
     std::vector<XRSQLCONNINFO> connectionSnapshot;
+    std::unique_ptr<CounterReading> counterReading;
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -21,7 +21,8 @@ struct Process {
     std::string database;
     std::string command;
     std::string state;
-    std::uint64_t periodMs = 0;  // since the command began
+    std::uint64_t periodMs = 0;   // since the command began
+    std::uint64_t statement = 0;  // the number of its current or last one, unique on the server
 };
 
 // What the transaction engine says about one session.

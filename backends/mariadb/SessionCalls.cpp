@@ -2,6 +2,7 @@
 // Sessions of the transactional engine and the handles that they hold.
 #include "SessionCalls.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "Activity.h"
@@ -14,16 +15,6 @@
 using namespace xrmariadb;
 
 namespace {
-
-// Work of a session since it began.
-struct Counters {
-    std::uint64_t deleted = 0;
-    std::uint64_t updated = 0;
-    std::uint64_t inserted = 0;
-    std::uint64_t readRequests = 0;
-    std::uint64_t readFromTemporary = 0;
-    std::uint64_t diskAccesses = 0;
-};
 
 void count(Counters& counters, std::string_view name, std::uint64_t value) {
     if (name == "Handler_delete") {
@@ -39,28 +30,43 @@ void count(Counters& counters, std::string_view name, std::uint64_t value) {
     }
 }
 
-// By the server's thread number. Empty where there are too many sessions to ask for all of them.
-std::unordered_map<std::uint64_t, Counters> readCounters(Engine& engine, std::size_t sessions) {
-    std::unordered_map<std::uint64_t, Counters> counters;
-    if (!engine.readsCounters(sessions)) return counters;
-    auto rows = engine.queryOptional(queries::kCounters, "the record counters of sessions read 0");
-    while (rows && rows->next())
-        count(counters[rows->number(0)], rows->text(1), rows->number(2));
-    rows = engine.queryOptional(queries::kFileAccesses, "the disk accesses of sessions read 0");
-    while (rows && rows->next())
-        counters[rows->number(0)].diskAccesses = rows->number(1);
-    return counters;
+// Whether every session is idle, and was so with the same last statement when the counters were read.
+bool isUpToDate(const CounterReading& reading, const std::vector<Process>& processes) {
+    return std::all_of(processes.begin(), processes.end(), [&](const Process& process) {
+        const auto known = reading.statements.find(process.id);
+        return process.command == "Sleep" && known != reading.statements.end() && known->second == process.statement;
+    });
 }
 
-std::unordered_map<std::uint64_t, Counters> bySession(const std::unordered_map<std::uint64_t, Counters>& byThread,
-                                                      const Threads& threads) {
-    std::unordered_map<std::uint64_t, Counters> counters;
-    counters.reserve(byThread.size());
-    for (const auto& [thread, value] : byThread) {
-        const auto session = threads.find(thread);
-        if (session != threads.end()) counters.emplace(session->second, value);
+CounterReading readCounters(Engine& engine, const std::vector<Process>& processes, const Threads& threads) {
+    CounterReading reading;
+    for (const Process& process : processes)
+        if (process.command == "Sleep") reading.statements.emplace(process.id, process.statement);
+    const auto read = [&](const char* statement, const char* loss, auto take) {
+        auto rows = engine.queryOptional(statement, loss);
+        while (rows && rows->next()) {
+            const auto session = threads.find(rows->number(0));
+            if (session != threads.end()) take(reading.counters[session->second], *rows);
+        }
+    };
+    read(queries::kCounters, "the record counters of sessions read 0",
+         [](Counters& counters, const Result& row) { count(counters, row.text(1), row.number(2)); });
+    read(queries::kFileAccesses, "the disk accesses of sessions read 0",
+         [](Counters& counters, const Result& row) { counters.diskAccesses += row.number(1); });
+    return reading;
+}
+
+// By session id. Empty where there are too many sessions to ask for all of them. These are by far the most expensive
+// statements, so where nobody has run anything since, the counters of the last record are taken.
+const std::unordered_map<std::uint64_t, Counters>& countersOf(Engine& engine, const std::vector<Process>& processes,
+                                                              const Threads& threads) {
+    std::unique_ptr<CounterReading>& reading = engine.counterReading;
+    if (!engine.readsCounters(processes.size())) {
+        reading = std::make_unique<CounterReading>();
+    } else if (reading == nullptr || !isUpToDate(*reading, processes)) {
+        reading = std::make_unique<CounterReading>(readCounters(engine, processes, threads));
     }
-    return counters;
+    return reading->counters;
 }
 
 XRKESDCLIENTINFO describe(const Process& process, const Counters& counters, const SessionState& state,
@@ -104,7 +110,7 @@ std::unique_ptr<SessionSnapshot> takeSnapshot(Engine& engine) {
         snapshot->files.push_back(cleanFileName(table.file));
 
     const auto attributes = readAttributes(engine);
-    const auto counters = bySession(readCounters(engine, processes.size()), threads);
+    const auto& counters = countersOf(engine, processes, threads);
     const auto addresses = readAddresses(engine, threads);
     snapshot->clients.reserve(processes.size());
     snapshot->ids.reserve(processes.size());
