@@ -34,10 +34,11 @@ int16_t wait() {
 
 // A thread that is there before the first call, with whatever signal mask the process has then.
 [[gnu::constructor]] void startThread() {
+    if (!does("thread")) return;
     pthread_t thread{};
-    if (does("thread"))
-        pthread_create(
-            &thread, nullptr, [](void*) -> void* { return ::pause(), nullptr; }, nullptr);
+    pthread_create(
+        &thread, nullptr, [](void*) -> void* { return ::pause(), nullptr; }, nullptr);
+    pthread_detach(thread);
 }
 
 }  // namespace

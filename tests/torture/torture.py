@@ -361,8 +361,9 @@ def answer_delayed(folder, mode):
 @way("q before the keyboard is looked at")
 def settled(folder, mode):
     begin = time.monotonic()
-    Run(folder, probe="", **mode).type("q").prompted("has stopped.").end()
+    run = Run(folder, probe="", **mode).type("q").prompted("has stopped.")
     need(time.monotonic() - begin >= 0.1, "keys were read at once")
+    run.end()
 
 
 @way("a crash in a call", MODES)
