@@ -194,7 +194,7 @@ private:
     // What the session has; of what it only asks for, nobody is shut out yet.
     std::uint8_t modeOf(const HeldTable& held) const {
         const LockStrength asked = std::min(held.asked.value_or(LockStrength::kShared), LockStrength::kSharedNoWrite);
-        return openMode(held.granted.value_or(asked), tableOf(held).transactional || !tableOf(held).isTable);
+        return openMode(held.granted.value_or(asked), !tableOf(held).ofAnotherEngine());
     }
 
     // The session's tables, by index, of which it has partitions beside the whole.

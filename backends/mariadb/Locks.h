@@ -63,6 +63,9 @@ struct LockedTable {
     bool partitioned = false;    // has several files, and its row locks may be in any of them
     bool isTable = true;         // false: the server itself, a schema, a user-level lock
     std::int64_t whole = -1;     // of a partition: the index of its table, -1 if nobody has locked that
+
+    // Whether an engine without transactions keeps it for sure: of what has no file, such as a view, the engine is unknown.
+    bool ofAnotherEngine() const { return isTable && !transactional && file.substr(0, 1) == "/"; }
 };
 
 struct TableLock {
