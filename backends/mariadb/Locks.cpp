@@ -107,16 +107,19 @@ private:
         return found;
     }
 
+    // A table lock in conflict does not tell whether there are row locks, too.
     void addDetached(std::uint64_t transaction, const HeldTable& held) {
         auto& detached = m_picture.detached;
         for (auto& [number, handle] : detached) {
             if (number != transaction || handle.table != held.table) continue;
-            if (held.rows != 0) handle.recordLockType = recordLockType(handle.recordLockType == kNoRecordLock ? 1 : 2);
+            if (held.rows != 0)
+                handle.recordLockType = recordLockType(handle.recordLockType == kUnknownRecordLocks ? 1 : 2);
             return;
         }
         detached.push_back({
             transaction,
-            {0, held.table, openMode(*held.granted, true), recordLockType(held.rows), WaitState::kNone,
+            {0, held.table, openMode(*held.granted, true),
+              held.rows == 0 ? kUnknownRecordLocks : recordLockType(held.rows), WaitState::kNone,
               transactionState(false, true)}
         });
     }
