@@ -498,22 +498,28 @@ TEST_F(MariadbServer, ShowsWhoBlocksWhomOnWhichTable) {
             if (statement[1] == '-') sessions.erase(statement[0]);
             if (statement[1] != ' ') usleep(100000);
         }
-        std::this_thread::sleep_for(kCacheAge);
-        const Record record = readRecord(m_handle);
-        std::string views = "|" + s_server->ask(kWaits);
+        std::string views;
         std::string handles;
-        for (const auto& [letter, session] : sessions) {
-            const std::string id = std::to_string(session->id());
-            views = std::regex_replace(views, std::regex("\\b" + id + "(?=<-| )"), std::string(1, letter));
-            handles += describe(record, letter, session->id());
+        // A busy machine may take its time to get there.
+        for (int look = 0; look < 5 && (views != row.views || handles != row.handles); ++look) {
+            std::this_thread::sleep_for(kCacheAge);
+            const Record record = readRecord(m_handle);
+            views = s_server->ask(kWaits);
+            handles.clear();
+            for (const auto& [letter, session] : sessions) {
+                const std::string id = std::to_string(session->id());
+                views = std::regex_replace(views, std::regex("\\b" + id + "(?=<-| )"), std::string(1, letter));
+                handles += describe(record, letter, session->id());
+            }
+            const auto& orders = record.fileHandles.at(path("shop/orders.ibd"));
+            if (!orders.empty() && orders.back().clientIndex == 0) {
+                EXPECT_EQ(std::string(orders.back().clientName).substr(0, 12), "transaction ");
+                handles += std::string("|transaction orders ") + static_cast<char>(orders.back().recordLockType);
+            }
+            handles.erase(0, 1);
         }
-        const auto& orders = record.fileHandles.at(path("shop/orders.ibd"));
-        if (!orders.empty() && orders.back().clientIndex == 0) {
-            EXPECT_EQ(std::string(orders.back().clientName).substr(0, 12), "transaction ");
-            handles += std::string("|transaction orders ") + static_cast<char>(orders.back().recordLockType);
-        }
-        EXPECT_EQ(views.substr(1), row.views);
-        EXPECT_EQ(handles.substr(1), row.handles);
+        EXPECT_EQ(views, row.views);
+        EXPECT_EQ(handles, row.handles);
         // First those that wait, or what they wait for would be done.
         for (auto session = sessions.rbegin(); session != sessions.rend(); ++session)
             s_server->ask("KILL " + std::to_string(session->second->id()));
