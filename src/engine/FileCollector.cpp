@@ -19,7 +19,7 @@ Ref<FileHandleInfo> toFileHandleInfo(const XRFILEHANDLEINFO& raw, SharedString c
 
 }  // namespace
 
-Ref<List<FileInfo>> QRIMonitorHelper::getActiveFileInfoList(bool withHandles) {
+Ref<List<FileInfo>> QRIMonitorHelper::collectFiles(Handles handles) {
     std::uint32_t count = 0;
     check(m_api.XrGetOpenFilesData(m_handle, &count));  // nothing to free yet
     const Snapshot snapshot(m_api.XrFreeOpenFilesData, m_handle);
@@ -38,12 +38,15 @@ Ref<List<FileInfo>> QRIMonitorHelper::getActiveFileInfoList(bool withHandles) {
         check(status);
 
         const int found = m_api.XrGetFileInfo2(m_handle, name, &area.record);
-        if (found == XR_FILE_GONE) continue;
+        if (found == XR_FILE_GONE) {
+            ++m_vanished;
+            continue;
+        }
         check(found);
 
-        auto handles = withHandles ? collectFileHandles(name, clients) : makeRef<List<FileHandleInfo>>();
-        if (withHandles && handles->empty()) continue;
-        files->add(toFileInfo(widen(rawText(name, XR_NAME_SIZE)), area.record, std::move(handles)));
+        auto held = handles == Handles::kNone ? makeRef<List<FileHandleInfo>>() : collectFileHandles(name, clients);
+        if (handles == Handles::kOnlyHolders && held->empty()) continue;
+        files->add(toFileInfo(widen(rawText(name, XR_NAME_SIZE)), area.record, std::move(held)));
     }
     return files;
 }
@@ -66,6 +69,7 @@ Ref<List<FileHandleInfo>> QRIMonitorHelper::collectFileHandles(const char* fileN
         const int found = m_api.XrGetFileHandleInfo(m_handle, fileName, index, &area.record);
         if (found == XR_NO_MORE_ITEMS) break;
         if (found == XR_FILE_GONE) {
+            ++m_vanished;
             handles->clear();
             break;
         }

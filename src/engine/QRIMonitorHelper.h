@@ -17,6 +17,13 @@
 
 namespace vexo {
 
+// Which handles an enumeration reads, and which items it keeps.
+enum class Handles {
+    kNone,         // no handles; every item is kept
+    kOnlyHolders,  // items without handles are left out
+    kAll,          // every item is kept
+};
+
 // Every operation throws QRIException for a status that is neither success nor an expected end or gap. For use by one
 // thread.
 class QRIMonitorHelper {
@@ -42,19 +49,26 @@ public:
     String createErrorMsg(int status) const;
 
     // The open files. With handles, only files that have at least one.
-    Ref<List<FileInfo>> getActiveFileInfoList(bool withHandles);
+    Ref<List<FileInfo>> getActiveFileInfoList(bool withHandles) { return collectFiles(holders(withHandles)); }
+    Ref<List<FileInfo>> collectFiles(Handles handles);
     // The handles on one file; none when it is no longer open. Part of the published operations, as is
     // getSessionFileHandleInfoList(): the reports get the handles with their file or session.
     Ref<List<FileHandleInfo>> getFileHandleInfoList(const String& fileName);
     // The sessions. With handles, only sessions that have at least one.
-    Ref<List<SessionInfo>> getActiveSessionInfoList(bool withHandles);
+    Ref<List<SessionInfo>> getActiveSessionInfoList(bool withHandles) { return collectSessions(holders(withHandles)); }
+    Ref<List<SessionInfo>> collectSessions(Handles handles);
     // The handles of one session; none when its client has gone. `client` is as the engine gave it.
     Ref<List<SessionHandleInfo>> getSessionFileHandleInfoList(const XRCLIENTID* client);
     Ref<List<ConnInfo>> getConnInfoList();
     Ref<UsageStats> getUsageStats();
     Ref<CommStats> getCommStats();
 
+    // How many items have gone away while they were read, since the adapter was made: files and clients that were left
+    // out, and those that were left without handles.
+    std::uint64_t vanished() const { return m_vanished; }
+
 private:
+    static Handles holders(bool withHandles) { return withHandles ? Handles::kOnlyHolders : Handles::kNone; }
     // Throws for any status but success.
     void check(int status) const {
         if (status != XR_OK) raise(status);
@@ -66,6 +80,7 @@ private:
     const XrApi m_api;
     std::int32_t m_handle;
     bool m_stopped = false;
+    std::uint64_t m_vanished = 0;
     const Ref<MessageHelper> m_messages;
 };
 

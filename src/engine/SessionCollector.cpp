@@ -45,7 +45,7 @@ Ref<SessionHandleInfo> toSessionHandleInfo(const XRKESDCLIENTHANDLEINFO& raw, Sh
 
 }  // namespace
 
-Ref<List<SessionInfo>> QRIMonitorHelper::getActiveSessionInfoList(bool withHandles) {
+Ref<List<SessionInfo>> QRIMonitorHelper::collectSessions(Handles handles) {
     std::uint32_t count = 0;
     check(m_api.XrGetKesdClientsData(m_handle, &count));  // nothing to free yet
     const Snapshot snapshot(m_api.XrFreeKesdClientsData, m_handle);
@@ -61,12 +61,16 @@ Ref<List<SessionInfo>> QRIMonitorHelper::getActiveSessionInfoList(bool withHandl
         check(status);
 
         const int found = m_api.XrGetKesdClientInfo(m_handle, &id.record, &area.record);
-        if (found == XR_CLIENT_GONE) continue;
+        if (found == XR_CLIENT_GONE) {
+            ++m_vanished;
+            continue;
+        }
         check(found);
 
         auto session = toSessionInfo(area.record, toClientIDInfo(id.record));
-        session->handles = withHandles ? collectSessionHandles(&id.record, files) : makeRef<List<SessionHandleInfo>>();
-        if (withHandles && session->handles->empty()) continue;
+        session->handles =
+            handles == Handles::kNone ? makeRef<List<SessionHandleInfo>>() : collectSessionHandles(&id.record, files);
+        if (handles == Handles::kOnlyHolders && session->handles->empty()) continue;
         sessions->add(std::move(session));
     }
     return sessions;
@@ -88,6 +92,7 @@ Ref<List<SessionHandleInfo>> QRIMonitorHelper::collectSessionHandles(const XRCLI
         const int status = m_api.XrGetKesdClientHandleInfo(m_handle, client, index, &area.record);
         if (status == XR_NO_MORE_ITEMS) break;
         if (status == XR_CLIENT_GONE) {
+            ++m_vanished;
             handles->clear();
             break;
         }
