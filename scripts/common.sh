@@ -42,9 +42,12 @@ need_packages() {
 
 # What the program and the simulated engine are built with.
 build_packages=(g++ cmake ninja-build libtomlplusplus-dev)
+# What reads the records of the companions.
+record_packages=(libsimdjson-dev)
 # What the back end for MariaDB is built with, and the server that its tests run.
 mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
-test_packages=("${build_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales python3 valgrind)
+test_packages=("${build_packages[@]}" "${record_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev
+    python3 python3-jsonschema valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
 
 # Configures build/NAME; further arguments go to cmake.

@@ -166,6 +166,31 @@ TEST(QRIMonitorHelper, CollectsWhatIsThereAndFreesItOnceOnEveryWay) {
     }
 }
 
+TEST(QRIMonitorHelper, KeepsItemsWithoutHandlesAndCountsWhatVanished) {
+    const std::tuple<char, std::map<std::string, int>, String, std::uint64_t> rows[] = {
+        {'f', {}, L" 01 01", 0},
+        {'f', {{"H0=", 0}}, L" - 01", 0},
+        {'f', {{"H0", 7015}}, L" - 01", 0},
+        {'f', {{"h01", 7015}}, L" - 01", 1},
+        {'f', {{"I0", 7015}}, L" 01", 1},
+        {'s', {{"H0=", 0}}, L" - 01", 0},
+        {'s', {{"h01", 7010}, {"I1", 7010}}, L" -", 2}};
+    for (const auto& [type, script, result, vanished] : rows) {
+        Connected engine({script, {}});
+        String got;
+        const auto add = [&got](const auto& items) {
+            for (const auto& item : *items) {
+                got += item->handles->empty() ? L" -" : L" ";
+                for (const auto& handle : *item->handles)
+                    got += decimal(handle->openMode);
+            }
+        };
+        type == 'f' ? add(engine.collectFiles(Handles::kAll)) : add(engine.collectSessions(Handles::kAll));
+        EXPECT_EQ(got, result) << s_fake.calls;
+        EXPECT_EQ(engine.vanished(), vanished) << s_fake.calls;
+    }
+}
+
 TEST(QRIMonitorHelper, ConnectsAndDisconnectsOnce) {
     const std::string longest(255, 'x');
     const std::tuple<std::string, std::string, int, int, String, std::string> rows[] = {
