@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+#include "history/HistoryCheck.h"
+
+#include <SQLiteCpp/Statement.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "foundation/Encoding.h"
+#include "history/HistoryFile.h"
+#include "history/HistoryReader.h"
+#include "history/Schema.h"
+
+namespace vexo {
+namespace {
+
+void checkStructure(SQLite::Database& database, HistoryCheck& check) {
+    SQLite::Statement statement(database, "PRAGMA integrity_check");
+    while (statement.executeStep()) {
+        const std::string finding = statement.getColumn(0).getString();
+        if (finding != "ok") check.findings.push_back(widen(finding));
+    }
+}
+
+// The rows that a table has of a record.
+std::vector<Row> rowsIn(SQLite::Database& database, const NumberTable& table, const Record& record) {
+    SQLite::Statement statement(database, std::string("SELECT * FROM ") + table.name + " WHERE rec = ?");
+    statement.bind(1, sqlNumber(record.number));
+    std::vector<Row> rows;
+    while (statement.executeStep()) {
+        Row& row = rows.emplace_back();
+        for (int column = 0; column < statement.getColumnCount(); ++column) {
+            const SQLite::Column value = statement.getColumn(column);
+            row.push_back(value.isNull() ? std::nullopt : std::optional(value.getInt64()));
+        }
+    }
+    return rows;
+}
+
+// A record that went away meanwhile took its rows along.
+bool isThere(SQLite::Database& database, const Record& record) {
+    SQLite::Statement statement(database, "SELECT 1 FROM record WHERE rec = ?");
+    statement.bind(1, sqlNumber(record.number));
+    return statement.executeStep();
+}
+
+void checkTables(SQLite::Database& database, const Record& record, HistoryCheck& check) {
+    const std::string number = std::to_string(record.number);
+    for (const NumberTable& table : kNumberTables) {
+        if (rowsIn(database, table, record) == table.rowsOf(record) || !isThere(database, record)) continue;
+        check.findings.push_back(historyMessage("ERR_HISTORY_TABLE", number.c_str(), table.name));
+    }
+}
+
+void checkRecords(SQLite::Database& database, HistoryReader& reader, HistoryCheck& check) {
+    for (;;) {
+        try {
+            const RecordPtr record = reader.next();
+            if (!record) return;
+            ++check.records;
+            checkTables(database, *record, check);
+        } catch (const HistoryException& error) {
+            check.findings.push_back(error.message());
+            const HistoryReader::Range lost = reader.passDamage();
+            check.findings.push_back(historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(),
+                                                    std::to_string(lost.last).c_str()));
+        }
+    }
+}
+
+// Creates a file that was not there; removes it again unless it is kept.
+class NewFile {
+public:
+    explicit NewFile(const std::string& path)
+        : m_path(path), m_file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR)) {
+        check(m_file.get() >= 0);
+        m_isOurs = true;
+    }
+    ~NewFile() {
+        if (m_isOurs) std::remove(m_path.c_str());
+    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    void keep() {
+        check(::fsync(m_file.get()) == 0);
+        m_isOurs = false;
+    }
+
+private:
+    void check(bool succeeded) const {
+        if (succeeded) return;
+        throw HistoryException(
+            historyMessage("ERR_HISTORY", m_path.c_str(), narrow(systemReason(errno)).c_str()));
+    }
+
+    const std::string m_path;
+    const FileDescriptor m_file;
+    bool m_isOurs = false;
+};
+
+}  // namespace
+
+HistoryCheck checkHistory(const std::string& path) {
+    HistoryCheck check;
+    bool immutable = false;
+    const auto database = openReadOnly(path, immutable);
+    try {
+        withHistory(path, [&] {
+            checkStructure(*database, check);
+            HistoryReader reader(path);
+            checkRecords(*database, reader, check);
+        });
+    } catch (const HistoryException& error) {
+        check.findings.push_back(error.message());
+    }
+    return check;
+}
+
+void backUpHistory(const std::string& path, const std::string& copy) {
+    bool immutable = false;
+    const auto database = openReadOnly(path, immutable);
+    NewFile file(copy);
+    withHistory(path, [&] {
+        SQLite::Statement vacuum(*database, "VACUUM INTO ?");
+        vacuum.bind(1, copy);
+        vacuum.exec();
+    });
+    file.keep();
+}
+
+}  // namespace vexo

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+#include "history/HistoryReader.h"
+
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/Encoding.h"
+#include "history/Schema.h"
+#include "record/Timestamp.h"
+
+namespace vexo {
+namespace {
+
+// The columns of a row, as goTo() asks for them.
+enum Column : int { kRecord, kRun, kStart, kMono, kTook, kKey, kBody };
+
+std::string_view bodyOf(SQLite::Statement& row) {
+    const SQLite::Column body = row.getColumn(kBody);
+    const auto* bytes = static_cast<const char*>(body.getBlob());
+    return {bytes, static_cast<std::size_t>(body.getBytes())};
+}
+
+}  // namespace
+
+HistoryReader::HistoryReader(const std::string& path) : m_path(path) {
+    open();
+}
+
+// One transaction for each operation: what the writer drops meanwhile stays until the end of it.
+template <typename Action>
+auto HistoryReader::inTransaction(Action action) {
+    return withHistory(m_path, [&] {
+        openAnewIfChanged();
+        SQLite::Transaction transaction(*m_database);
+        return action();
+    });
+}
+
+RecordPtr HistoryReader::at(std::int64_t epochMs) {
+    return inTransaction([&] {
+        // Within the millisecond; and multiplied without leaving the range of the numbers.
+        const std::int64_t last =
+            std::clamp(epochMs, kFirstEpochMs, kLastEpochMs) * kMicrosPerMilli + (kMicrosPerMilli - 1);
+        const Position target = find("start_us <= ? ORDER BY start_us DESC, rec DESC", last);
+        return goTo(target.record != 0 ? target : find("rec > ? ORDER BY rec", 0));
+    });
+}
+
+RecordPtr HistoryReader::next() {
+    return inTransaction([&] { return goTo(find("rec > ? ORDER BY rec", sqlNumber(m_place.record))); });
+}
+
+RecordPtr HistoryReader::previous() {
+    return inTransaction([&] { return goTo(find("rec < ? ORDER BY rec DESC", sqlNumber(m_place.record))); });
+}
+
+HistoryReader::Range HistoryReader::passDamage() {
+    return inTransaction([&] {
+        const std::uint64_t first = m_target;
+        const Position behind = find("rec > ? AND key_rec = rec ORDER BY rec", sqlNumber(first));
+        const Position last = behind.record != 0 ? find("rec < ? ORDER BY rec DESC", sqlNumber(behind.record))
+                                                 : find("rec >= ? ORDER BY rec DESC", sqlNumber(first));
+        m_place = {std::max(first, last.record), 0};
+        return Range{first, m_place.record};
+    });
+}
+
+HistoryReader::FileState HistoryReader::stateNow() const {
+    struct stat file {};
+    if (::stat(m_path.c_str(), &file) != 0) return m_state;  // removed: what is open can still be read
+    constexpr std::int64_t kNanosPerSecond = 1'000'000'000;
+    return {file.st_dev, file.st_ino, file.st_mtim.tv_sec * kNanosPerSecond + file.st_mtim.tv_nsec};
+}
+
+void HistoryReader::open() {
+    m_state = stateNow();
+    m_database = openReadOnly(m_path, m_isImmutable);
+}
+
+void HistoryReader::openAnewIfChanged() {
+    const FileState now = stateNow();
+    const bool isReplaced = now.device != m_state.device || now.inode != m_state.inode;
+    // A file that was opened as one that nobody changes is not watched by SQLite.
+    const bool isChanged =
+        m_isImmutable && (now.modifiedNs != m_state.modifiedNs || ::access(walOf(m_path).c_str(), F_OK) == 0);
+    if (!isReplaced && !isChanged) return;
+    open();
+    if (isReplaced) m_place = {};
+}
+
+HistoryReader::Position HistoryReader::find(const char* query, std::int64_t argument) {
+    SQLite::Statement statement(*m_database, std::string("SELECT rec, key_rec FROM record WHERE ") + query + " LIMIT 1");
+    statement.bind(1, argument);
+    if (!statement.executeStep()) return {};
+    return {static_cast<std::uint64_t>(statement.getColumn(0).getInt64()),
+            static_cast<std::uint64_t>(statement.getColumn(1).getInt64())};
+}
+
+RecordPtr HistoryReader::goTo(const Position& target) {
+    if (target.record == 0) return nullptr;
+    m_target = target.record;
+    SQLite::Statement rows(*m_database,
+                           "SELECT rec, run, start_us, mono_us, took_us, key_rec, body FROM record "
+                           "WHERE rec BETWEEN ? AND ? ORDER BY rec");
+    const Buffer& text = unpackUpTo(target, rows);
+    RecordPtr record = parse(text.view(), rows);
+    // The buffers of the chain are always the same two.
+    std::swap(m_text, &text == m_chain.data() ? m_chain.front() : m_chain.back());
+    m_place = target;
+    return record;
+}
+
+// Unpacks from the key record, or from the place if that lies on the way. Leaves `rows` at the target.
+const Buffer& HistoryReader::unpackUpTo(const Position& target, SQLite::Statement& rows) {
+    const bool fromPlace = m_place.key == target.key && m_place.record < target.record;
+    rows.bind(1, sqlNumber(fromPlace ? m_place.record + 1 : target.key));
+    rows.bind(2, sqlNumber(target.record));
+    std::string_view against = fromPlace ? m_text.view() : std::string_view();
+    std::size_t step = 0;
+    while (rows.executeStep()) {
+        Buffer& text = m_chain[step++ % m_chain.size()];
+        const bool sameGroup = rows.getColumn(kKey).getInt64() == sqlNumber(target.key);
+        if (!sameGroup || !m_unpacker.unpack(bodyOf(rows), against, text)) failAt(target.record, "checksum");
+        if (rows.getColumn(kRecord).getInt64() == sqlNumber(target.record)) return text;
+        against = text.view();
+    }
+    failAt(target.record, "no row");
+}
+
+RecordPtr HistoryReader::parse(std::string_view text, SQLite::Statement& row) {
+    const auto number = [&row](Column column) { return row.getColumn(column).getInt64(); };
+    const auto target = static_cast<std::uint64_t>(number(kRecord));
+    try {
+        auto record = std::make_shared<const Record>(m_parser.read(text, 1, NdjsonFrame::kFirstLine));
+        // The columns have no checksum, but the text tells the same.
+        const bool agrees = text.empty() && sqlNumber(record->number) == number(kRecord) &&
+                            sqlNumber(record->run) == number(kRun) &&
+                            record->epochMs * kMicrosPerMilli == number(kStart) &&
+                            record->monotonicUs == number(kMono) && sqlNumber(record->tookUs) == number(kTook);
+        if (!agrees) failAt(target, "columns");
+        return record;
+    } catch (const RecordException& error) {
+        failAt(target, narrow(error.message()));
+    }
+}
+
+void HistoryReader::failAt(std::uint64_t record, const std::string& reason) const {
+    throw HistoryException(
+        historyMessage("ERR_HISTORY_RECORD", m_path.c_str(), std::to_string(record).c_str(), reason.c_str()));
+}
+
+}  // namespace vexo

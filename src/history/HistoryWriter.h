@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+// Writes records into a history, and drops the oldest as age and size ask for.
+#ifndef VEXO_HISTORY_HISTORYWRITER_H
+#define VEXO_HISTORY_HISTORYWRITER_H
+
+#include <SQLiteCpp/Statement.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "history/HistoryFile.h"
+#include "history/TextChain.h"
+#include "record/Record.h"
+
+namespace vexo {
+
+struct HistoryLimits {
+    std::uint64_t keepMs = 14ULL * 24 * 60 * 60 * 1000;  // how old a record may become
+    std::uint64_t maxBytes = std::uint64_t{1} << 30U;    // of the history and its log
+    // What is left to others on the file system: nothing is written below it.
+    std::uint64_t minFreeBytes = std::uint64_t{256} << 20U;
+};
+
+// The text of a record is packed against the one before, so that the records from one key record to the next hang
+// together: they are read from the key record on, and dropped together.
+class HistoryWriter {
+public:
+    enum class Outcome : std::uint8_t {
+        kStored,
+        kNoRoom,  // the record is not in the history, which is as it was
+    };
+    // So many records begin with a key record. The first one of a writer always is one.
+    static constexpr std::uint64_t kGroupRecords = 60;
+
+    // Opens or creates the history; throws HistoryException as WritableHistory does.
+    HistoryWriter(const std::string& path, const HistoryLimits& limits);
+
+    // Numbers for the records to come: above all that the history holds.
+    std::uint64_t nextRun() const { return m_nextRun; }
+    std::uint64_t nextRecord() const { return m_lastRecord + 1; }
+    // What became of a file that was there and could not be continued, fit for the user; empty if nothing did.
+    const String& notice() const { return m_history.notice(); }
+
+    // Stores a record, whose number has to be above the last one's, or nothing of it. Throws HistoryException where the
+    // history cannot be written for another reason than room; it can be opened anew then.
+    Outcome write(const Record& record);
+
+    // Records that found no room.
+    std::uint64_t dropped() const { return m_dropped; }
+    // What the history takes, with its log.
+    std::uint64_t bytes();
+
+private:
+    // A client that waits; several may be alike.
+    using WaitKey = std::tuple<std::string, std::string, std::uint32_t, std::uint8_t>;
+    using OpenWaits = std::multimap<WaitKey, std::int64_t>;
+
+    void store(const Record& record);
+    void insertRecord(const Record& record, std::string_view body, std::uint64_t keyRecord);
+    void insertRun(const Record& record);
+    void insertNumbers(const Record& record);
+    OpenWaits insertWaits(const Record& record);
+    void insertEvents(const Record& record);
+
+    bool hasRoom();
+    void dropOld(std::int64_t nowMs);
+    void dropBefore(std::int64_t record);
+
+    WritableHistory m_history;
+    SQLite::Database& m_database;
+    const HistoryLimits m_limits;
+    SQLite::Statement m_insertRecord;
+    std::vector<SQLite::Statement> m_insertNumbers;  // for each of kNumberTables
+    SQLite::Statement m_insertWait;
+    SQLite::Statement m_continueWait;
+    SQLite::Statement m_insertEvent;
+
+    TextPacker m_packer;
+    std::string m_text;
+    std::string m_lastText;  // of the last record stored
+    OpenWaits m_waits;       // of the last record stored: the rows that may go on
+    std::uint64_t m_nextRun;
+    std::uint64_t m_run = 0;  // of the last record stored; 0 before the first
+    std::uint64_t m_lastRecord;
+    std::uint64_t m_keyRecord = 0;
+    std::uint64_t m_inGroup = kGroupRecords;  // records since the key record, so that the first one becomes one
+    std::uint64_t m_dropped = 0;
+};
+
+}  // namespace vexo
+
+#endif

@@ -1,0 +1,377 @@
+// SPDX-License-Identifier: MIT
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <cmath>
+#include <csignal>
+#include <random>
+
+#include "LivelyEngine.h"
+#include "Support.h"
+#include "history/HistoryCheck.h"
+#include "history/HistoryReader.h"
+#include "history/HistoryWriter.h"
+
+namespace {
+
+using Outcome = HistoryWriter::Outcome;
+
+constexpr HistoryLimits kUnlimited = {1ULL << 50U, 1ULL << 40U, 0};
+const LivelyEngine s_engine(20);
+
+std::string textOf(const Record& record) {
+    std::string text;
+    appendNdjson(text, record);
+    return text;
+}
+
+// Writes the records of these numbers.
+Outcome write(HistoryWriter& writer, std::uint64_t first, std::uint64_t last, const LivelyEngine& engine = s_engine) {
+    Outcome outcome = Outcome::kStored;
+    const std::uint64_t run = writer.nextRun();
+    for (std::uint64_t number = first; number <= last; ++number)
+        outcome = writer.write(engine.record(number, run));
+    return outcome;
+}
+
+// How many records a reader gets from the first to the last; each has to be what was written. Damage is passed over and
+// counted.
+struct Found {
+    std::uint64_t records = 0;
+    std::uint64_t last = 0;
+    std::uint64_t failures = 0;
+};
+Found readAll(const std::string& path, const LivelyEngine& engine = s_engine) {
+    Found found;
+    try {
+        HistoryReader reader(path);
+        for (;;) {
+            try {
+                const RecordPtr record = reader.next();
+                if (!record) return found;
+                EXPECT_GT(record->number, found.last);
+                EXPECT_EQ(textOf(*record), textOf(engine.record(record->number, record->run)));
+                found.last = record->number;
+                ++found.records;
+            } catch (const HistoryException&) {
+                ++found.failures;
+                reader.passDamage();
+            }
+        }
+    } catch (const HistoryException&) {
+        ++found.failures;
+    }
+    return found;
+}
+
+std::int64_t query(const std::string& path, const std::string& sql) {
+    return SQLite::Database(path, SQLite::OPEN_READWRITE).execAndGet(sql).getInt64();
+}
+
+void change(const std::string& path, const std::string& sql) {
+    SQLite::Database(path, SQLite::OPEN_READWRITE).exec(sql);
+}
+
+std::string shown(const std::vector<String>& findings) {
+    std::string text;
+    for (const String& finding : findings)
+        text += narrow(finding) + "; ";
+    return text;
+}
+
+// The only file whose name begins so; empty without one.
+std::string asideOf(const std::string& path) {
+    for (const auto& entry : std::filesystem::directory_iterator("."))
+        if (entry.path().filename().string().rfind(path + ".aside-", 0) == 0) return entry.path().filename();
+    return "";
+}
+
+}  // namespace
+
+TEST(History, GivesBackWhatWasWritten) {
+    {
+        HistoryWriter writer("h", kUnlimited);
+        EXPECT_EQ(writer.nextRecord(), 1U);
+        write(writer, 1, 130);
+        // A reader while the history is written.
+        EXPECT_EQ(readAll("h").last, 130U);
+        EXPECT_EQ(std::filesystem::status("h-wal").permissions(), std::filesystem::perms(0600));
+    }
+    {
+        HistoryWriter writer("h", kUnlimited);
+        EXPECT_EQ(writer.nextRun(), 2U);
+        EXPECT_EQ(writer.nextRecord(), 131U);
+        write(writer, 131, 140);
+    }
+    EXPECT_EQ(readAll("h").records, 140U);
+    EXPECT_EQ(shown(checkHistory("h").findings), "");
+    HistoryReader reader("h");
+    EXPECT_EQ(reader.previous(), nullptr);
+    // Milliseconds from the first record; the record there.
+    const std::pair<std::int64_t, std::uint64_t> instants[] = {
+        {-1, 1}, {0, 1}, {9'999, 1}, {590'000, 60}, {600'001, 61}, {610'000, 62}, {INT64_MAX / 2, 140}, {1'350'000, 136}};
+    for (const auto& [passed, number] : instants) {
+        const RecordPtr record = reader.at(LivelyEngine::epochOf(1) + passed);
+        EXPECT_EQ(textOf(*record), textOf(s_engine.record(number, record->run))) << passed;
+    }
+    for (std::uint64_t number = 135; number >= 1; --number)
+        EXPECT_EQ(reader.previous()->number, number);
+    EXPECT_EQ(reader.previous(), nullptr);
+    EXPECT_EQ(reader.next()->number, 2U);
+    EXPECT_EQ(std::filesystem::status("h").permissions(), std::filesystem::perms(0600));
+    const std::pair<const char*, std::int64_t> facts[] = {
+        {"SELECT group_concat(DISTINCT key_rec) = '1,61,121,131' FROM record", 1},
+        {"SELECT count(*) FROM run WHERE server = 'shop' AND interval_ms = 10000 AND handles = 'all'", 2},
+        {"SELECT count(*) FROM usage JOIN communication USING(rec) WHERE handles_current = 20 AND files_max IS NULL", 140},
+        {"SELECT count(*) FROM protocol WHERE type = 4 AND requests >= rec * 812", 140},
+        {"PRAGMA application_id", 0x56584849},
+        {"PRAGMA user_version", 1},
+        {"PRAGMA auto_vacuum", 2}};
+    for (const auto& [sql, wanted] : facts)
+        EXPECT_EQ(query("h", sql), wanted) << sql;
+}
+
+TEST(History, KeepsWaitsAsEpisodesAndEventsAsRows) {
+    Record record;
+    NameTable names;
+    const NameId name = names.add("T\xff");
+    record.names = names.take();
+    record.sections[0] = {SectionState::kWhole, 1, 0, 0, 0, 0, {}};
+    HistoryWriter writer("h", kUnlimited);
+    // The clients that wait in each record.
+    const std::vector<std::uint32_t> waiting[] = {{1, 2, 2}, {2, 2, 2}, {2}, {1}, {}, {1}};
+    for (const auto& clients : waiting) {
+        ++record.number;
+        record.run = record.number < 6 ? 1 : 2;
+        record.waits.clear();
+        for (const std::uint32_t client : clients)
+            record.waits.push_back({name, name, client, 1, 0, 0});
+        record.events = {{EventKind::kTicksMissed, 5, 7, {}, 3, "late"}};
+        ASSERT_EQ(writer.write(record), Outcome::kStored);
+    }
+    SQLite::Database database("h");
+    EXPECT_EQ(database.execAndGet("SELECT group_concat(client_index || ':' || first_rec || '-' || last_rec, ' ') FROM "
+                                  "(SELECT * FROM wait ORDER BY id)")
+                  .getString(),
+              "1:1-1 2:1-3 2:1-2 2:2-2 1:4-4 1:6-6");
+    EXPECT_EQ(query("h", "SELECT count(*) FROM event WHERE kind = 'ticks_missed' AND end_us = 7000 AND text = 'late'"), 6);
+    EXPECT_EQ(query("h", "SELECT count(*) FROM wait WHERE client = 'T' || char(0xFFFD)"), 6);
+}
+
+TEST(History, HoldsEveryRecordAfterAKill) {
+    constexpr int kKills = 8;
+    std::mt19937 random(1);
+    std::uint64_t written = 0;
+    for (int kill = 0; kill < kKills; ++kill) {
+        int ends[2];
+        ASSERT_EQ(::pipe(ends), 0);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            HistoryWriter writer("h", {1ULL << 50U, 300'000, 0});
+            for (std::uint64_t number = writer.nextRecord();; ++number)
+                if (write(writer, number, number) != Outcome::kStored || ::write(ends[1], &number, sizeof number) < 0)
+                    ::_exit(1);
+        }
+        ::close(ends[1]);
+        ::usleep(static_cast<useconds_t>(20'000 + random() % 60'000));
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status));
+        while (::read(ends[0], &written, sizeof written) > 0)
+            continue;
+        ::close(ends[0]);
+        if (!std::filesystem::exists("h")) continue;
+        EXPECT_EQ(shown(checkHistory("h").findings), "");
+        const Found found = readAll("h");
+        EXPECT_EQ(found.failures, 0U);
+        EXPECT_TRUE(found.last == written || found.last == written + 1) << found.last << " " << written;
+    }
+    EXPECT_GT(written, 60U);
+    EXPECT_EQ(asideOf("h"), "");
+}
+
+TEST(History, TellsDamageAndNeverAWrongRecord) {
+    {
+        HistoryWriter writer("whole", kUnlimited);
+        write(writer, 1, 70);
+    }
+    const std::string whole = contents("whole");
+    // Every so many bytes; the length of the file where it is cut instead of changed.
+    const std::size_t step = std::getenv("VEXO_EVERY_BYTE") ? 1 : 397;
+    std::uint64_t failures = 0;
+    std::uint64_t lost = 0;
+    std::uint64_t continued = 0;
+    for (std::size_t place = 0; place < whole.size(); place += step) {
+        for (const bool cut : {false, true}) {
+            std::string damaged = cut ? whole.substr(0, place) : whole;
+            if (!cut) damaged[place] = static_cast<char>(damaged[place] ^ (1 << place % 8));
+            writeFile("h", damaged);
+            const Found found = readAll("h");
+            failures += found.failures != 0 ? 1 : 0;
+            lost += found.failures == 0 && found.records < 70 ? 1 : 0;
+            if (place % 5 != 0) continue;
+            // A writer continues it, sets it aside, or refuses.
+            try {
+                HistoryWriter writer("h", kUnlimited);
+                write(writer, writer.nextRecord(), writer.nextRecord());
+                EXPECT_GE(readAll("h").records, 1U);
+                ++continued;
+            } catch (const HistoryException&) {
+            }
+            for (const auto& entry : std::filesystem::directory_iterator("."))
+                if (entry.path().filename() != "whole") std::filesystem::remove(entry.path());
+        }
+    }
+    RecordProperty("failures", std::to_string(failures));
+    RecordProperty("lost", std::to_string(lost));
+    EXPECT_GT(failures, whole.size() / step / 2);
+    EXPECT_GT(continued, 0U);
+}
+
+TEST(History, StopsForLackOfRoomAndGoesOn) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    HistoryWriter writer("h", kUnlimited);
+    write(writer, 1, 100);
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    const rlim_t unlimited = limit.rlim_cur;
+    for (const std::uint64_t next : {101U, 102U, 103U}) {
+        limit.rlim_cur = writer.bytes() / 8;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_EQ(write(writer, 1000, 1002), Outcome::kNoRoom);
+        limit.rlim_cur = unlimited;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_EQ(write(writer, next, next), Outcome::kStored);
+    }
+    EXPECT_EQ(writer.dropped(), 9U);
+    EXPECT_EQ(readAll("h").records, 103U);
+    EXPECT_EQ(shown(checkHistory("h").findings), "");
+    HistoryWriter reserved("reserved", {1ULL << 50U, 1ULL << 40U, 1ULL << 60U});
+    EXPECT_EQ(write(reserved, 1, 2), Outcome::kNoRoom);
+    EXPECT_EQ(reserved.dropped(), 2U);
+}
+
+TEST(History, DropsTheOldestGroupsByAgeAndSize) {
+    HistoryWriter aged("aged", {1'000'000, 1ULL << 40U, 0});  // a hundred intervals
+    write(aged, 1, 400);
+    EXPECT_EQ(query("aged", "SELECT min(rec) FROM record"), 241);  // the group that ends 100 records before
+    EXPECT_EQ(query("aged", "SELECT count(*) FROM usage"), 160);
+    EXPECT_EQ(query("aged", "SELECT count(*) FROM protocol WHERE rec < 241"), 0);
+    EXPECT_EQ(query("aged", "PRAGMA freelist_count"), 0);
+    EXPECT_EQ(readAll("aged").failures, 0U);
+    // A clock that is ahead by a year takes two groups with each record, the one before and this one's stay.
+    Record late = s_engine.record(401);
+    late.epochMs += 365LL * 24 * 60 * 60 * 1000;
+    aged.write(late);
+    EXPECT_EQ(query("aged", "SELECT min(rec) FROM record"), 361);
+
+    constexpr std::uint64_t kMaxBytes = 1'000'000;
+    HistoryWriter sized("sized", {1ULL << 50U, kMaxBytes, 0});
+    std::uint64_t most = 0;
+    for (std::uint64_t number = 1; number <= 1500; ++number) {
+        ASSERT_EQ(write(sized, number, number), Outcome::kStored);
+        most = std::max(most, std::filesystem::file_size("sized") + std::filesystem::file_size("sized-wal"));
+    }
+    EXPECT_LT(most, kMaxBytes * 5 / 4);
+    EXPECT_GT(readAll("sized").records, 200U);
+    EXPECT_EQ(shown(checkHistory("sized").findings), "");
+}
+
+TEST(History, IsBoundedWhileAReaderHoldsAnOldState) {
+    constexpr std::uint64_t kMaxBytes = 2'000'000;
+    HistoryWriter writer("h", {1ULL << 50U, kMaxBytes, 0});
+    write(writer, 1, 60);
+    {
+        SQLite::Database reader("h");
+        reader.exec("BEGIN");
+        reader.execAndGet("SELECT count(*) FROM record");
+        EXPECT_EQ(write(writer, 61, 400), Outcome::kNoRoom);
+        EXPECT_LT(std::filesystem::file_size("h-wal"), kMaxBytes * 3 / 4);
+    }
+    EXPECT_EQ(write(writer, 401, 401), Outcome::kStored);
+    EXPECT_EQ(readAll("h").last, 401U);
+}
+
+TEST(History, IsWrittenByOneProgramThatKnowsIt) {
+    HistoryWriter writer("h", kUnlimited);
+    write(writer, 1, 1);
+    std::filesystem::create_symlink("h", "link");
+    for (const char* path : {"h", "link"})
+        EXPECT_EQ(failure([&] { HistoryWriter(path, kUnlimited); }).substr(0, 24), L"HistoryException: locked") << path;
+    std::filesystem::rename("h", "moved");
+    EXPECT_EQ(failure([&] { write(writer, 2, 2); }).substr(0, 23), L"HistoryException: moved");
+
+    const std::tuple<const char*, const char*> rows[] = {{"PRAGMA user_version = 2", "newer 2 > 1"},
+                                                         {"PRAGMA application_id = 7", "foreign"}};
+    for (const auto& [sql, wanted] : rows) {
+        std::filesystem::remove("other");
+        HistoryWriter("other", kUnlimited);
+        change("other", sql);
+        const std::string before = contents("other");
+        EXPECT_NE(failure([] { HistoryWriter("other", kUnlimited); }).find(widen(wanted)), String::npos) << wanted;
+        EXPECT_NE(failure([] { HistoryReader("other"); }).find(widen(wanted)), String::npos) << wanted;
+        EXPECT_EQ(contents("other"), before);
+    }
+    writeFile("text", "Dear administrator,\n");
+    EXPECT_EQ(failure([] { HistoryWriter("text", kUnlimited); }).substr(0, 25), L"HistoryException: foreign");
+    EXPECT_EQ(contents("text"), "Dear administrator,\n");
+    EXPECT_EQ(asideOf("other"), "");
+}
+
+TEST(History, SetsADamagedOneAsideWithItsLog) {
+    HistoryWriter("h", kUnlimited);
+    change("h", "DROP TABLE wait");
+    writeFile("h-wal", "torn");
+    HistoryWriter writer("h", kUnlimited);
+    EXPECT_EQ(writer.notice().substr(0, 7), L"damaged");
+    EXPECT_EQ(write(writer, 1, 1), Outcome::kStored);
+    EXPECT_EQ(readAll("h").records, 1U);
+    EXPECT_NE(asideOf("h"), "");
+}
+
+TEST(History, IsReadWithoutWriteAccess) {
+    const auto permit = [](std::filesystem::perms files, std::filesystem::perms directory) {
+        for (const char* path : {"d/h ?", "d/h ?-wal", "d/h ?-shm"})
+            if (std::filesystem::exists(path)) std::filesystem::permissions(path, files);
+        std::filesystem::permissions("d", directory);
+    };
+    constexpr auto kReadFile = std::filesystem::perms(0400);
+    constexpr auto kReadDirectory = std::filesystem::perms(0500);
+    std::filesystem::create_directory("d");
+    keepToPermissions();
+    {
+        HistoryWriter writer("d/h ?", kUnlimited);
+        write(writer, 1, 5);
+        permit(kReadFile, kReadDirectory);
+        EXPECT_EQ(readAll("d/h ?").records, 5U) << "while it is written";
+        permit(std::filesystem::perms(0600), std::filesystem::perms(0700));
+    }
+    permit(kReadFile, kReadDirectory);
+    HistoryReader reader("d/h ?");
+    EXPECT_EQ(reader.next()->number, 1U);
+    permit(std::filesystem::perms(0600), std::filesystem::perms(0700));
+    HistoryWriter writer("d/h ?", kUnlimited);
+    write(writer, 6, 6);
+    permit(kReadFile, kReadDirectory);
+    EXPECT_EQ(reader.at(LivelyEngine::epochOf(6))->number, 6U);
+    EXPECT_EQ(reader.previous()->number, 5U);
+    permit(std::filesystem::perms(0600), std::filesystem::perms(0700));
+}
+
+TEST(History, IsCopiedAndChecked) {
+    HistoryWriter writer("h", kUnlimited);
+    write(writer, 1, 100);
+    backUpHistory("h", "copy");
+    EXPECT_EQ(std::filesystem::status("copy").permissions(), std::filesystem::perms(0600));
+    EXPECT_EQ(checkHistory("copy").records, 100U);
+    EXPECT_NE(failure([] { backUpHistory("h", "copy"); }).find(L"unusable copy"), String::npos);
+    change("copy", "UPDATE usage SET locks_peak = 1 WHERE rec = 7");
+    change("copy", "UPDATE record SET body = x'00' WHERE rec = 50");
+    EXPECT_EQ(shown(checkHistory("copy").findings), "7 differs in usage; copy record 50 damaged: checksum; lost 50 to 60; ");
+    // A copy is a history that can be continued.
+    HistoryWriter again("copy", kUnlimited);
+    EXPECT_EQ(write(again, 101, 101), Outcome::kStored);
+    EXPECT_EQ(readAll("copy").last, 101U);
+}
