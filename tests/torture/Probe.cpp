@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <clocale>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -14,7 +15,7 @@
 
 namespace {
 
-constexpr int16_t kTrouble = 94;
+constexpr std::int16_t kTrouble = 94;
 
 bool does(const char* what) {
     const char* list = std::getenv("XRPROBE");
@@ -27,9 +28,9 @@ Function next(const char* name) {
 }
 
 // Takes a while, and fails when a signal cuts that short: many a library does not retry.
-int16_t wait() {
+std::int16_t wait() {
     const timespec delay{0, 30'000'000};
-    return does("interrupted") && ::nanosleep(&delay, nullptr) != 0 ? kTrouble : int16_t{XR_OK};
+    return does("interrupted") && ::nanosleep(&delay, nullptr) != 0 ? kTrouble : std::int16_t{XR_OK};
 }
 
 // A thread that is there before the first call, with whatever signal mask the process has then.
@@ -43,13 +44,13 @@ int16_t wait() {
 
 }  // namespace
 
-int16_t XrConnectServer(const char* server, const char* user, const char* password, int32_t* h) {
+std::int16_t XrConnectServer(const char* server, const char* user, const char* password, std::int32_t* h) {
     if (wait() != XR_OK) return kTrouble;
     if (does("locale")) std::setlocale(LC_ALL, "C");
     return next<decltype(&::XrConnectServer)>("XrConnectServer")(server, user, password, h);
 }
 
-int16_t XrGetKesdUsageEx2(int32_t h, XRKESDUSAGE* usage) {
+std::int16_t XrGetKesdUsageEx2(std::int32_t h, XRKESDUSAGE* usage) {
     if (does("abort")) std::abort();
     if (does("overrun")) *static_cast<volatile char*>(nullptr) = 0;
     if (does("locale") && MB_CUR_MAX != 1) return kTrouble;  // not the locale that it set for itself

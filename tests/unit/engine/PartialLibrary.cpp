@@ -12,9 +12,9 @@ std::int16_t XrStop(void* /*reserved*/) {
 }
 
 #ifdef VEXO_UNBOUND
-extern "C" int16_t nowhere();
+extern "C" std::int16_t nowhere();
 
-int16_t XrDisconnect(int32_t /*h*/) {
+std::int16_t XrDisconnect(std::int32_t /*h*/) {
     return nowhere();
 }
 #endif
