@@ -42,7 +42,7 @@ thread_local Watchdog* s_connecting = nullptr;
 
 // The client library calls this whenever it has to wait for its socket.
 int waitForSocket(my_socket socket, my_bool reading, int timeoutMs) {
-    if (s_connecting != nullptr) s_connecting->watch(socket);
+    if (s_connecting) s_connecting->watch(socket);
     pollfd state{socket, static_cast<short>(reading != 0 ? POLLIN : POLLOUT), 0};
     int ready = 0;
     do {
@@ -71,8 +71,8 @@ Result::Result(MYSQL_RES* rows) : m_rows(rows) {
 }
 
 bool Result::next() {
-    m_row = m_rows == nullptr ? nullptr : mysql_fetch_row(m_rows.get());
-    m_lengths = m_row == nullptr ? nullptr : mysql_fetch_lengths(m_rows.get());
+    m_row = m_rows ? mysql_fetch_row(m_rows.get()) : nullptr;
+    m_lengths = m_row ? mysql_fetch_lengths(m_rows.get()) : nullptr;
     return m_row != nullptr;
 }
 
@@ -98,7 +98,7 @@ Connection::Connection(const std::string& server, const std::string& user, const
     }
     const PipeSignalGuard guard;
     m_mysql.reset(mysql_init(nullptr));
-    if (m_mysql == nullptr) throw std::bad_alloc();
+    if (!m_mysql) throw std::bad_alloc();
 
     bool secure = settings.tlsRequired;
     if (!settings.optionFile.empty() && readOptions(settings.optionFile)) secure = true;
@@ -182,7 +182,7 @@ void Connection::open(const ServerAddress& address, const std::string& user, con
 void Connection::checkTls() const {
     my_bool verified = 0;
     mysql_get_optionv(m_mysql.get(), MYSQL_OPT_SSL_VERIFY_SERVER_CERT, &verified);
-    if (verified != 0 && mysql_get_ssl_cipher(m_mysql.get()) != nullptr) return;
+    if (verified != 0 && mysql_get_ssl_cipher(m_mysql.get())) return;
     m_log.notice("The connection is refused: it is not encrypted, or the server was not verified");
     throw StatusError(kNoSecureConnection);
 }
@@ -204,7 +204,7 @@ Result Connection::query(const char* statement) {
     if (mysql_query(m_mysql.get(), statement) != 0) fail(statement);
     MYSQL_RES* rows = mysql_store_result(m_mysql.get());
     // A statement that is killed or takes too long may fail only here.
-    if (rows == nullptr) fail(statement);
+    if (!rows) fail(statement);
     return Result(rows);
 }
 

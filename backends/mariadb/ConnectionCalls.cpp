@@ -40,7 +40,7 @@ std::vector<XRSQLCONNINFO> takeSnapshot(Engine& engine) {
 
 }  // namespace
 
-int16_t XrGetSQLConnectionsData(int32_t h, uint32_t* count) {
+std::int16_t XrGetSQLConnectionsData(std::int32_t h, std::uint32_t* count) {
     return answer(h, given(count), [&](Engine& engine) -> std::int16_t {
         engine.connectionSnapshot = {};
         engine.connectionSnapshot = takeSnapshot(engine);
@@ -49,7 +49,7 @@ int16_t XrGetSQLConnectionsData(int32_t h, uint32_t* count) {
     });
 }
 
-int16_t XrGetSQLConnectionInfo2(int32_t h, uint32_t index, XRSQLCONNINFO* info) {
+std::int16_t XrGetSQLConnectionInfo2(std::int32_t h, std::uint32_t index, XRSQLCONNINFO* info) {
     return answer(h, given(info), [&](Engine& engine) -> std::int16_t {
         if (index >= engine.connectionSnapshot.size()) return XR_NO_MORE_ITEMS;
         *info = engine.connectionSnapshot[index];
@@ -57,7 +57,7 @@ int16_t XrGetSQLConnectionInfo2(int32_t h, uint32_t index, XRSQLCONNINFO* info) 
     });
 }
 
-int16_t XrFreeSQLConnectionsData(int32_t h) {
+std::int16_t XrFreeSQLConnectionsData(std::int32_t h) {
     if (Engine* engine = findEngine(h)) engine->connectionSnapshot = {};
     return XR_OK;
 }

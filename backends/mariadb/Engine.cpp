@@ -41,7 +41,7 @@ Engine::~Engine() = default;
 
 Connection& Engine::connection() {
     if (m_lost != XR_OK) throw StatusError(m_lost);
-    if (m_connection == nullptr) connect();
+    if (!m_connection) connect();
     return *m_connection;
 }
 
@@ -52,7 +52,7 @@ void Engine::abandon(std::int16_t status) {
 
 void Engine::beginCall() {
     if (m_lost != XR_OK) throw StatusError(m_lost);
-    if (m_connection != nullptr) m_connection->beginCall();
+    if (m_connection) m_connection->beginCall();
 }
 
 void Engine::connect() {

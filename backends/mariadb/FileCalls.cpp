@@ -131,14 +131,14 @@ std::unique_ptr<FileSnapshot> takeSnapshot(Engine& engine) {
 }
 
 const FileSnapshot::File* findFile(const Engine& engine, const char* name) {
-    if (engine.fileSnapshot == nullptr) return nullptr;
+    if (!engine.fileSnapshot) return nullptr;
     const auto found = engine.fileSnapshot->byName.find(name);
     return found == engine.fileSnapshot->byName.end() ? nullptr : &engine.fileSnapshot->files[found->second];
 }
 
 }  // namespace
 
-int16_t XrGetOpenFilesData(int32_t h, uint32_t* count) {
+std::int16_t XrGetOpenFilesData(std::int32_t h, std::uint32_t* count) {
     return answer(h, given(count), [&](Engine& engine) -> std::int16_t {
         engine.fileSnapshot.reset();
         engine.fileSnapshot = takeSnapshot(engine);
@@ -147,9 +147,9 @@ int16_t XrGetOpenFilesData(int32_t h, uint32_t* count) {
     });
 }
 
-int16_t XrGetOpenFileName(int32_t h, uint32_t index, uint32_t* size, char* name) {
+std::int16_t XrGetOpenFileName(std::int32_t h, std::uint32_t index, std::uint32_t* size, char* name) {
     return answer(h, given(size, name), [&](Engine& engine) -> std::int16_t {
-        if (engine.fileSnapshot == nullptr || index >= engine.fileSnapshot->files.size()) return XR_NO_MORE_ITEMS;
+        if (!engine.fileSnapshot || index >= engine.fileSnapshot->files.size()) return XR_NO_MORE_ITEMS;
         if (*size == 0) return XR_OK;
         const std::string_view cut = cutUtf8(engine.fileSnapshot->files[index].name, *size - 1);
         name[cut.copy(name, cut.size())] = '\0';
@@ -158,34 +158,34 @@ int16_t XrGetOpenFileName(int32_t h, uint32_t index, uint32_t* size, char* name)
     });
 }
 
-int16_t XrGetFileInfo2(int32_t h, const char* name, XRFILEINFO* info) {
+std::int16_t XrGetFileInfo2(std::int32_t h, const char* name, XRFILEINFO* info) {
     return answer(h, given(name, info), [&](Engine& engine) -> std::int16_t {
         const FileSnapshot::File* file = findFile(engine, name);
-        if (file == nullptr) return XR_FILE_GONE;
+        if (!file) return XR_FILE_GONE;
         *info = file->info;
         return XR_OK;
     });
 }
 
-int16_t XrFreeOpenFilesData(int32_t h) {
+std::int16_t XrFreeOpenFilesData(std::int32_t h) {
     if (Engine* engine = findEngine(h)) engine->fileSnapshot.reset();
     return XR_OK;
 }
 
-int16_t XrGetFileHandlesData(int32_t h, const char* name, uint32_t* count) {
+std::int16_t XrGetFileHandlesData(std::int32_t h, const char* name, std::uint32_t* count) {
     return answer(h, given(name, count), [&](Engine& engine) -> std::int16_t {
         const FileSnapshot::File* file = findFile(engine, name);
-        if (file == nullptr) return XR_FILE_GONE;
-        *count = file->handles == nullptr ? 0 : static_cast<std::uint32_t>(file->handles->size());
+        if (!file) return XR_FILE_GONE;
+        *count = file->handles ? static_cast<std::uint32_t>(file->handles->size()) : 0;
         return XR_OK;
     });
 }
 
-int16_t XrGetFileHandleInfo(int32_t h, const char* name, uint32_t index, XRFILEHANDLEINFO* info) {
+std::int16_t XrGetFileHandleInfo(std::int32_t h, const char* name, std::uint32_t index, XRFILEHANDLEINFO* info) {
     return answer(h, given(name, info), [&](Engine& engine) -> std::int16_t {
         const FileSnapshot::File* file = findFile(engine, name);
-        if (file == nullptr) return XR_FILE_GONE;
-        if (file->handles == nullptr || index >= file->handles->size()) return XR_NO_MORE_ITEMS;
+        if (!file) return XR_FILE_GONE;
+        if (!file->handles || index >= file->handles->size()) return XR_NO_MORE_ITEMS;
         const TableHandle& handle = engine.fileSnapshot->handles[(*file->handles)[index]];
         const FileSnapshot::Client& client = engine.fileSnapshot->clients[handle.session];
         *info = {};

@@ -51,11 +51,11 @@ Engine& engineOf(std::int32_t handle) {
     if (!library().started) throw StatusError(kOutOfOrder);
     if (handle == XR_LOCAL_ENGINE) {
         std::unique_ptr<Engine>& engine = library().engines[handle];
-        if (engine == nullptr) engine = std::make_unique<Engine>("", "", "");
+        if (!engine) engine = std::make_unique<Engine>("", "", "");
         return *engine;
     }
     Engine* engine = findEngine(handle);
-    if (engine == nullptr) throw StatusError(kOutOfOrder);
+    if (!engine) throw StatusError(kOutOfOrder);
     return *engine;
 }
 

@@ -31,7 +31,7 @@ void dropEngine(std::int32_t handle) noexcept;
 bool isStarted() noexcept;
 
 // Runs `call` and gives the status of the interface: no exception leaves this library.
-template <class Call>
+template <typename Call>
 std::int16_t guarded(const Call& call) noexcept {
     try {
         return call();
@@ -45,14 +45,14 @@ std::int16_t guarded(const Call& call) noexcept {
 }
 
 // Whether none of the caller's pointers is null.
-template <class... Arguments>
+template <typename... Arguments>
 bool given(const Arguments*... arguments) noexcept {
     return (... && (arguments != nullptr));
 }
 
 // Runs `call` on the engine of a handle if its arguments are there. A lost connection is closed, and is the answer to
 // every later call.
-template <class Call>
+template <typename Call>
 std::int16_t answer(std::int32_t handle, bool argumentsGiven, const Call& call) noexcept {
     return guarded([&]() -> std::int16_t {
         if (!argumentsGiven) return kOutOfOrder;

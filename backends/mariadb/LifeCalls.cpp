@@ -20,28 +20,28 @@ XRKESDVERSION split(std::uint64_t version) {
 }
 
 std::string orEmpty(const char* text) {
-    return text == nullptr ? "" : text;
+    return text ? text : "";
 }
 
 }  // namespace
 
-int16_t XrStart(void* /*reserved*/) {
+std::int16_t XrStart(void* /*reserved*/) {
     return guarded([]() -> std::int16_t {
         startLibrary();
         return XR_OK;
     });
 }
 
-int16_t XrStop(void* /*reserved*/) {
+std::int16_t XrStop(void* /*reserved*/) {
     return guarded([]() -> std::int16_t {
         stopLibrary();
         return XR_OK;
     });
 }
 
-int16_t XrConnectServer(const char* server, const char* user, const char* password, int32_t* h) {
+std::int16_t XrConnectServer(const char* server, const char* user, const char* password, std::int32_t* h) {
     return guarded([&]() -> std::int16_t {
-        if (!isStarted() || h == nullptr) return kOutOfOrder;
+        if (!isStarted() || !h) return kOutOfOrder;
         auto engine = std::make_unique<Engine>(orEmpty(server), orEmpty(user), orEmpty(password));
         engine->connection();
         *h = keepEngine(std::move(engine));
@@ -49,15 +49,16 @@ int16_t XrConnectServer(const char* server, const char* user, const char* passwo
     });
 }
 
-int16_t XrDisconnect(int32_t h) {
+std::int16_t XrDisconnect(std::int32_t h) {
     // The local engine may be left without ever having been asked anything.
-    if (h != XR_LOCAL_ENGINE && findEngine(h) == nullptr) return kOutOfOrder;
+    if (h != XR_LOCAL_ENGINE && !findEngine(h)) return kOutOfOrder;
     dropEngine(h);
     return XR_OK;
 }
 
-int16_t XrGetEngineInformation(int32_t h, char* text, uint32_t* information1, uint32_t* information2,
-                               uint32_t* information3, uint32_t* engineType) {
+std::int16_t XrGetEngineInformation(std::int32_t h, char* text, std::uint32_t* information1,
+                                    std::uint32_t* information2, std::uint32_t* information3,
+                                    std::uint32_t* engineType) {
     const bool allGiven = given(text, information1, information2, information3, engineType);
     return answer(h, allGiven, [&](Engine& engine) -> std::int16_t {
         const XRKESDVERSION version = split(engine.connection().serverVersion());
@@ -72,7 +73,7 @@ int16_t XrGetEngineInformation(int32_t h, char* text, uint32_t* information1, ui
     });
 }
 
-int16_t XrGetKesdVersion(int32_t h, XRKESDVERSION* version) {
+std::int16_t XrGetKesdVersion(std::int32_t h, XRKESDVERSION* version) {
     return answer(h, given(version), [&](Engine& engine) -> std::int16_t {
         *version = split(engine.connection().serverVersion());
         return XR_OK;

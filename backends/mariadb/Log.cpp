@@ -26,7 +26,7 @@ void Log::tell(const std::string& text) {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     std::array<char, 32> clock{};
-    if (localtime_r(&now, &local) == nullptr) return;
+    if (!localtime_r(&now, &local)) return;
     if (std::strftime(clock.data(), clock.size(), "%Y-%m-%dT%H:%M:%S%z", &local) == 0) return;
     // Parts of the text come from the server.
     std::ofstream(m_path, std::ios::app) << clock.data() << " xrmariadb[" << getpid() << "] " << cleanText(text)

@@ -63,7 +63,7 @@ const std::unordered_map<std::uint64_t, Counters>& countersOf(Engine& engine, co
     std::unique_ptr<CounterReading>& reading = engine.counterReading;
     if (!engine.readsCounters(processes.size())) {
         reading = std::make_unique<CounterReading>();
-    } else if (reading == nullptr || !isUpToDate(*reading, processes)) {
+    } else if (!reading || !isUpToDate(*reading, processes)) {
         reading = std::make_unique<CounterReading>(readCounters(engine, processes, threads));
     }
     return reading->counters;
@@ -89,7 +89,7 @@ XRKESDCLIENTINFO describe(const Process& process, const Counters& counters, cons
     return info;
 }
 
-template <class Value>
+template <typename Value>
 Value valueOr(const std::unordered_map<std::uint64_t, Value>& values, std::uint64_t key) {
     const auto found = values.find(key);
     return found == values.end() ? Value{} : found->second;
@@ -127,7 +127,7 @@ std::unique_ptr<SessionSnapshot> takeSnapshot(Engine& engine) {
 
 // Nothing if the client is not in the snapshot.
 std::optional<std::size_t> findClient(const Engine& engine, const XRCLIENTID* client) {
-    if (engine.sessionSnapshot == nullptr) return std::nullopt;
+    if (!engine.sessionSnapshot) return std::nullopt;
     const std::string_view text(client->text, strnlen(client->text, sizeof client->text));
     const auto found = engine.sessionSnapshot->byId.find(toNumber(text));
     if (found == engine.sessionSnapshot->byId.end()) return std::nullopt;
@@ -136,7 +136,7 @@ std::optional<std::size_t> findClient(const Engine& engine, const XRCLIENTID* cl
 
 }  // namespace
 
-int16_t XrGetKesdClientsData(int32_t h, uint32_t* count) {
+std::int16_t XrGetKesdClientsData(std::int32_t h, std::uint32_t* count) {
     return answer(h, given(count), [&](Engine& engine) -> std::int16_t {
         engine.sessionSnapshot.reset();
         engine.sessionSnapshot = takeSnapshot(engine);
@@ -145,9 +145,9 @@ int16_t XrGetKesdClientsData(int32_t h, uint32_t* count) {
     });
 }
 
-int16_t XrGetKesdClientId(int32_t h, uint32_t index, XRCLIENTID* client) {
+std::int16_t XrGetKesdClientId(std::int32_t h, std::uint32_t index, XRCLIENTID* client) {
     return answer(h, given(client), [&](Engine& engine) -> std::int16_t {
-        if (engine.sessionSnapshot == nullptr || index >= engine.sessionSnapshot->ids.size()) return XR_NO_MORE_ITEMS;
+        if (!engine.sessionSnapshot || index >= engine.sessionSnapshot->ids.size()) return XR_NO_MORE_ITEMS;
         const std::uint64_t id = engine.sessionSnapshot->ids[index];
         *client = {};
         fill(client->text, std::to_string(id));
@@ -157,7 +157,7 @@ int16_t XrGetKesdClientId(int32_t h, uint32_t index, XRCLIENTID* client) {
     });
 }
 
-int16_t XrGetKesdClientInfo(int32_t h, const XRCLIENTID* client, XRKESDCLIENTINFO* info) {
+std::int16_t XrGetKesdClientInfo(std::int32_t h, const XRCLIENTID* client, XRKESDCLIENTINFO* info) {
     return answer(h, given(client, info), [&](Engine& engine) -> std::int16_t {
         const std::optional<std::size_t> index = findClient(engine, client);
         if (!index) return XR_CLIENT_GONE;
@@ -166,7 +166,7 @@ int16_t XrGetKesdClientInfo(int32_t h, const XRCLIENTID* client, XRKESDCLIENTINF
     });
 }
 
-int16_t XrGetKesdClientHandlesData(int32_t h, const XRCLIENTID* client, uint32_t* count) {
+std::int16_t XrGetKesdClientHandlesData(std::int32_t h, const XRCLIENTID* client, std::uint32_t* count) {
     return answer(h, given(client, count), [&](Engine& engine) -> std::int16_t {
         const std::optional<std::size_t> index = findClient(engine, client);
         if (!index) return XR_CLIENT_GONE;
@@ -175,7 +175,8 @@ int16_t XrGetKesdClientHandlesData(int32_t h, const XRCLIENTID* client, uint32_t
     });
 }
 
-int16_t XrGetKesdClientHandleInfo(int32_t h, const XRCLIENTID* client, uint32_t index, XRKESDCLIENTHANDLEINFO* info) {
+std::int16_t XrGetKesdClientHandleInfo(std::int32_t h, const XRCLIENTID* client, std::uint32_t index,
+                                       XRKESDCLIENTHANDLEINFO* info) {
     return answer(h, given(client, info), [&](Engine& engine) -> std::int16_t {
         const std::optional<std::size_t> found = findClient(engine, client);
         if (!found) return XR_CLIENT_GONE;
@@ -192,7 +193,7 @@ int16_t XrGetKesdClientHandleInfo(int32_t h, const XRCLIENTID* client, uint32_t 
     });
 }
 
-int16_t XrFreeKesdClientsData(int32_t h) {
+std::int16_t XrFreeKesdClientsData(std::int32_t h) {
     if (Engine* engine = findEngine(h)) engine->sessionSnapshot.reset();
     return XR_OK;
 }

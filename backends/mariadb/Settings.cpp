@@ -13,7 +13,7 @@ namespace {
 
 std::string variable(const char* name) {
     const char* value = std::getenv(name);
-    return value == nullptr ? "" : value;
+    return value ? value : "";
 }
 
 bool isOff(const std::string& value) {

@@ -143,14 +143,14 @@ XRKESDCOMMSTAT readCommunication(Engine& engine) {
 
 }  // namespace
 
-int16_t XrGetKesdUsageEx2(int32_t h, XRKESDUSAGE* usage) {
+std::int16_t XrGetKesdUsageEx2(std::int32_t h, XRKESDUSAGE* usage) {
     return answer(h, given(usage), [&](Engine& engine) -> std::int16_t {
         *usage = readUsage(engine);
         return XR_OK;
     });
 }
 
-int16_t XrGetKesdCommStatEx(int32_t h, XRKESDCOMMSTAT* stat) {
+std::int16_t XrGetKesdCommStatEx(std::int32_t h, XRKESDCOMMSTAT* stat) {
     return answer(h, given(stat), [&](Engine& engine) -> std::int16_t {
         *stat = readCommunication(engine);
         return XR_OK;
