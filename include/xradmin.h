@@ -76,7 +76,7 @@ XR_SIZE(40, XRFILEINFO);
 typedef struct {
     uint32_t clientIndex;
     uint8_t openMode;
-    uint8_t recordLockType; /* 'N', 'S' or 'M' */
+    uint8_t recordLockType; /* 'N', 'S', 'M'; anything else is unknown (reports print n/a) */
     uint8_t waitState;
     uint8_t gap7;
     uint16_t transactionState;
@@ -128,7 +128,7 @@ XR_SIZE(200, XRKESDCLIENTINFO);
 /* One handle that a session holds. */
 typedef struct {
     uint8_t openMode;
-    uint8_t recordLockType; /* 'N', 'S' or 'M' */
+    uint8_t recordLockType; /* 'N', 'S', 'M'; anything else is unknown (reports print n/a) */
     uint8_t waitState;
     uint8_t gap3;
     uint16_t transactionState;
