@@ -28,8 +28,12 @@ bool namesTlsOption(std::string_view line) {
 OptionFileContents readOptionFile(std::istream& lines) {
     OptionFileContents contents;
     for (std::string line; std::getline(lines, line);) {
-        contents.includes = contents.includes || withoutBlanksInFront(line).substr(0, 1) == "!";
-        contents.tls = contents.tls || namesTlsOption(line);
+        // A carriage return alone may have been meant to end a line.
+        for (std::size_t at = 0; at <= line.size(); at = std::min(line.find('\r', at), line.size()) + 1) {
+            const std::string rest = line.substr(at);
+            contents.includes = contents.includes || withoutBlanksInFront(rest).substr(0, 1) == "!";
+            contents.tls = contents.tls || namesTlsOption(rest);
+        }
     }
     return contents;
 }

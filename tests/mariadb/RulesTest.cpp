@@ -61,6 +61,9 @@ TEST(MariadbOptionFile, EveryMentionOfTlsCountsAndIncludesAreSeen) {
     }
     std::istringstream lines("[vexo]\nuser=x\n \t!include /etc/my.cnf\n");
     EXPECT_TRUE(readOptionFile(lines).includes);
+    std::istringstream returns("[vexo]\rssl-ca=x\r!include y");
+    const OptionFileContents contents = readOptionFile(returns);
+    EXPECT_TRUE(contents.tls && contents.includes);
 }
 
 TEST(MariadbServerText, SplitsClientAddressesAtTheLastColon) {
