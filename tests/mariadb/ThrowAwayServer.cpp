@@ -31,7 +31,7 @@ int Program::finish() {
 ThrowAwayServer::ThrowAwayServer(const std::string& options) {
     char answers[] = "/tmp/xm-answers.XXXXXX";
     close(mkstemp(answers));
-    const std::string command = std::string(THROW_AWAY_SERVER) + " " + options + " >" + answers + " 2>&1";
+    const std::string command = "'" + std::string(THROW_AWAY_SERVER) + "' " + options + " >" + answers + " 2>&1";
     m_script = popen((command + " || echo \"status $?\" >>" + answers).c_str(), "we");
     std::string text;
     while (!(std::istringstream(text) >> m_server >> socket >> port >> directory)) {
