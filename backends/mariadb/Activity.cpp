@@ -15,6 +15,11 @@ namespace xrmariadb {
 
 namespace {
 
+const char* whyNoTableLocks(const Engine& engine) {
+    if (!engine.hasPerformanceSchema()) return "performance_schema is off";
+    return engine.hasLockInstrument() ? "performance_schema does not show them" : "the metadata lock instrument is off";
+}
+
 // A lock that is neither held nor awaited any more: its session gave up, and the row is about to go.
 bool isGivenUp(std::string_view status) {
     return status == "VICTIM" || status == "TIMEOUT" || status == "KILLED";
@@ -189,22 +194,34 @@ Threads readThreads(Engine& engine) {
 
 TableLocks readTableLocks(Engine& engine, const Threads& threads) {
     TableLockReader reader;
-    if (engine.hasLockInstrument()) {
+    // Without the threads nobody knows whose the locks are.
+    if (engine.hasLockInstrument() && !threads.empty()) {
         auto rows =
             engine.queryOptional(queries::kTableLocks, "the plug-in metadata_lock_info is tried for table locks");
+        bool recorded = false;
         while (rows && rows->next()) {
+            recorded = true;
             const auto session = threads.find(rows->number(0));
             if (session != threads.end() && !isGivenUp(rows->text(6))) reader.add(*rows, session->second);
         }
-        if (rows) return reader.take();
+        if (recorded) return reader.take();
+        // The statement locks the table that it reads.
+        if (rows) {
+            engine.log().notice(
+                "performance_schema records no table locks, not even the monitor's own: its consumer "
+                "global_instrumentation or the instrument wait/lock/metadata/sql/mdl is off by now");
+        }
     }
     auto rows = engine.queryOptional(
         queries::kTableLocksOfPlugin,
-        "there are no handles but those of transactions in conflict, since neither performance_schema nor the plug-in "
-        "metadata_lock_info shows table locks; HANDLES=no lists all files and sessions all the same");
+        "the only handles are those of transactions in conflict, since neither performance_schema nor the plug-in "
+        "metadata_lock_info shows table locks. Sessions without one are listed with a handle that says so, files "
+        "without one by HANDLES=no");
     while (rows && rows->next())
         reader.add(*rows, rows->number(0));
-    return reader.take();
+    TableLocks locks = reader.take();
+    if (!rows) locks.missing = whyNoTableLocks(engine);
+    return locks;
 }
 
 std::unordered_map<std::uint64_t, ClientAttributes> readAttributes(Engine& engine) {

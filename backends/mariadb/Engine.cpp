@@ -175,8 +175,7 @@ bool Engine::readsTablespaces() {
     if (!isOn("innodb_read_only")) return true;
     m_log.notice(
         "InnoDB is read-only (innodb_read_only or innodb_force_recovery): its page sizes are not shown, and its file "
-        "sizes "
-        "only where the files can be seen from here, since asking for tablespaces would end the server");
+        "sizes only where the files can be seen from here, since asking for tablespaces would end the server");
     return false;
 }
 

@@ -30,7 +30,13 @@ Files::Files(Engine& engine) : m_engine(engine), m_dataDirectory(engine.variable
         std::string key = keyOf(path, transactional);
         m_open.push_back({std::move(path), std::move(key), transactional});
     }
-    if (!rows) readTablespaces();
+    if (rows && m_open.empty()) {
+        m_engine.log().notice(
+            "performance_schema shows no open files, so they are those of InnoDB only: its instruments wait/io/file/% "
+            "or "
+            "its consumer global_instrumentation are off");
+    }
+    if (m_open.empty()) readTablespaces();
     for (std::size_t index = 0; index < m_open.size(); ++index) {
         if (m_open[index].key.empty()) continue;
         const auto [preferred, isNew] = m_preferred.emplace(m_open[index].key, index);

@@ -27,7 +27,7 @@ struct Tablespace {
 
 class Files {
 public:
-    // Reads the open files; without performance_schema the tablespaces stand in for them.
+    // Reads the open files. Where performance_schema has none, the tablespaces stand in for them.
     explicit Files(Engine& engine);
 
     // Finds each table's file and whether the transaction engine keeps it. Asks the server again only if there is a

@@ -26,6 +26,8 @@ enum class WaitState : std::uint8_t { kNone = 0, kRecord = 1, kFile = 2 };
 constexpr std::uint16_t kNoTransaction = 0;
 constexpr std::uint16_t kExclusiveLock = 19;
 constexpr std::uint16_t kConcurrentLock = 1019;
+constexpr std::uint16_t kUnknownTransaction = 0xFFFF;
+constexpr std::uint8_t kUnknownWaitState = 0xFF;
 
 // 'N', 'S' or 'M' of the interface: none, a single or multiple row locks. Of what the server does not tell, reports
 // say n/a.

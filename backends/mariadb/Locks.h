@@ -78,6 +78,7 @@ struct TableLock {
 struct TableLocks {
     std::vector<LockedTable> tables;
     std::vector<TableLock> locks;
+    std::string missing;  // why the server tells of none, "" if it tells
 };
 
 // All locks of one session on one table.

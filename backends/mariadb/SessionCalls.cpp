@@ -108,6 +108,7 @@ std::unique_ptr<SessionSnapshot> takeSnapshot(Engine& engine) {
     snapshot->files.reserve(locks.tables.size());
     for (const LockedTable& table : locks.tables)
         snapshot->files.push_back(cleanFileName(table.file));
+    if (!locks.missing.empty()) snapshot->handlesUnknown = "(handles unknown: " + locks.missing + ")";
 
     const auto attributes = readAttributes(engine);
     const auto& counters = countersOf(engine, processes, threads);
@@ -123,6 +124,16 @@ std::unique_ptr<SessionSnapshot> takeSnapshot(Engine& engine) {
         snapshot->byId.emplace(process.id, index);
     }
     return snapshot;
+}
+
+// Reports print n/a for the codes. Not for the open mode: an unknown one would make a JSON document invalid.
+XRKESDCLIENTHANDLEINFO unknownHandle(const std::string& reason) {
+    XRKESDCLIENTHANDLEINFO info{};
+    info.recordLockType = kUnknownRecordLocks;
+    info.waitState = kUnknownWaitState;
+    info.transactionState = kUnknownTransaction;
+    fill(info.fileName, reason);
+    return info;
 }
 
 // Nothing if the client is not in the snapshot.
@@ -171,6 +182,7 @@ std::int16_t XrGetKesdClientHandlesData(std::int32_t h, const XRCLIENTID* client
         const std::optional<std::size_t> index = findClient(engine, client);
         if (!index) return XR_CLIENT_GONE;
         *count = engine.sessionSnapshot->locks.sessions[*index].handleCount;
+        if (*count == 0 && !engine.sessionSnapshot->handlesUnknown.empty()) *count = 1;
         return XR_OK;
     });
 }
@@ -181,6 +193,10 @@ std::int16_t XrGetKesdClientHandleInfo(std::int32_t h, const XRCLIENTID* client,
         const std::optional<std::size_t> found = findClient(engine, client);
         if (!found) return XR_CLIENT_GONE;
         const SessionState& session = engine.sessionSnapshot->locks.sessions[*found];
+        if (index == 0 && session.handleCount == 0 && !engine.sessionSnapshot->handlesUnknown.empty()) {
+            *info = unknownHandle(engine.sessionSnapshot->handlesUnknown);
+            return XR_OK;
+        }
         if (index >= session.handleCount) return XR_NO_MORE_ITEMS;
         const TableHandle& handle = engine.sessionSnapshot->locks.handles[session.firstHandle + index];
         *info = {};

@@ -35,6 +35,7 @@ struct SessionSnapshot {
     std::unordered_map<std::uint64_t, std::size_t> byId;
     LockPicture locks;               // its sessions in the order of the clients
     std::vector<std::string> files;  // by table
+    std::string handlesUnknown;      // what stands for the handles of a session that has none, "" if it really has none
 };
 
 }  // namespace xrmariadb
