@@ -64,9 +64,9 @@ class Session:
     """The program, running. Its user's steps are the operations do_...; one that gives False was never due.
 
     `keyboard`: its standard input, one of pipe, pty, closed, or the file named "input". `redirect`: where the streams
-    lead that shall not be read from here: a path, closed, terminal, or gone for a pipe that nobody reads."""
+    lead that shall not be read from here: a path, closed, or terminal."""
 
-    def __init__(self, command, directory, environment, keyboard="pipe", redirect=None, limits=(), ignored=(),
+    def __init__(self, command, directory, environment, keyboard="pipe", redirect=None, limits=(),
                  keeps_to_permissions=False):
         self.directory, self.redirect = directory, redirect or {}
         self.open, self.written = {}, {"stdout": b"", "stderr": b""}  # descriptors and what came, by their names
@@ -84,7 +84,7 @@ class Session:
             if keyboard == "pty":
                 fcntl.ioctl(0, termios.TIOCSCTTY, 0)
             for number in set(signal.Signals) - {signal.SIGKILL, signal.SIGSTOP}:
-                signal.signal(number, signal.SIG_IGN if number.name[3:] in ignored else signal.SIG_DFL)
+                signal.signal(number, signal.SIG_DFL)
             for name, value in limits:
                 resource.setrlimit(getattr(resource, "RLIMIT_" + name.upper()), (int(value), int(value)))
             if keeps_to_permissions:  # the superuser too
@@ -114,11 +114,9 @@ class Session:
         if target == "terminal":
             self.open[name] = os.dup(self.open["keyboard"])
             return self.open["stdin"]
-        if target and target != "gone":
+        if target:
             return self.open.setdefault(target, os.open(os.path.join(self.directory, target), os.O_WRONLY))
         self.open[name], self.open[name + "'s other end"] = os.pipe()
-        if target == "gone":
-            self.shut(name)
         return self.open[name + "'s other end"]
 
     def shut(self, name):

@@ -1,30 +1,35 @@
 // SPDX-License-Identifier: MIT
 // The simulated engine's own promises: what scenarios, faults, life, generators and the trace do.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
+#include <memory>
 #include <set>
-#include <string>
 #include <thread>
-#include <utility>
 
-#include "xradmin.h"
+#include "Support.h"
+#include "engine/QRIMonitorHelper.h"
+#include "status/QRIException.h"
 
 namespace {
 
-std::string contentsOf(const std::string& path) {
-    std::ifstream stream(path);
-    return {std::istreambuf_iterator<char>(stream), {}};
+std::int32_t h = 0;  // the connection
+
+// The functions that this program is linked with.
+XrApi linkedApi() {
+    XrApi api;
+#define VEXO_LINKED(name) api.name = ::name;
+    XR_FUNCTIONS(VEXO_LINKED)
+#undef VEXO_LINKED
+    api.XrConnectServer = [](const char* server, const char* user, const char* password, std::int32_t* handle) {
+        const auto status = ::XrConnectServer(server, user, password, handle);
+        h = *handle;
+        return status;
+    };
+    return api;
 }
 
-// The engine of one scenario, used as a monitor would.
+// The engine of one scenario, used as the monitor does.
 class SimulatedEngine : public testing::Test {
 protected:
     SimulatedEngine() { std::filesystem::create_directories(m_folder); }
@@ -36,104 +41,75 @@ protected:
     // 0, or the status that refused the connection.
     int start(const std::string& scenario) {
         finish();
-        std::ofstream(m_folder + "/scenario") << scenario;
-        setenv("XRSIM_SCENARIO", (m_folder + "/scenario").c_str(), 1);
+        writeFile(m_folder + "/scenario", scenario);
+        ::setenv("XRSIM_SCENARIO", (m_folder + "/scenario").c_str(), 1);
         // A path of its own for each start, since a trace goes on where it is named again.
         m_trace = m_folder + "/trace" + std::to_string(++s_starts);
-        setenv("XRSIM_TRACE", m_trace.c_str(), 1);
-        m_isOpen = true;
-        XrStart(nullptr);
-        return m_status = XrConnectServer("server", "user", "password", &h);
+        ::setenv("XRSIM_TRACE", m_trace.c_str(), 1);
+        m_engine = std::make_unique<QRIMonitorHelper>(linkedApi());
+        return statusOf([&] { m_engine->connect(L"server", L"user", L"password"); });
     }
     void finish() {
-        if (!std::exchange(m_isOpen, false)) return;
-        // Whoever is refused stops first.
-        if (m_status != 0) XrStop(nullptr);
-        XrDisconnect(h);
-        if (m_status == 0) XrStop(nullptr);
+        if (m_engine) m_engine->disconnect();
+        m_engine = nullptr;
     }
-    std::string trace() const { return contentsOf(m_trace); }
+    std::string trace() const { return contents(m_trace); }
 
-    // `next` names an item, counts the handles that it could read, and gives the status that it came to.
-    template <typename Next>
-    std::string section(std::string out, decltype(&XrGetOpenFilesData) data, decltype(&XrFreeOpenFilesData) free,
-                        Next next) {
-        std::uint32_t count = 0;
-        int status = data(h, &count);
-        if (status != 0) return out + " !" + std::to_string(status);
-        out += " " + std::to_string(count) + ":";
-        for (std::uint32_t i = 0; i < count && status == 0; ++i) {
-            std::string name;
-            std::uint32_t handles = 0;
-            status = next(i, name, handles);
-            if (name.empty()) break;
-            const bool gone = status == XR_FILE_GONE || status == XR_CLIENT_GONE;
-            out += " " + name + (gone ? " gone" : "(" + std::to_string(handles) + ")");
-            if (gone || status == XR_NO_MORE_ITEMS) status = 0;
+    template <typename Action>
+    static int statusOf(Action action) {
+        try {
+            action();
+            return XR_OK;
+        } catch (const QRIException& error) {
+            return error.getErrorCode();
         }
-        free(h);
-        return out + (status != 0 && status != XR_NO_MORE_ITEMS ? " !" + std::to_string(status) : "");
     }
 
-    // One record in few words: "F n: name(handles) ..; C n: id(handles) ..; S n: user(0) .." with the announced counts,
-    // "gone" for what vanished, and "!status" where a section ends in an error.
+    // One record in few words: "F name(handles) ..; C id(handles) ..; S user ..". A section that fails is "!status".
     std::string record() {
         m_fileHandles.clear();
         m_clientHandles.clear();
         m_recordsRead.clear();
-        const auto file = [&](std::uint32_t i, std::string& name, std::uint32_t& handles) -> int {
-            std::uint32_t count = XR_NAME_SIZE;
-            char text[XR_NAME_SIZE + 1] = {};
-            XRFILEINFO info{};
-            int status = XrGetOpenFileName(h, i, &count, text);
-            name = text;
-            if (status == 0) status = XrGetFileInfo2(h, text, &info);
-            if (status == 0) status = XrGetFileHandlesData(h, text, &count);
-            for (XRFILEHANDLEINFO handle{}; status == 0 && handles < count; ++handles) {
-                if ((status = XrGetFileHandleInfo(h, text, handles, &handle)) != 0) break;
-                m_fileHandles.insert({name, handle.clientName});
+        String files = L"F";
+        String clients = L"; C";
+        String connections = L"; S";
+        const int filesStatus = statusOf([&] {
+            const auto list = m_engine->getActiveFileInfoList(true);
+            for (const auto& file : *list) {
+                files += concat(L" ", file->fileName, L"(", file->handles->size(), L")");
+                for (const auto& handle : *file->handles)
+                    m_fileHandles.insert(concat(file->fileName, L" of ", handle->clientName.view()));
             }
-            return status;
-        };
-        const auto client = [&](std::uint32_t i, std::string& name, std::uint32_t& handles) -> int {
-            std::uint32_t count = 0;
-            XRCLIENTID id{};
-            XRKESDCLIENTINFO info{};
-            int status = XrGetKesdClientId(h, i, &id);
-            name = id.text;
-            if (status == 0) status = XrGetKesdClientInfo(h, &id, &info);
-            if (status == 0) m_recordsRead[name] = info.recordsRead;
-            if (status == 0) status = XrGetKesdClientHandlesData(h, &id, &count);
-            for (XRKESDCLIENTHANDLEINFO handle{}; status == 0 && handles < count; ++handles) {
-                if ((status = XrGetKesdClientHandleInfo(h, &id, handles, &handle)) != 0) break;
-                m_clientHandles.insert({handle.fileName, info.sessionName});
+        });
+        const int clientsStatus = statusOf([&] {
+            const auto list = m_engine->getActiveSessionInfoList(true);
+            for (const auto& client : *list) {
+                clients += concat(L" ", client->clientId->idText, L"(", client->handles->size(), L")");
+                m_recordsRead[client->clientId->idText] = client->recordsRead;
+                for (const auto& handle : *client->handles)
+                    m_clientHandles.insert(concat(handle->fileName.view(), L" of ", client->sessionName));
             }
-            return status;
-        };
-        const auto connection = [&](std::uint32_t i, std::string& name, std::uint32_t&) -> int {
-            XRSQLCONNINFO info{};
-            const int status = XrGetSQLConnectionInfo2(h, i, &info);
-            name = info.userName;
-            return status;
-        };
-        std::string out = section("F", XrGetOpenFilesData, XrFreeOpenFilesData, file);
-        out += "; " + section("C", XrGetKesdClientsData, XrFreeKesdClientsData, client);
-        return out + "; " + section("S", XrGetSQLConnectionsData, XrFreeSQLConnectionsData, connection);
+        });
+        const int connectionsStatus = statusOf([&] {
+            const auto list = m_engine->getConnInfoList();
+            for (const auto& connection : *list)
+                connections += L" " + connection->userName;
+        });
+        if (filesStatus != XR_OK) files = concat(L"F !", filesStatus);
+        if (clientsStatus != XR_OK) clients = concat(L"; C !", clientsStatus);
+        if (connectionsStatus != XR_OK) connections = concat(L"; S !", connectionsStatus);
+        return narrow(files + clients + connections);
     }
 
-    using Handles = std::multiset<std::pair<std::string, std::string>>;  // file and client
-
-    std::int32_t h = -2;
-    Handles m_fileHandles;    // as the files tell
-    Handles m_clientHandles;  // as the clients tell
-    std::map<std::string, std::uint32_t> m_recordsRead;
+    std::unique_ptr<QRIMonitorHelper> m_engine;
+    std::multiset<String> m_fileHandles;    // as the files tell
+    std::multiset<String> m_clientHandles;  // as the clients tell
+    std::map<String, std::uint64_t> m_recordsRead;
 
 private:
-    const std::string m_folder = testing::TempDir() + "xrsim" + std::to_string(getpid());
+    const std::string m_folder = testing::TempDir() + "xrsim" + std::to_string(::getpid());
     std::string m_trace;
     static inline int s_starts = 0;
-    int m_status = 0;
-    bool m_isOpen = false;
 };
 
 TEST_F(SimulatedEngine, SaysWhereAScenarioIsWrong) {
@@ -156,9 +132,11 @@ TEST_F(SimulatedEngine, SaysWhereAScenarioIsWrong) {
         EXPECT_EQ(start(scenario), 3001) << scenario;
         const std::string said = testing::internal::GetCapturedStderr();
         EXPECT_NE(said.find(mistake), std::string::npos) << scenario << said;
-        std::uint32_t count = 0;
-        EXPECT_EQ(XrGetOpenFilesData(XR_LOCAL_ENGINE, &count), 3001);
     }
+    std::uint32_t count = 0;
+    XrStart(nullptr);
+    EXPECT_EQ(XrGetOpenFilesData(XR_LOCAL_ENGINE, &count), 3001) << "where nothing has to be connected to";
+    XrStop(nullptr);
 }
 
 TEST_F(SimulatedEngine, AdmitsItsAccounts) {
@@ -181,20 +159,19 @@ TEST_F(SimulatedEngine, PlaysFaults) {
     const std::string handles = "{ handle = [{ file = 'a' }, { file = 'b' }] }";
     const std::string engine = "file = [{ name = 'a' }, { name = 'b' }]\nconnection = [{}]\nsession = [" + handles +
                                ", " + handles + "]\n[[fault]]\n";
-    const std::string files = "F 2: a(2) b(2); ";
-    const std::string rest = "C 2: C1(2) C2(2); S 1: user1(0)";
+    const std::string files = "F a(2) b(2); ";
+    const std::string rest = "C C1(2) C2(2); S user1";
     const std::pair<const char*, std::string> rows[] = {
-        {"function = 'XrGetFileInfo2'\ncall = 1\nstatus = 7015", "F 2: a gone b(2); " + rest},
-        {"function = 'XrGetFileInfo2'\nname = 'a'\nstatus = 99", "F 2: a(0) !99; " + rest},
-        {"function = 'XrGetOpenFileName'\nindex = 1\nstatus = 7008", "F 2: a(2); " + rest},
-        {"function = 'XrGetOpenFileName'\nname = 'a'\nvanish = true", "F 2: a gone b(2); " + rest},
-        {"function = 'XrGetFileHandleInfo'\nindex = 0\nvanish = true", "F 2: a gone b gone; " + rest},
-        {"function = 'XrGetOpenFilesData'\ncount_change = 3", "F 5: a(2) b(2); " + rest},
-        {"function = 'XrGetKesdClientId'\nname = 'C1'\nvanish = true", files + "C 2: C1 gone C2(2); S 1: user1(0)"},
-        {"function = 'XrGetKesdClientsData'\ncount = 1", files + "C 1: C1(2); S 1: user1(0)"},
+        {"function = 'XrGetFileInfo2'\ncall = 1\nstatus = 7015", "F b(2); " + rest},
+        {"function = 'XrGetFileInfo2'\nname = 'a'\nstatus = 99", "F !99; " + rest},
+        {"function = 'XrGetOpenFileName'\nindex = 1\nstatus = 7008", "F a(2); " + rest},
+        {"function = 'XrGetOpenFileName'\nname = 'a'\nvanish = true", "F b(2); " + rest},
+        {"function = 'XrGetFileHandleInfo'\nindex = 0\nvanish = true", "F; " + rest},
+        {"function = 'XrGetOpenFilesData'\ncount_change = -1", "F a(2); " + rest},
+        {"function = 'XrGetKesdClientId'\nname = 'C1'\nvanish = true", files + "C C2(2); S user1"},
+        {"function = 'XrGetKesdClientsData'\ncount = 1", files + "C C1(2); S user1"},
         {"function = 'XrGetKesdClientsData'\nlose_connection = true", files + "C !3005; S !3005"},
-        {"function = 'XrGetSQLConnectionsData'\nstatus = -5", files + "C 2: C1(2) C2(2); S !-5"},
-        {"call = 6\nlose_connection = true", "F 2: a(0) !3005; C !3005; S !3005"},
+        {"call = 6\nlose_connection = true", "F !3005; C !3005; S !3005"},
     };
     for (const auto& [fault, expected] : rows) {
         ASSERT_EQ(start(engine + fault), 0);
@@ -216,24 +193,23 @@ TEST_F(SimulatedEngine, FailsInWaysThatNoStatusTells) {
 }
 
 TEST_F(SimulatedEngine, LivesTheSameLifeEachTime) {
-    std::string shop = contentsOf(SHOP_SCENARIO);
+    std::string shop = contents(SHOP_SCENARIO);
     shop.erase(shop.find("[usage]"));  // peaks that are stated hide the counted ones
     std::set<std::string> records;
     std::string lives[2];
     for (std::string& life : lives) {
         ASSERT_EQ(start(shop), 0);
-        std::uint32_t peak = 0;
+        std::uint64_t peak = 0;
         m_recordsRead.clear();
         for (int round = 0; round < 40; ++round) {
             const auto readBefore = m_recordsRead;
             life += *records.insert(record() + "\n").first;
-            XRKESDUSAGE usage{};
-            ASSERT_EQ(XrGetKesdUsageEx2(h, &usage), 0);
-            EXPECT_EQ(usage.sessionCountCurrent, m_recordsRead.size());
-            EXPECT_EQ(usage.handlesCurrent, m_fileHandles.size());
+            const auto usage = m_engine->getUsageStats();
+            EXPECT_EQ(usage->sessionCountCurrent, m_recordsRead.size());
+            EXPECT_EQ(usage->handlesCurrent, m_fileHandles.size());
             EXPECT_EQ(m_fileHandles, m_clientHandles);
-            peak = std::max(peak, usage.handlesCurrent);
-            EXPECT_EQ(usage.handlesPeak, peak);
+            peak = std::max(peak, usage->handlesCurrent);
+            EXPECT_EQ(usage->handlesPeak, peak);
             for (const auto& [client, read] : readBefore) {
                 const auto now = m_recordsRead.find(client);
                 EXPECT_TRUE(now == m_recordsRead.end() || now->second > read) << client;

@@ -59,29 +59,17 @@ FakeEngine s_fake;
 
 // D the data of an enumeration, N a name, an identifier or a connection, I what is known of it, H the data of its
 // handles, h one of those, F the free call; f, s and c for files, sessions and connections.
-const std::map<std::string, std::string> kCalls = {{"XrStart", "start"},
-                                                   {"XrStop", "stop"},
-                                                   {"XrConnectServer", "connect"},
-                                                   {"XrDisconnect", "disconnect"},
-                                                   {"XrGetEngineInformation", "type"},
-                                                   {"XrGetKesdVersion", "version"},
-                                                   {"XrGetOpenFilesData", "Df"},
-                                                   {"XrGetOpenFileName", "N"},
-                                                   {"XrGetFileInfo2", "I"},
-                                                   {"XrFreeOpenFilesData", "Ff"},
-                                                   {"XrGetFileHandlesData", "H"},
-                                                   {"XrGetFileHandleInfo", "h"},
-                                                   {"XrGetKesdClientsData", "Ds"},
-                                                   {"XrGetKesdClientId", "N"},
-                                                   {"XrGetKesdClientInfo", "I"},
-                                                   {"XrGetKesdClientHandlesData", "H"},
-                                                   {"XrGetKesdClientHandleInfo", "h"},
-                                                   {"XrFreeKesdClientsData", "Fs"},
-                                                   {"XrGetSQLConnectionsData", "Dc"},
-                                                   {"XrGetSQLConnectionInfo2", "N"},
-                                                   {"XrFreeSQLConnectionsData", "Fc"},
-                                                   {"XrGetKesdUsageEx2", "usage"},
-                                                   {"XrGetKesdCommStatEx", "comm"}};
+// clang-format off
+const std::map<std::string, std::string> kCalls = {
+    {"XrStart", "start"}, {"XrStop", "stop"}, {"XrConnectServer", "connect"}, {"XrDisconnect", "disconnect"},
+    {"XrGetEngineInformation", "type"}, {"XrGetKesdVersion", "version"},
+    {"XrGetKesdUsageEx2", "usage"}, {"XrGetKesdCommStatEx", "comm"},
+    {"XrGetOpenFilesData", "Df"}, {"XrGetOpenFileName", "N"}, {"XrGetFileInfo2", "I"},
+    {"XrGetFileHandlesData", "H"}, {"XrGetFileHandleInfo", "h"}, {"XrFreeOpenFilesData", "Ff"},
+    {"XrGetKesdClientsData", "Ds"}, {"XrGetKesdClientId", "N"}, {"XrGetKesdClientInfo", "I"},
+    {"XrGetKesdClientHandlesData", "H"}, {"XrGetKesdClientHandleInfo", "h"}, {"XrFreeKesdClientsData", "Fs"},
+    {"XrGetSQLConnectionsData", "Dc"}, {"XrGetSQLConnectionInfo2", "N"}, {"XrFreeSQLConnectionsData", "Fc"}};
+// clang-format on
 
 XrApi fakeApi() {
     XrApi api;
@@ -149,7 +137,7 @@ TEST(QRIMonitorHelper, CollectsWhatIsThereAndFreesItOnceOnEveryWay) {
         {'s', false, {{"N1", 3}}, L"QRIException: 3: three", " Ds N0 I0 N1 Fs"},
         {'s', false, {{"I0", 7010}}, L" 1:", " Ds N0 I0 N1 I1 Fs"},
         {'s', false, {{"I1", 7015}}, L"QRIException: 7015: gone", " Ds N0 I0 N1 I1 Fs"},
-        {'s', true, {{"H0", 3}}, L"QRIException: 3: three", " Ds N0 I0 H0 Fs"},
+        {'s', true, {{"H0", 7010}}, L"QRIException: 7010: LK_MSG_P_E_7010", " Ds N0 I0 H0 Fs"},
         {'s', true, {{"H0=", 0}}, L" 1:01", " Ds N0 I0 H0 N1 I1 H1 h10 h11 Fs"},
         {'s', true, {{"h01", 7008}}, L" 0:0 1:01", " Ds N0 I0 H0 h00 h01 N1 I1 H1 h10 h11 Fs"},
         {'s', true, {{"h01", 7010}}, L" 1:01", " Ds N0 I0 H0 h00 h01 N1 I1 H1 h10 h11 Fs"},

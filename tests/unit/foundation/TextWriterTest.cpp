@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/TextWriter.h"
 
-#include <thread>
-
 #include "Support.h"
 
 using Flushing = TextWriter::Flushing;
@@ -22,27 +20,6 @@ TEST(TextWriter, MakesOneWriteOfAFlushedLine) {
     EXPECT_EQ(pipe.arrived(), "");
     writer = nullptr;
     EXPECT_EQ(pipe.arrived(), "|" + std::string(2000, '\n'));
-}
-
-TEST(TextWriter, WaitsForASlowReader) {
-    Pipe pipe;
-    std::string read;
-    std::thread reader([&] {
-        while (read.empty() || read.back() != '.')
-            ::usleep(300), read += pipe.arrived();
-    });
-    const String longLine(300'000, L'x');
-    const auto writer = makeRef<TextWriter>(pipe.out.get(), L"pipe", Flushing::kAfterEveryLine);
-    for (int line = 0; line < 5; ++line)
-        writer->writeLine(longLine);
-    writer->write(L".");
-    writer->flush();
-    reader.join();
-    read.erase(std::remove(read.begin(), read.end(), '|'), read.end());
-    std::string wanted;
-    for (int line = 0; line < 5; ++line)
-        wanted += narrow(longLine) + "\n";
-    EXPECT_TRUE(read == wanted + ".") << read.size();
 }
 
 TEST(TextWriter, NamesAFailingTargetAndDropsWhatFailed) {

@@ -33,14 +33,21 @@ std::int64_t sleptMs(std::int64_t milliseconds) {
     return duration_cast<std::chrono::milliseconds>(steady_clock::now() - start).count();
 }
 
-TEST(IncrementalSleep, EndsWithinThreeSecondsOfAStop) {
+// The flag is looked at every three seconds. The bounds leave a busy machine its time.
+TEST(IncrementalSleep, EndsSoonAfterAStop) {
     EXPECT_GE(sleptMs(50), 50);
-    EXPECT_LT(sleptMs(-1000) + sleptMs(0), 1000);
+    EXPECT_LT(sleptMs(-1000) + sleptMs(0), 2000);
     const auto stopper = std::async(std::launch::async, [] { ::usleep(100'000), s_stopped = true; });
-    const std::int64_t slept = sleptMs(20'000);
-    EXPECT_TRUE(slept >= 100 && slept < 3500) << slept;
-    EXPECT_LT(sleptMs(20'000), 1000);
+    const std::int64_t slept = sleptMs(60'000);
+    EXPECT_TRUE(slept >= 100 && slept < 30'000) << slept;
+    EXPECT_LT(sleptMs(20'000), 2500);
     s_stopped = false;
+}
+
+bool signalledSoon() {
+    for (int attempt = 0; attempt < 10'000 && !wasSignalled(); ++attempt)
+        ::usleep(1000);
+    return wasSignalled();
 }
 
 // Ends with 0 when `wait` is cut short by the signal that comes meanwhile, else with 1.
@@ -55,7 +62,7 @@ void signalled(int signal, Wait wait) {
 TEST(StopSignalsDeathTest, EndTheWaitsAndThenTheProcess) {
     const auto inOrder = testing::ExitedWithCode(0);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        EXPECT_EXIT(signalled(signal, [] { return sleptMs(20'000) < 10'000; }), inOrder, "");
+        EXPECT_EXIT(signalled(signal, [] { return sleptMs(60'000) < 2500; }), inOrder, "");
         EXPECT_EXIT(signalled(signal,
                               [] {
                                   const Pipe pipe;
@@ -65,15 +72,14 @@ TEST(StopSignalsDeathTest, EndTheWaitsAndThenTheProcess) {
         // The call that is running goes on.
         EXPECT_EXIT(signalled(signal, [] { return ::usleep(500'000) == 0; }), inOrder, "");
         // Whether something else stopped the run before does not matter.
-        EXPECT_EXIT((s_stopped = true, holdStopSignals(), ::kill(::getpid(), signal), ::usleep(200'000),
-                     ::_exit(wasSignalled() ? 0 : 1)),
+        EXPECT_EXIT((s_stopped = true, holdStopSignals(), ::kill(::getpid(), signal), ::_exit(signalledSoon() ? 0 : 1)),
                     inOrder, "");
         // Ignored from the start.
         EXPECT_EXIT((std::signal(signal, SIG_IGN), holdStopSignals(), ::kill(::getpid(), signal), sleptMs(100),
                      ::_exit(wasSignalled() ? 1 : 0)),
                     inOrder, "");
-        EXPECT_EXIT((holdStopSignals(), ::kill(::getpid(), signal), ::usleep(200'000), ::kill(::getpid(), SIGTERM),
-                     ::usleep(2'000'000)),
+        EXPECT_EXIT((holdStopSignals(), ::kill(::getpid(), signal), signalledSoon(), ::usleep(100'000),
+                     ::kill(::getpid(), SIGTERM), ::usleep(60'000'000)),
                     testing::KilledBySignal(SIGTERM), "");
     }
 }
@@ -99,14 +105,16 @@ TEST(ReadsAndWrites, GoOnWhenInterruptedAndWhereTheStreamDoesNotBlock) {
         EXPECT_EQ(readStandardInput(), 'k');
         key.get();
 
-        const auto drained = std::async(std::launch::async, [writer = pthread_self(), &pipe] {
+        auto drained = std::async(std::launch::async, [writer = pthread_self(), &pipe] {
             interrupt(writer, 3);
-            std::size_t count = 0;
-            for (char some[4096]; count <= 200'000; ::usleep(100))
-                count += std::size_t(std::max(ssize_t{0}, ::read(pipe.in.get(), some, sizeof some)));
+            std::string all;
+            for (char some[4096]; all.empty() || all.back() != '\n'; ::usleep(100))
+                all.append(some, std::size_t(std::max(ssize_t{0}, ::read(pipe.in.get(), some, sizeof some))));
+            return all;
         });
-        makeRef<TextWriter>(pipe.out.get(), L"", TextWriter::Flushing::kAfterEveryLine)
-            ->writeLine(String(200'000, L'x'));
+        const String line(200'000, L'x');
+        makeRef<TextWriter>(pipe.out.get(), L"", TextWriter::Flushing::kAfterEveryLine)->writeLine(line);
+        EXPECT_TRUE(drained.get() == narrow(line) + "\n");
     }
     ::dup2(keyboard.get(), STDIN_FILENO);
     // A settings file may be a pipe too; opening it waits for a writer.

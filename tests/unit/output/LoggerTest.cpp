@@ -20,18 +20,11 @@ std::string printed(Action action) {
 }
 
 TEST(Logger, LetsThroughWhatReachesItsThreshold) {
-    const std::tuple<const wchar_t*, const char*> rows[] = {{nullptr, ""},
-                                                            {L"ALL", "|1\n|2\n|3\n|4\n|5\n|6\n|7\n"},
-                                                            {L"finest", "|1\n|2\n|3\n|4\n|5\n|6\n|7\n"},
-                                                            {L"Finer", "|2\n|3\n|4\n|5\n|6\n|7\n"},
-                                                            {L"FINE", "|3\n|4\n|5\n|6\n|7\n"},
-                                                            {L"cONFIG", "|4\n|5\n|6\n|7\n"},
-                                                            {L"INFO", "|5\n|6\n|7\n"},
-                                                            {L"WARNING", "|6\n|7\n"},
-                                                            {L"severe", "|7\n"},
-                                                            {L"OFF", ""},
-                                                            {L"", ""}};
-    for (const auto& [name, lines] : rows) {
+    // The first of seven lines, from the finest on, that each lets through.
+    const std::pair<const wchar_t*, std::size_t> rows[] = {
+        {L"ALL", 0},     {L"finest", 0}, {L"Finer", 1}, {L"FINE", 2}, {L"cONFIG", 3}, {L"INFO", 4},
+        {L"WARNING", 5}, {L"severe", 6}, {L"OFF", 7},   {L"", 7},     {nullptr, 7}};
+    for (const auto& [name, first] : rows) {
         const auto logger = makeRef<Logger>();
         if (name) logger->setLevel(StringView(name));
         logger->severe(L"to no handler");
@@ -45,7 +38,7 @@ TEST(Logger, LetsThroughWhatReachesItsThreshold) {
             logger->warning(L"6");
             logger->severe(L"7");
         };
-        EXPECT_EQ(printed(logAll), lines) << (name ? name : L"new");
+        EXPECT_EQ(printed(logAll), std::string("|1\n|2\n|3\n|4\n|5\n|6\n|7\n").substr(first * 3)) << first;
     }
 }
 
@@ -72,24 +65,14 @@ TEST(Logger, WritesEachLineOnceToEveryHandler) {
 }
 
 TEST(Logger, TellsWhyAFileCannotBeCreated) {
-    std::filesystem::create_directories("directory/closed");
-    std::filesystem::permissions("directory/closed", std::filesystem::perms(0555));
-    writeFile("file", "");
     const String here = widen(std::filesystem::current_path().string());
-    const std::tuple<String, String> rows[] = {
-        // Established output: a refused access gives no reason.
-        {L"directory", L"IOException: uncreatable " + here + L"/directory:  (80070005)"},
-        {L"directory/closed/log", L"IOException: uncreatable directory/closed/log:  (80070005)"},
-        {L"directory/closed/a/log", L"IOException: uncreatable directory/closed/a/log:  (80070005)"},
-        {L"file/log", L"IOException: uncreatable file/log: not found (80070002)"},
-        {L"loop", concat(L"ResultException: ", kSystemErrorBase + ELOOP)},
-        {L"", L"IOException: uncreatable " + here + L"/: not found (80070002)"}};
     std::filesystem::create_symlink("loop", "loop");
-    keepToPermissions();
     const auto logger = makeRef<Logger>("VEXO", "VEXO_");
-    for (const auto& [path, failed] : rows) {
-        EXPECT_EQ(failure([&, name = path] { logger->addFileHandler(name); }), failed) << path;
-    }
+    EXPECT_EQ(failure([&] { logger->addFileHandler(L"loop"); }),
+              concat(L"ResultException: ", kSystemErrorBase + ELOOP));
+    EXPECT_EQ(failure([&] { logger->addFileHandler(L""); }),
+              L"IOException: uncreatable " + here + L"/: not found (80070002)");
+    // Established output: a refused access gives no reason.
     std::filesystem::current_path("/");
     EXPECT_EQ(failure([&] { logger->addFileHandler(L"etc"); }), L"IOException: uncreatable /etc:  (80070005)");
     EXPECT_EQ(failure([&] { logger->throwError(kOutOfMemory, L"x"); }), concat(L"ResultException: ", kOutOfMemory));

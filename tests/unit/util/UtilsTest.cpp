@@ -20,12 +20,8 @@ String parsed(Number (*parse)(StringView), const String& text) {
 
 TEST(Utils, ParsesNumbersStrictly) {
     const String overflow = L"QRIException: 7006: overflow";
-    const struct {
-        String text;
-        String asInt;
-        String asLong;
-        String asUint32;
-    } rows[] = {
+    // as int, as long, as uint32
+    const std::tuple<String, String, String, String> rows[] = {
         {L" \t42\r\n", L"42", L"42", L"42"},
         {L"0", L"0", L"0", L"0"},
         {L"+7", L"7", L"7", L"7"},
@@ -42,10 +38,10 @@ TEST(Utils, ParsesNumbersStrictly) {
         {L"18446744073709551616", L"-", L"-", overflow},
         {L"-9223372036854775808", L"-", L"-9223372036854775808", L"-"},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(parsed(Utils::parseInt, row.text), row.asInt) << row.text;
-        EXPECT_EQ(parsed(Utils::parseLong, row.text), row.asLong) << row.text;
-        EXPECT_EQ(parsed(Utils::parseUint32, row.text), row.asUint32) << row.text;
+    for (const auto& [text, asInt, asLong, asUint32] : rows) {
+        EXPECT_EQ(parsed(Utils::parseInt, text), asInt) << text;
+        EXPECT_EQ(parsed(Utils::parseLong, text), asLong) << text;
+        EXPECT_EQ(parsed(Utils::parseUint32, text), asUint32) << text;
     }
     for (const wchar_t* text : {L"", L" ", L"x", L"1x", L"1 2", L"00", L"-0", L"+0", L"+-1", L"--1", L"1.0", L"0x1",
                                 L"1e1", L"\uFF11", L"99999999999999999999x"}) {
@@ -56,16 +52,13 @@ TEST(Utils, ParsesNumbersStrictly) {
 }
 
 TEST(Utils, WritesUptimes) {
-    const struct {
-        long seconds;
-        const wchar_t* text;
-    } rows[] = {
-        {0, L"0 day  00:00:00"},       {59, L"0 day  00:00:59"},      {35999, L"0 day  09:59:59"},
-        {36000, L"0 day  10:00:00"},   {90061, L"1 day  01:01:01"},   {172799, L"1 day  23:59:59"},
-        {172800, L"2 days  00:00:00"}, {200000, L"2 days  07:33:20"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Utils::convertTimeInSecs(row.seconds), row.text) << row.seconds;
+    for (const auto& [seconds, text] : {std::pair(35999, L"0 day  09:59:59"),
+                                        {36000, L"0 day  10:00:00"},
+                                        {90061, L"1 day  01:01:01"},
+                                        {172799, L"1 day  23:59:59"},
+                                        {172800, L"2 days  00:00:00"}}) {
+        EXPECT_EQ(Utils::convertTimeInSecs(seconds), text) << seconds;
+    }
 }
 
 TEST(Utils, TellsTheLocalTime) {
@@ -78,11 +71,9 @@ TEST(Utils, TellsTheLocalTime) {
 }
 
 TEST(Utils, ChangesTextsInPlace) {
-    const struct {
-        void (*change)(String&);
-        String text;
-        String result;
-    } rows[] = {
+    const auto quotes = [](String& text) { Utils::addBackslashChars(text, L'"'); };
+    const auto backslashes = [](String& text) { Utils::addBackslashChars(text, L'\\'); };
+    const std::tuple<void (*)(String&), String, String> rows[] = {
         {Utils::formatEngVerString, L"9.5.1.0", L"09.05.001.0"},
         {Utils::formatEngVerString, L"16.11.6.0", L"16.11.006.0"},
         {Utils::formatEngVerString, L"16.11.12", L"16.11.012"},
@@ -91,16 +82,16 @@ TEST(Utils, ChangesTextsInPlace) {
         {Utils::formatEngVerString, L"7", L"07"},
         {Utils::formatEngVerString, L"", L""},
         {Utils::formatEngVerString, L"..1.", L"..001."},
-        {[](String& text) { Utils::addBackslashChars(text, L'"'); }, L"\"x\"y\"z\"", L"\\\"x\\\"y\\\"z\""},
-        {[](String& text) { Utils::addBackslashChars(text, L'"'); }, L"plain", L"plain"},
-        {[](String& text) { Utils::addBackslashChars(text, L'\\'); }, L"\\\\\\", L"\\\\\\\\\\"},
-        {[](String& text) { Utils::addBackslashChars(text, L'\\'); }, L"a\\b\\", L"a\\\\b\\"},
+        {quotes, L"\"x\"y\"z\"", L"\\\"x\\\"y\\\"z\""},
+        {quotes, L"plain", L"plain"},
+        {backslashes, L"\\\\\\", L"\\\\\\\\\\"},
+        {backslashes, L"a\\b\\", L"a\\\\b\\"},
         {Utils::removeTabChars, L"\t\ta\t b\t", L"a b"},
     };
-    for (const auto& row : rows) {
-        String text = row.text;
-        row.change(text);
-        EXPECT_EQ(text, row.result) << row.text;
+    for (const auto& [change, before, after] : rows) {
+        String text = before;
+        change(text);
+        EXPECT_EQ(text, after) << before;
     }
 }
 
@@ -109,11 +100,7 @@ TEST(Utils, CreatesTheDirectoriesOfAFile) {
     std::filesystem::create_directory("open");
     std::filesystem::permissions(".", std::filesystem::perms(0555));
     keepToPermissions();
-    const struct {
-        std::string path;
-        ResultCode code;
-        const char* created;
-    } rows[] = {
+    const std::tuple<std::string, ResultCode, const char*> rows[] = {
         {"log.txt", kSuccess, nullptr},
         {"", kSuccess, nullptr},
         {"/log.txt", kSuccess, nullptr},
@@ -123,9 +110,9 @@ TEST(Utils, CreatesTheDirectoriesOfAFile) {
         {"file/a/log.txt", kFileNotFound, nullptr},
         {"refused/log.txt", kAccessDenied, nullptr},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Utils::createDirs(widen(row.path)), row.code) << row.path;
-        EXPECT_TRUE(!row.created || Utils::dirExist(widen(row.created))) << row.path;
+    for (const auto& [path, code, created] : rows) {
+        EXPECT_EQ(Utils::createDirs(widen(path)), code) << path;
+        EXPECT_TRUE(!created || Utils::dirExist(widen(created))) << path;
         EXPECT_FALSE(Utils::fileExist(L"log.txt") || Utils::fileExist(L"open/c/d") || Utils::fileExist(L"refused"));
     }
     EXPECT_TRUE(Utils::fileExist(L"file") && !Utils::dirExist(L"file") && Utils::fileExist(L"open"));
