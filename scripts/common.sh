@@ -44,9 +44,13 @@ need_packages() {
 build_packages=(g++ cmake ninja-build libtomlplusplus-dev)
 # What reads the records of the companions.
 record_packages=(libsimdjson-dev)
+# What serves metrics, and what reads them in the tests.
+metrics_packages=(libmicrohttpd-dev)
+metrics_test_packages=(prometheus python3-prometheus-client)
 # What the back end for MariaDB is built with, and the server that its tests run.
 mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
-test_packages=("${build_packages[@]}" "${record_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev
+test_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
+    "${metrics_test_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev
     python3 python3-jsonschema valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
 
