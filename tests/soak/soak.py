@@ -3,7 +3,6 @@
 
 A preloaded library makes seconds milliseconds. The program runs without a limit, so the keyboard thread is there, and is
 ended by a typed q."""
-import collections
 import os
 import pathlib
 import re
@@ -11,6 +10,10 @@ import subprocess
 import sys
 import tempfile
 import time
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "harness"))
+from session import calls_of, misuses  # noqa: E402
 
 program, preloaded, library, example, scenario = (pathlib.Path(word) for word in sys.argv[1:6])
 records = int(sys.argv[6])
@@ -38,16 +41,14 @@ with tempfile.TemporaryDirectory() as folder:
     start = time.monotonic()
     with open(printed, "wb") as out:
         run = subprocess.Popen([program, "-f", folder / "cfg"], stdin=subprocess.PIPE, stdout=out, env=environment)
-    calls_per_record = b"XrGetKesdCommStatEx"
-    counted, done, samples = 0, 0, []
-    with open(trace, "rb") if trace.exists() else open(os.devnull, "rb") as calls:
+    done, samples = 0, []
+    trace.touch()
+    with open(trace, "rb") as growing:
         while done < records:
             time.sleep(0.05)
             if run.poll() is not None:
                 fail(f"the monitor ended with status {run.returncode} after {done} records")
-            if calls.name == os.devnull and trace.exists():
-                calls = open(trace, "rb")
-            done += calls.read().count(calls_per_record)
+            done += growing.read().count(b"XrGetKesdCommStatEx")
             if done >= records * (len(samples) + 1) // 20:
                 samples.append(status(run.pid))
     before_end = status(run.pid)
@@ -55,23 +56,17 @@ with tempfile.TemporaryDirectory() as folder:
     if run.returncode != 0:
         fail(f"the monitor ended with status {run.returncode}")
 
-    text = trace.read_text(errors="surrogateescape")
-    misuses = re.findall(r"(?m)^MISUSE.*$", text)
-    if misuses:
-        fail(f"the engine library was misused: {misuses[:3]}")
-    count = collections.Counter(re.findall(r"(?m)^(Xr\w+)\(", text))
-    for data, free in (("XrStart", "XrStop"), ("XrConnectServer", "XrDisconnect"),
-                       ("XrGetOpenFilesData", "XrFreeOpenFilesData"), ("XrGetKesdClientsData", "XrFreeKesdClientsData"),
-                       ("XrGetSQLConnectionsData", "XrFreeSQLConnectionsData")):
-        if count[data] != count[free]:
-            fail(f"{count[data]} calls of {data}, but {count[free]} of {free}")
+    calls = list(calls_of(trace.read_bytes()))
+    if misused := misuses(calls):
+        fail(f"the engine library was misused: {misused[:3]}")
+    written = calls.count("XrGetKesdCommStatEx")
 
     # The log is what was printed, less the banner and the prompts.
     lines = log.read_bytes().split(b"\n")
     shown = printed.read_bytes().split(b"\n")
     prompts = {i for i, line in enumerate(shown) if line.startswith(b"To stop monitoring") and line.endswith(b"  ")}
-    if len(prompts) != count["XrGetKesdCommStatEx"]:
-        fail(f"{count['XrGetKesdCommStatEx']} records, but {len(prompts)} prompts")
+    if len(prompts) != written:
+        fail(f"{written} records, but {len(prompts)} prompts")
     shown = [line for i, line in enumerate(shown)
              if i > 2 and i not in prompts and i + 1 not in prompts and line != b"Monitoring has stopped."]
     if shown != lines:
@@ -84,6 +79,6 @@ with tempfile.TemporaryDirectory() as folder:
     for what in ("threads", "descriptors"):
         if len({sample[what] for sample in [*samples, before_end]}) != 1:
             fail(f"{what} changed: {samples}")
-    print(f"{count['XrGetKesdCommStatEx']:,} records in {time.monotonic() - start:.0f} s, {len(lines) - 1:,} lines, "
-          f"{sum(count.values()):,} calls; memory {first} KiB after the first twentieths, {last} KiB at the end; "
+    print(f"{written:,} records in {time.monotonic() - start:.0f} s, {len(lines) - 1:,} lines, "
+          f"{len(calls):,} calls; memory {first} KiB after the first twentieths, {last} KiB at the end; "
           f"{before_end['threads']} threads, {before_end['descriptors']} descriptors throughout; 0 misuses")
