@@ -37,9 +37,20 @@ constexpr std::int64_t kHangUpMs = 2000;
 constexpr std::size_t kStackBytes = 1 << 18;
 
 std::atomic<bool> s_signalled{false};
-int s_wakeUp = -1;  // becomes readable with the first signal, and stays so
+int s_wakeUp = -1;  // a semaphore; becomes readable with the first signal, and stays so
 sigset_t s_held;
 std::atomic<pthread_t> s_watcher;
+
+void post(int semaphore) {
+    constexpr std::uint64_t kOne = 1;
+    static_cast<void>(!::write(semaphore, &kOne, sizeof kOne));
+}
+
+void take(int semaphore) {
+    std::uint64_t one = 0;
+    while (::read(semaphore, &one, sizeof one) < 0 && errno == EINTR) {
+    }
+}
 
 siginfo_t waitForSignal() {
     siginfo_t signal{};
@@ -84,11 +95,11 @@ void passSignalsOn() {
 void watch(void* /*arguments*/) {
     s_watcher = pthread_self();
     passSignalsOn();
+    post(s_wakeUp);  // ready
     const siginfo_t first = waitForSignal();
     const auto arrival = Clock::now();
     s_signalled = true;
-    constexpr std::uint64_t kOne = 1;
-    static_cast<void>(!::write(s_wakeUp, &kOne, sizeof kOne));
+    post(s_wakeUp);
     for (;;) {
         const siginfo_t next = waitForSignal();
         if (asksAgain(first, next, Clock::now() - arrival)) endBy(next.si_signo);
@@ -113,14 +124,15 @@ void holdStopSignals() {
     const auto refuse = [&messages](ResultCode code) {
         throw ResultException(code, messages.getResStr("ERR_SIGNAL_THREAD", code));
     };
-    s_wakeUp = ::eventfd(0, EFD_CLOEXEC);
+    s_wakeUp = ::eventfd(0, EFD_CLOEXEC | EFD_SEMAPHORE);
     if (s_wakeUp < 0) refuse(resultCodeOf(errno));
 
     s_held = heededSignals();
     sigset_t before;
     pthread_sigmask(SIG_BLOCK, &s_held, &before);
     const ResultCode refused = NamedThread(L"VexoSignalThread").start(watch, nullptr, kStackBytes);
-    if (refused == kSuccess) return;
+    // Not before the thread is ready: until then a thread of the library's would let a signal kill the process.
+    if (refused == kSuccess) return take(s_wakeUp);
     // Nobody would ever see them.
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     refuse(refused);

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <clocale>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -43,6 +44,11 @@ std::int16_t wait() {
 }
 
 }  // namespace
+
+std::int16_t XrStart(void* reserved) {
+    if (does("signalled")) ::kill(::getpid(), SIGTERM);
+    return next<decltype(&::XrStart)>("XrStart")(reserved);
+}
 
 std::int16_t XrConnectServer(const char* server, const char* user, const char* password, std::int32_t* h) {
     if (wait() != XR_OK) return kTrouble;

@@ -63,6 +63,7 @@ WAYS = [
     Way("a signal twice in one go", STARTED + "signal any; signal same"),
     Way("a signal, beside a thread older than the first call", "await Enter.; signal any", [TIMER],
         probe="thread,interrupted"),
+    Way("a signal in the first call, beside such a thread", probe="thread,signalled"),
     Way("a signal after q", "await Enter.; type q\\n; pause 0-50; signal any", [TIMER]),
     Way("a signal after the end of input", "await Enter.; leave; pause 0-50; signal any", [TIMER]),
     Way("a signal around the limit", "called XrGetKesdUsageEx2; pause 0-10; signal any", [TIMER], settings="LIMIT=1"),
