@@ -58,12 +58,13 @@ bool LineReader::fill() {
     return m_end != 0;
 }
 
-std::string readWholeFile(StringView path) {
+std::string readWholeFile(StringView path, std::size_t maxBytes) {
     const FileDescriptor file = openForReading(path);
     std::string bytes;
     std::array<char, 8192> buffer;
     while (const std::size_t count = readSome(file, buffer.data(), buffer.size(), path)) {
         bytes.append(buffer.data(), count);
+        if (bytes.size() > maxBytes) throw StreamException(String(path), EFBIG);
     }
     return bytes;
 }

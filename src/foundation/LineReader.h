@@ -46,8 +46,8 @@ private:
 };
 
 // All bytes of a file, as they are. Throws ResultException when it cannot be opened, StreamException when it cannot be
-// read.
-std::string readWholeFile(StringView path);
+// read or has more than `maxBytes`.
+std::string readWholeFile(StringView path, std::size_t maxBytes);
 
 }  // namespace vexo
 

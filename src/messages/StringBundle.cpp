@@ -20,6 +20,9 @@ namespace {
 
 constexpr wchar_t kReplacement = 0xFFFD;
 
+// Far more than all messages in any language, yet little memory when the file is a device without an end.
+constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20U;
+
 bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\f';
 }
@@ -211,8 +214,8 @@ std::optional<StringBundle> StringBundle::open(StringView name) {
     for (const std::string& suffix : suffixes) {
         for (const String& directory : directories) {
             try {
-                bundle.m_contents.push_back(
-                    readWholeFile(concat(directory, L"/", name, widen(suffix), L".properties")));
+                const String path = concat(directory, L"/", name, widen(suffix), L".properties");
+                bundle.m_contents.push_back(readWholeFile(path, kMaxFileBytes));
             } catch (const Exception&) {
                 // Missing or unreadable: the next file may serve.
                 continue;

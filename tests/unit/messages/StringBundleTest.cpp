@@ -30,6 +30,7 @@ TEST(StringBundle, ReadsPropertiesAsJavaWritesThem) {
 TEST(StringBundle, PrefersTheLanguageThenTheDirectory) {
     std::filesystem::create_directories("1/T_fr.properties");  // cannot be read: the next one serves
     std::filesystem::create_directory("2");
+    std::filesystem::create_symlink("/dev/zero", "1/T_de_CH.properties");  // has no end: the next one serves
     for (const std::string path : {"1/T", "1/T_de", "2/T", "2/T_de_CH", "2/T_fr"}) {
         std::ofstream(path + ".properties") << "K=" << path << "\n" << path << "=own";
     }
