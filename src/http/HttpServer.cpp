@@ -61,6 +61,18 @@ unsigned int mostClients(std::size_t sockets) {
     return std::max(static_cast<unsigned int>(std::min<rlim_t>(all, kMostClients) / sockets), 1U);
 }
 
+// Null where the system refuses; errno tells why.
+MHD_Daemon* startDaemon(const FileDescriptor& socket, const Endpoint& endpoint, unsigned int clients) {
+    // The daemon closes the socket that it gets, but not whenever it fails to start.
+    const int own = ::fcntl(socket.get(), F_DUPFD_CLOEXEC, 0);
+    if (own < 0) return nullptr;                              // without a socket the daemon would open one of its own
+    auto* const borrowed = const_cast<Endpoint*>(&endpoint);  // NOLINT: handle() takes it back as const
+    return MHD_start_daemon(MHD_USE_EPOLL_INTERNAL_THREAD | MHD_USE_ITC, 0, nullptr, nullptr, handle, borrowed,
+                            MHD_OPTION_LISTEN_SOCKET, own, MHD_OPTION_CONNECTION_LIMIT, clients,
+                            MHD_OPTION_CONNECTION_TIMEOUT, kTimeoutSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
+                            kBytesPerClient, MHD_OPTION_END);
+}
+
 }  // namespace
 
 void HttpServer::Stop::operator()(MHD_Daemon* daemon) const {
@@ -70,15 +82,8 @@ void HttpServer::Stop::operator()(MHD_Daemon* daemon) const {
 HttpServer::HttpServer(const ListenAddress& address, const Endpoint& endpoint) {
     const std::vector<FileDescriptor> sockets = address.listen();
     m_port = portOf(sockets.front());
-    const unsigned int clients = mostClients(sockets.size());
     for (const FileDescriptor& socket : sockets) {
-        // The daemon closes the socket that it gets, but not whenever it fails to start.
-        const int own = ::fcntl(socket.get(), F_DUPFD_CLOEXEC, 0);
-        auto* const borrowed = const_cast<Endpoint*>(&endpoint);  // NOLINT: handle() takes it back as const
-        m_daemons.emplace_back(MHD_start_daemon(
-            MHD_USE_EPOLL_INTERNAL_THREAD | MHD_USE_ITC, 0, nullptr, nullptr, handle, borrowed,
-            MHD_OPTION_LISTEN_SOCKET, own, MHD_OPTION_CONNECTION_LIMIT, clients, MHD_OPTION_CONNECTION_TIMEOUT,
-            kTimeoutSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kBytesPerClient, MHD_OPTION_END));
+        m_daemons.emplace_back(startDaemon(socket, endpoint, mostClients(sockets.size())));
         if (m_daemons.back()) continue;
         const std::string reason = narrow(systemReason(errno));
         throw Exception(MessageHelper("VEXO", "VEXO_").getResStr("ERR_LISTEN", address.text().c_str(), reason.c_str()));
