@@ -80,7 +80,8 @@ TEST(CMSGStrings, PreparesDialogsAndKeys) {
     EXPECT_EQ(keys, (std::array<String, 4>{L"P-N5N6", L"LK_MSG_N5", L"P_N7", L"LK_MSG_7008"}));
 }
 
-TEST(Bundles, AgreeInEveryLanguageWithWhatTheProgramPasses) {
+// What each text is given: a text s, a number d.
+std::map<std::string, std::string> argumentsOfTexts() {
     // By what they are given (a text: s, a number: d), the texts of VEXO; the others are those of statuses.
     const std::pair<const char*, const char*> texts[] = {
         {"",
@@ -110,6 +111,11 @@ TEST(Bundles, AgreeInEveryLanguageWithWhatTheProgramPasses) {
         for (std::string key; words >> key;)
             arguments["VEXO_" + key] = types;
     }
+    return arguments;
+}
+
+TEST(Bundles, AgreeInEveryLanguageWithWhatTheProgramPasses) {
+    const std::map<std::string, std::string> arguments = argumentsOfTexts();
     const std::regex property("([A-Z0-9_]+)=.*");
     std::map<std::string, int> originals;
     for (const auto& file : std::filesystem::directory_iterator(VEXO_SHIPPED_BUNDLES)) {
