@@ -221,6 +221,8 @@ void Connection::fail(const char* doing) {
             "XRMARIADB_READ_TIMEOUT)");
         throw StatusError(kConnectionLost);
     }
+    // What became of a server behind TLS is all the same to the client library.
+    if (m_connected && error == CR_SSL_CONNECTION_ERROR) throw StatusError(kConnectionLost);
     if (error == CR_PLUGIN_NOT_ALLOWED) {
         m_log.notice(
             "This way to log in needs the password in a form that is safe over TLS only: XRMARIADB_SSL_CA asks for "
