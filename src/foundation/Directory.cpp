@@ -19,12 +19,25 @@ bool pathExists(StringView path) {
     return ::stat(narrow(path).c_str(), &status) == 0;
 }
 
+namespace {
+
+// kSuccess when the path can be opened as a directory, or why not.
+ResultCode openDirectory(StringView path) {
+    const FileDescriptor directory(::open(narrow(path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return directory.get() >= 0 ? kSuccess : resultCodeOf(errno);
+}
+
+}  // namespace
+
 bool directoryExists(StringView path) {
-    return FileDescriptor(::open(narrow(path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)).get() >= 0;
+    return openDirectory(path) == kSuccess;
 }
 
 ResultCode createDirectory(StringView path) {
-    return ::mkdir(narrow(path).c_str(), 0777) == 0 ? kSuccess : resultCodeOf(errno);
+    if (::mkdir(narrow(path).c_str(), 0777) == 0) return kSuccess;
+    // Several monitors started together create the same directories: another one may have been faster. Or something is
+    // there that is no directory, or leads nowhere, such as a circle of links.
+    return errno == EEXIST ? openDirectory(path) : resultCodeOf(errno);
 }
 
 String currentDirectory() {

@@ -16,7 +16,7 @@ bool pathExists(StringView path);
 // Whether the path can be opened as a directory. Permission to list it is not needed.
 bool directoryExists(StringView path);
 
-// Creates one directory with mode 0777 less the umask. kSuccess, or why not.
+// Creates one directory with mode 0777 less the umask. kSuccess, also when it is there by now, or why not.
 ResultCode createDirectory(StringView path);
 
 // The directory that relative paths start from; empty when the system does not tell.

@@ -115,9 +115,7 @@ ResultCode Utils::createDirs(StringView path) {
         if (i > 0 || path.front() == kDirectorySeparator) directory += kDirectorySeparator;
         directory += pieces[i];
         if (directoryExists(directory)) continue;
-        const ResultCode failed = createDirectory(directory);
-        // Several monitors started together create the same directories: another one may have been faster.
-        if (failed != kSuccess && !directoryExists(directory)) return failed;
+        if (const ResultCode failed = createDirectory(directory)) return failed;
     }
     return kSuccess;
 }
