@@ -226,8 +226,8 @@ RecordCollector::RecordCollector(QRIMonitorHelper& engine, const RecordPlan& pla
     : m_engine(engine), m_plan(plan), m_clocks(clocks) {
 }
 
-RecordPtr RecordCollector::collect(RecordFrame frame) {
-    const auto record = std::make_shared<Record>();
+std::shared_ptr<Record> RecordCollector::collect(RecordFrame frame) {
+    auto record = std::make_shared<Record>();
     Builder builder(m_engine, *record);
     askEngine();
     record->server = builder.names().addBytes(frame.server);

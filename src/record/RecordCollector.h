@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -51,7 +52,8 @@ public:
 
     // Reads the sections one by one. One that fails is tried once more where the status says that the engine moved on;
     // one that fails then is reported in the record, and the others go on. Throws nothing for a status of the engine.
-    RecordPtr collect(RecordFrame frame);
+    // Before the record goes to anybody else the caller may still change its number and its events.
+    std::shared_ptr<Record> collect(RecordFrame frame);
     // The last record with the files section and its handles, which the waits of the next one go on from; null before the
     // first. Hand that of one connection to the collector of the next.
     RecordPtr lastWithFiles() const { return m_before; }

@@ -9,9 +9,17 @@
 #include <string>
 #include <vector>
 
+#include "foundation/Exception.h"
 #include "record/Record.h"
 
 namespace vexo {
+
+// What a sink writes to has gone and cannot come back: the reader of standard output has left. The recorder gives the
+// sink up, and ends when it has no other one.
+class SinkGoneException : public Exception {
+public:
+    using Exception::Exception;
+};
 
 // The last record of a sink that keeps records across runs. The recorder goes on from there.
 struct RecordPlace {

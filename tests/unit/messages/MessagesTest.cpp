@@ -99,6 +99,24 @@ std::map<std::string, std::string> argumentsOfTexts() {
         {"ssd", "ERR_READ_FILE ERR_CREATE_FILE INFO_HISTORY_OLDER"},
         {"sdd", "ERR_LINE_TOO_LONG ERR_HISTORY_NEWER"},
     };
+    // The same of AGENT.
+    const std::pair<const char*, const char*> recorder[] = {
+        {"s",
+         "NAME ERR_OPTION ERR_NO_ROOM ERR_NO_VALUE ERR_ARGUMENT ERR_REPEATED ERR_NOT_BUILT ERR_CSV_COLUMNS "
+         "EVENT_STARTED "
+         "EVENT_CONNECT_FAILED EVENT_LOST EVENT_STALLED EVENT_RESUMED EVENT_CLOCK_AHEAD EVENT_CLOCK_BACK "
+         "EVENT_TICKS_MISSED EVENT_SINK_RECOVERED CHECK_NOTHING CHECK_NO_EQUALS CHECK_UNKNOWN CHECK_BLANK_NAME "
+         "CHECK_BLANK_VALUE CHECK_BLANK_NO CHECK_EQUALS_EMPTY CHECK_EQUALS_LOST CHECK_OUTPUT CHECK_READABLE"},
+        {"",
+         "SEE_HELP HELP_USAGE HELP_SINKS HELP_SAMPLING HELP_HISTORY HELP_OTHER ERR_NO_SETTINGS ERR_NO_SINK "
+         "ERR_ABANDON ERR_READER_GONE ERR_NOT_WHOLE EVENT_STOPPED EVENT_ABANDONED EVENT_CONNECTED "
+         "EVENT_RESTARTED CHECK_ERROR CHECK_NOTE CHECK_NO_NAME CHECK_NO_LIMIT CHECK_LIMIT_ALONE"},
+        {"ss",
+         "ERR_VALUE ERR_EXCLUDE ERR_WRITE EVENT_DROPPED EVENT_SINK_FAILED CHECK_OTHER_NAME CHECK_MEANS_YES "
+         "CHECK_NO_NUMBER CHECK_NEGATIVE"},
+        {"d", "ERR_CODE ERR_THREAD"},
+        {"sd", "CHECK_REPEATED CHECK_TOO_LONG"},
+        {"dd", "CHECK_REFRESH_RAISED"}};
     std::map<std::string, std::string> arguments = {{"KORA_FILE_NOT_FOUND_ERROR", ""},
                                                     {"KORA_ACCESS_ERROR", ""},
                                                     {"KORA_ERR_CREATE_FILE", "ssd"},
@@ -106,11 +124,15 @@ std::map<std::string, std::string> argumentsOfTexts() {
                                                     {"LK_MSG_P_E_7008", ""},
                                                     {"LK_MSG_P_E_7010", ""},
                                                     {"LK_MSG_P_E_7015", ""}};
-    for (const auto& [types, keys] : texts) {
-        std::istringstream words(keys);
-        for (std::string key; words >> key;)
-            arguments["VEXO_" + key] = types;
-    }
+    const auto add = [&arguments](const std::string& prefix, const auto& lists) {
+        for (const auto& [types, keys] : lists) {
+            std::istringstream words(keys);
+            for (std::string key; words >> key;)
+                arguments[prefix + key] = types;
+        }
+    };
+    add("VEXO_", texts);
+    add("AGENT_", recorder);
     return arguments;
 }
 

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+// vexo-agent: records what an engine does.
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <new>
+
+#include "config/ConfigFileReader.h"
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+#include "foundation/FileDescriptor.h"
+#include "foundation/Locale.h"
+#include "foundation/Piece.h"
+#include "foundation/TextWriter.h"
+#include "main/agent/AgentOptions.h"
+#include "main/agent/ErrorStream.h"
+#include "main/agent/Recorder.h"
+#include "main/agent/SettingsCheck.h"
+#include "messages/MessageHelper.h"
+#include "output/Version.h"
+#include "sink/SinkText.h"
+
+namespace vexo {
+namespace {
+
+void printHelp(const MessageHelper& messages) {
+    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kByHand);
+    for (const char* part : {"HELP_USAGE", "HELP_SINKS", "HELP_SAMPLING", "HELP_HISTORY", "HELP_OTHER"})
+        out->writeLine(messages.getResStr(part));
+    out->flush();
+}
+
+void printVersion(const MessageHelper& messages) {
+    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kAfterEveryLine);
+    out->writeLine(messages.getResStr("NAME", kProgramVersion));
+}
+
+// One line for each finding, in the form that editors and compilers use.
+int printCheck(const MessageHelper& messages, const String& path) {
+    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kByHand);
+    const std::vector<Finding> findings = checkSettings(path);
+    for (const Finding& finding : findings) {
+        const String place = finding.line != 0 ? concat(path, L":", finding.line) : path;
+        const char* const weight = finding.changesMeaning ? "CHECK_ERROR" : "CHECK_NOTE";
+        out->writeLine(concat(place, L": ", messages.getResStr(weight), L": ", finding.text));
+    }
+    if (findings.empty()) out->writeLine(messages.getResStr("CHECK_NOTHING", narrow(path).c_str()));
+    out->flush();
+    const bool changed =
+        std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.changesMeaning; });
+    return changed ? kRefused : kEnded;
+}
+
+int run(int argc, char** argv) {
+    const MessageHelper messages("AGENT", "AGENT_");
+    const AgentOptions options = readOptions(argc, argv);
+    if (options.help) {
+        printHelp(messages);
+        return kEnded;
+    }
+    if (options.version) {
+        printVersion(messages);
+        return kEnded;
+    }
+    const String path = widen(options.settings);
+    if (options.check) return printCheck(messages, path);
+    const auto configuration = ConfigFileReader(path).readConfiguration();
+    return Recorder(options, *configuration).run();
+}
+
+int runAndReport(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const OptionException& error) {
+        tell(narrow(error.message()));
+        tell(narrow(MessageHelper("AGENT", "AGENT_").getResStr("SEE_HELP")));
+    } catch (const Exception& error) {
+        tell(narrow(reasonOf(error)));
+    } catch (const std::bad_alloc&) {
+        tell("Out of memory");
+    }
+    return kRefused;
+}
+
+}  // namespace
+}  // namespace vexo
+
+int main(int argc, char** argv) {
+    // A reader that has gone and a file-size limit are reported like a full disk.
+    for (const int signal : {SIGPIPE, SIGXFSZ})
+        std::signal(signal, SIG_IGN);
+    vexo::reserveStandardDescriptors();
+    vexo::useEnvironmentEncoding();
+    vexo::keepLocale();
+    return vexo::runAndReport(argc, argv);
+}

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "sampling/Distributor.h"
+
+#include <iterator>
+#include <utility>
+
+#include "foundation/Encoding.h"
+
+namespace vexo {
+namespace {
+
+constexpr std::int64_t kMicrosPerMilli = 1000;
+constexpr std::int64_t kQuietMs = 60'000;
+
+// Events that come with every record for as long as something is wrong.
+bool comesInRows(EventKind kind) {
+    return kind == EventKind::kConnectFailed || kind == EventKind::kRecordsDropped || kind == EventKind::kTicksMissed;
+}
+
+bool isRoutine(EventKind kind) {
+    return kind == EventKind::kStarted || kind == EventKind::kConnected || kind == EventKind::kStopped;
+}
+
+}  // namespace
+
+EventItem eventNow(EventKind kind, const String& text) {
+    EventItem event;
+    event.kind = kind;
+    event.startMs = RecordClocks::systemEpochMs();
+    event.text = narrow(text);
+    return event;
+}
+
+Distributor::Distributor(const RecordPlan& plan, RecordFrame frame, const SinkRunners& sinks, bool quiet)
+    : m_plan(plan), m_frame(std::move(frame)), m_sinks(sinks), m_quiet(quiet), m_number(m_frame.number) {
+}
+
+void Distributor::note(EventItem event) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<EventItem> one;
+    one.push_back(std::move(event));
+    heed(std::move(one));
+}
+
+void Distributor::publish(std::shared_ptr<Record> record) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const auto& sink : m_sinks)
+        heed(sink->takeEvents());
+    record->number = m_number++;
+    record->events = std::exchange(m_events, {});
+    const RecordPtr shared = std::move(record);
+    for (const auto& sink : m_sinks)
+        sink->put(shared);
+}
+
+void Distributor::publishFailure(int status, const String& text) {
+    auto record = std::make_shared<Record>();
+    NameTable names;
+    record->server = names.add(m_frame.server);
+    record->recorder = names.add(m_frame.recorder);
+    record->names = names.take();
+    record->run = m_frame.run;
+    record->intervalMs = m_frame.intervalMs;
+    record->scope = m_plan.scope;
+    record->epochMs = RecordClocks::systemEpochMs();
+    record->monotonicUs = RecordClocks::systemMonotonicUs();
+    for (const Section section : kAllSections) {
+        if (!m_plan.asks(section)) continue;
+        SectionResult& result = record->sections[static_cast<std::size_t>(section)];
+        result.state = SectionState::kFailed;
+        result.attempts = 1;
+        result.status = status;
+        result.text = narrow(text);
+    }
+    publish(std::move(record));
+}
+
+std::vector<std::string> Distributor::takeTexts() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::exchange(m_texts, {});
+}
+
+// The mutex is held.
+void Distributor::heed(std::vector<EventItem> events) {
+    for (EventItem& event : events) {
+        if (isTold(event.kind)) m_texts.push_back(event.text);
+        m_events.push_back(std::move(event));
+    }
+}
+
+bool Distributor::isTold(EventKind kind) {
+    if (m_quiet && isRoutine(kind)) return false;
+    const std::int64_t nowMs = RecordClocks::systemMonotonicUs() / kMicrosPerMilli;
+    const auto [told, fresh] = m_toldMs.try_emplace(kind, nowMs);
+    if (!fresh && comesInRows(kind) && nowMs - told->second < kQuietMs) return false;
+    told->second = nowMs;
+    return true;
+}
+
+}  // namespace vexo

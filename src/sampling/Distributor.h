@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// Gives records their numbers and events, and hands them to the sinks.
+#ifndef VEXO_SAMPLING_DISTRIBUTOR_H
+#define VEXO_SAMPLING_DISTRIBUTOR_H
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "record/RecordCollector.h"
+#include "sampling/SinkRunner.h"
+
+namespace vexo {
+
+using SinkRunners = std::vector<std::unique_ptr<SinkRunner>>;
+
+// What happens now.
+EventItem eventNow(EventKind kind, const String& text);
+
+// Operations may be called on any thread; none of them waits for a sink.
+class Distributor {
+public:
+    // `frame` is that of the first record. Borrows the sinks. A quiet one tells people only of what went wrong.
+    Distributor(const RecordPlan& plan, RecordFrame frame, const SinkRunners& sinks, bool quiet);
+
+    // What RecordCollector::collect() takes; the number and the events are set by publish().
+    const RecordFrame& frame() const { return m_frame; }
+    // An event of the next record.
+    void note(EventItem event);
+    // Hands the next record to all sinks, with what happened since the one before.
+    void publish(std::shared_ptr<Record> record);
+    // The same for a record that could not be read: every section that was asked for has failed with this status and text.
+    void publishFailure(int status, const String& text);
+
+    // Texts of the events since the call before, for people. Of events that tend to come in rows those within a minute
+    // are left out.
+    std::vector<std::string> takeTexts();
+
+private:
+    void heed(std::vector<EventItem> events);
+    bool isTold(EventKind kind);
+
+    const RecordPlan m_plan;
+    const RecordFrame m_frame;
+    const SinkRunners& m_sinks;
+    const bool m_quiet;
+    std::mutex m_mutex;
+    // Everything below is guarded by the mutex.
+    std::uint64_t m_number;
+    std::vector<EventItem> m_events;
+    std::vector<std::string> m_texts;
+    std::map<EventKind, std::int64_t> m_toldMs;
+};
+
+}  // namespace vexo
+
+#endif

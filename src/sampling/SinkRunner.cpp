@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "sampling/SinkRunner.h"
+
+#include <string>
+#include <utility>
+
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+#include "foundation/NamedThread.h"
+#include "foundation/Piece.h"
+#include "record/RecordCollector.h"
+#include "sink/SinkText.h"
+
+namespace vexo {
+
+SinkRunner::SinkRunner(std::unique_ptr<Sink> sink, std::function<void()> changed)
+    : m_sink(std::move(sink)), m_changed(std::move(changed)), m_messages(makeRef<MessageHelper>("AGENT", "AGENT_")) {
+}
+
+void SinkRunner::start() {
+    const auto body = [](void* runner) { static_cast<SinkRunner*>(runner)->run(); };
+    const ResultCode refused = NamedThread(concat(L"Sink ", widen(m_sink->name()))).start(body, this);
+    if (refused != kSuccess) throw ResultException(refused, m_messages->getResStr("ERR_THREAD", refused));
+}
+
+void SinkRunner::put(const RecordPtr& record) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_finished) return countDropped(1);
+    countDropped(m_queue.put(record));
+    m_wanted.notify_one();
+}
+
+void SinkRunner::reopen() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_reopen = true;
+    m_wanted.notify_one();
+}
+
+void SinkRunner::finish() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_finish = true;
+    m_wanted.notify_one();
+}
+
+bool SinkRunner::finished() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_finished;
+}
+
+std::optional<String> SinkRunner::gone() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_gone;
+}
+
+SinkHealth SinkRunner::health() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return {m_sink->name(), m_up, m_dropped, m_sink->bytes()};
+}
+
+std::vector<EventItem> SinkRunner::takeEvents() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_droppedUntold != 0) {
+        const std::string count = std::to_string(m_droppedUntold);
+        EventItem drops = event(EventKind::kRecordsDropped,
+                                m_messages->getResStr("EVENT_DROPPED", m_sink->name().c_str(), count.c_str()));
+        drops.endMs = std::exchange(drops.startMs, m_firstDropMs);
+        drops.count = std::exchange(m_droppedUntold, 0);
+        m_events.push_back(std::move(drops));
+    }
+    return std::exchange(m_events, {});
+}
+
+void SinkRunner::run() {
+    for (bool more = true; more;) {
+        RecordPtr record;
+        const Task task = nextTask(record);
+        more = perform(task, record);
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        while (m_queue.take())
+            countDropped(1);
+        m_finished = true;
+    }
+    m_changed();
+}
+
+// A file is reopened before the records that wait: they came after it was renamed, or may as well have.
+SinkRunner::Task SinkRunner::nextTask(RecordPtr& record) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_wanted.wait(lock, [this] { return m_reopen || m_finish || !m_queue.empty(); });
+    if (std::exchange(m_reopen, false)) return Task::kReopen;
+    record = m_queue.take();
+    return record ? Task::kWrite : Task::kClose;
+}
+
+// Whether there is more to do.
+bool SinkRunner::perform(Task task, const RecordPtr& record) {
+    try {
+        if (task == Task::kWrite) m_sink->write(record);
+        if (task == Task::kReopen) m_sink->reopen();
+        if (task == Task::kClose) m_sink->close();
+        succeeded(task == Task::kWrite);
+    } catch (const SinkGoneException& error) {
+        failed(reasonOf(error), task == Task::kWrite);
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_gone = reasonOf(error);
+        return false;
+    } catch (const Exception& error) {
+        failed(reasonOf(error), task == Task::kWrite);
+    } catch (const std::exception& error) {
+        failed(widen(error.what()), task == Task::kWrite);  // no memory, or a library's own
+    }
+    return task != Task::kClose;
+}
+
+// A file that could be reopened is not known to take records again.
+void SinkRunner::succeeded(bool wrote) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!wrote || std::exchange(m_up, true)) return;
+    m_events.push_back(
+        event(EventKind::kSinkRecovered, m_messages->getResStr("EVENT_SINK_RECOVERED", m_sink->name().c_str())));
+}
+
+void SinkRunner::failed(const String& reason, bool isRecord) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (isRecord) countDropped(1);
+    if (!std::exchange(m_up, false)) return;
+    const std::string narrowReason = narrow(reason);
+    m_events.push_back(event(EventKind::kSinkFailed,
+                             m_messages->getResStr("EVENT_SINK_FAILED", m_sink->name().c_str(), narrowReason.c_str())));
+}
+
+void SinkRunner::countDropped(std::uint64_t records) {
+    if (records == 0) return;
+    if (m_droppedUntold == 0) m_firstDropMs = RecordClocks::systemEpochMs();
+    m_droppedUntold += records;
+    m_dropped += records;
+}
+
+EventItem SinkRunner::event(EventKind kind, String text) const {
+    EventItem item;
+    item.kind = kind;
+    item.startMs = RecordClocks::systemEpochMs();
+    item.text = narrow(text);
+    return item;
+}
+
+}  // namespace vexo

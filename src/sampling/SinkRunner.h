@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+// Gives a sink its thread and its queue.
+#ifndef VEXO_SAMPLING_SINKRUNNER_H
+#define VEXO_SAMPLING_SINKRUNNER_H
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "messages/MessageHelper.h"
+#include "sampling/RecordQueue.h"
+#include "sink/Sink.h"
+
+namespace vexo {
+
+// All operations but the constructor and start() return at once, and may be called on any thread. Has to live until
+// finished(), or until the process ends.
+class SinkRunner {
+public:
+    // `changed` is called on the sink's thread when the sink has finished.
+    SinkRunner(std::unique_ptr<Sink> sink, std::function<void()> changed);
+
+    Sink& sink() { return *m_sink; }
+    // Starts the thread of an open sink. Throws ResultException with a text when the system refuses.
+    void start();
+    void put(const RecordPtr& record);
+    void reopen();
+    // Lets the sink write what is queued, and close.
+    void finish();
+    // Whether the sink is closed, after finish() or because it is gone for good, and why it is gone.
+    bool finished() const;
+    std::optional<String> gone() const;
+    SinkHealth health() const;
+    // What happened to the sink since the call before: records dropped, failed, recovered.
+    std::vector<EventItem> takeEvents();
+
+private:
+    enum class Task { kWrite, kReopen, kClose };
+
+    void run();
+    Task nextTask(RecordPtr& record);
+    bool perform(Task task, const RecordPtr& record);
+    void succeeded(bool wrote);
+    void failed(const String& reason, bool isRecord);
+    void countDropped(std::uint64_t records);
+    EventItem event(EventKind kind, String text) const;
+
+    const std::unique_ptr<Sink> m_sink;
+    const std::function<void()> m_changed;
+    const Ref<MessageHelper> m_messages;
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_wanted;
+    // Everything below is guarded by the mutex.
+    RecordQueue m_queue;
+    bool m_reopen = false;
+    bool m_finish = false;
+    bool m_finished = false;
+    bool m_up = true;
+    std::optional<String> m_gone;
+    std::uint64_t m_dropped = 0;
+    std::uint64_t m_droppedUntold = 0;
+    std::int64_t m_firstDropMs = 0;
+    std::vector<EventItem> m_events;
+};
+
+}  // namespace vexo
+
+#endif

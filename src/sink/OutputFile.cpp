@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "sink/OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+#include "messages/MessageHelper.h"
+#include "sink/Sink.h"
+
+namespace vexo {
+namespace {
+
+constexpr mode_t kOwnerOnly = 0600;
+
+bool isFifo(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+}  // namespace
+
+OutputFile::OutputFile(std::string path) : m_path(std::move(path)) {
+}
+
+void OutputFile::open() {
+    FileDescriptor opened(isStandardOutput() ? -1 : openedDescriptor());
+    const int descriptor = isStandardOutput() ? STDOUT_FILENO : opened.get();
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0) fail(errno);
+    m_file = std::move(opened);
+    m_descriptor = descriptor;
+    m_isRegular = S_ISREG(status.st_mode) && !isStandardOutput();
+    m_size = m_isRegular ? static_cast<std::uint64_t>(status.st_size) : 0;
+    if (m_isRegular && m_size != 0) endLastLine();
+}
+
+// A FIFO is opened for both directions: the system then waits for no reader, and one that leaves loses nothing that it
+// has not read yet.
+int OutputFile::openedDescriptor() const {
+    const int access = isFifo(m_path) ? O_RDWR : O_RDWR | O_APPEND | O_CREAT;
+    const int descriptor = ::open(m_path.c_str(), access | O_CLOEXEC | O_NOCTTY, kOwnerOnly);
+    if (descriptor < 0) fail(errno);
+    return descriptor;
+}
+
+std::string OutputFile::head(std::size_t most) const {
+    std::string bytes(most, '\0');
+    const ssize_t size = m_isRegular ? ::pread(m_descriptor, bytes.data(), most, 0) : 0;
+    if (size < 0) fail(errno);
+    bytes.resize(static_cast<std::size_t>(size));
+    return bytes;
+}
+
+void OutputFile::endLastLine() {
+    char last = '\n';
+    if (::pread(m_descriptor, &last, 1, static_cast<off_t>(m_size) - 1) < 0) fail(errno);
+    if (last != '\n') append("\n");
+}
+
+void OutputFile::append(std::string_view bytes) {
+    if (m_descriptor < 0) fail(EBADF);
+    struct stat status {};
+    if (m_isRegular && ::fstat(m_descriptor, &status) == 0) m_size = static_cast<std::uint64_t>(status.st_size);
+    try {
+        writeAll(bytes);
+        m_size += bytes.size();
+    } catch (const StreamException&) {
+        // Part of a record would spoil the next one.
+        if (m_isRegular) static_cast<void>(!::ftruncate(m_descriptor, static_cast<off_t>(m_size)));
+        throw;
+    }
+}
+
+void OutputFile::writeAll(std::string_view bytes) const {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(m_descriptor, bytes.data(), bytes.size());
+        if (written >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno == EPIPE) {
+            throw SinkGoneException(MessageHelper("AGENT", "AGENT_").getResStr("ERR_READER_GONE"));
+        } else if (errno != EINTR) {
+            fail(errno);
+        }
+    }
+}
+
+void OutputFile::fail(int errorNumber) const {
+    throw StreamException(widen(isStandardOutput() ? "standard output" : m_path), errorNumber);
+}
+
+}  // namespace vexo

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// A file that records are appended to.
+#ifndef VEXO_SINK_OUTPUTFILE_H
+#define VEXO_SINK_OUTPUTFILE_H
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "foundation/FileDescriptor.h"
+
+namespace vexo {
+
+// A regular file, a FIFO, a device, or standard output. What is appended goes to the end of the file as it is then.
+// Operations throw StreamException when they fail. For use by one thread.
+class OutputFile {
+public:
+    // `path` is in bytes; "-" is standard output. Opens nothing yet.
+    explicit OutputFile(std::string path);
+
+    // Opens the file, created with mode 0600 when missing. An incomplete last line, which a crash of the machine left, is
+    // ended. Opening a FIFO does not wait for its reader.
+    void open();
+    // The first bytes of a file that has some, at most as many as asked for.
+    std::string head(std::size_t most) const;
+    bool isEmpty() const { return m_size == 0; }
+    // Appends all of `bytes`, or nothing where the file can be cut. Throws SinkGoneException when the reader of standard
+    // output has left.
+    void append(std::string_view bytes);
+
+    const std::string& path() const { return m_path; }
+    // What the file holds. May be called on any thread.
+    std::uint64_t size() const { return m_size; }
+
+private:
+    bool isStandardOutput() const { return m_path == "-"; }
+    int openedDescriptor() const;
+    void endLastLine();
+    void writeAll(std::string_view bytes) const;
+    [[noreturn]] void fail(int errorNumber) const;
+
+    const std::string m_path;
+    FileDescriptor m_file;
+    int m_descriptor = -1;
+    bool m_isRegular = false;
+    std::atomic<std::uint64_t> m_size{0};
+};
+
+}  // namespace vexo
+
+#endif
