@@ -5,13 +5,11 @@
 
 namespace vexo {
 
-std::uint64_t RecordQueue::put(RecordPtr record) {
+std::vector<RecordPtr> RecordQueue::put(RecordPtr record) {
     const std::size_t bytes = record->footprint();
-    std::uint64_t dropped = 0;
-    while (!m_entries.empty() && (m_entries.size() == kMostRecords || m_bytes + bytes > kMostBytes)) {
-        dropOldest();
-        ++dropped;
-    }
+    std::vector<RecordPtr> dropped;
+    while (!m_entries.empty() && (m_entries.size() == kMostRecords || m_bytes + bytes > kMostBytes))
+        dropped.push_back(take());
     m_bytes += bytes;
     m_entries.push_back({std::move(record), bytes});
     return dropped;
@@ -19,14 +17,10 @@ std::uint64_t RecordQueue::put(RecordPtr record) {
 
 RecordPtr RecordQueue::take() {
     if (m_entries.empty()) return nullptr;
-    const RecordPtr record = std::move(m_entries.front().record);
-    dropOldest();
-    return record;
-}
-
-void RecordQueue::dropOldest() {
+    RecordPtr record = std::move(m_entries.front().record);
     m_bytes -= m_entries.front().bytes;
     m_entries.pop_front();
+    return record;
 }
 
 }  // namespace vexo

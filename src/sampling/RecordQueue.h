@@ -4,8 +4,8 @@
 #define VEXO_SAMPLING_RECORDQUEUE_H
 
 #include <cstddef>
-#include <cstdint>
 #include <deque>
+#include <vector>
 
 #include "record/Record.h"
 
@@ -18,8 +18,8 @@ public:
     static constexpr std::size_t kMostRecords = 8;
     static constexpr std::size_t kMostBytes = std::size_t{64} << 20U;
 
-    // Puts a record behind the others. How many of the oldest had to go.
-    std::uint64_t put(RecordPtr record);
+    // Puts a record behind the others. The oldest ones, if they had to go.
+    std::vector<RecordPtr> put(RecordPtr record);
     // The oldest record; null when there is none.
     RecordPtr take();
     bool empty() const { return m_entries.empty(); }
@@ -30,8 +30,6 @@ private:
         RecordPtr record;
         std::size_t bytes;
     };
-    void dropOldest();
-
     std::deque<Entry> m_entries;
     std::size_t m_bytes = 0;
 };

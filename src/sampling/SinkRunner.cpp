@@ -25,8 +25,9 @@ void SinkRunner::start() {
 
 void SinkRunner::put(const RecordPtr& record) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_finished) return countDropped(1);
-    countDropped(m_queue.put(record));
+    if (m_finished) return drop(record);
+    for (const RecordPtr& oldest : m_queue.put(record))
+        drop(oldest);
     m_wanted.notify_one();
 }
 
@@ -59,7 +60,9 @@ SinkHealth SinkRunner::health() const {
 
 std::vector<EventItem> SinkRunner::takeEvents() {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_droppedUntold != 0) {
+    if (shallTellDrops()) {
+        m_wroteSinceTold = false;
+        m_dropsToldUs = RecordClocks::systemMonotonicUs();
         const std::string count = std::to_string(m_droppedUntold);
         EventItem drops = event(EventKind::kRecordsDropped,
                                 m_messages->getResStr("EVENT_DROPPED", m_sink->name().c_str(), count.c_str()));
@@ -78,8 +81,8 @@ void SinkRunner::run() {
     }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        while (m_queue.take())
-            countDropped(1);
+        while (const RecordPtr record = m_queue.take())
+            drop(record);
         m_finished = true;
     }
     m_changed();
@@ -90,7 +93,7 @@ SinkRunner::Task SinkRunner::nextTask(RecordPtr& record) {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_wanted.wait(lock, [this] { return m_reopen || m_finish || !m_queue.empty(); });
     if (std::exchange(m_reopen, false)) return Task::kReopen;
-    record = m_queue.take();
+    record = withLostEvents(m_queue.take());
     return record ? Task::kWrite : Task::kClose;
 }
 
@@ -102,14 +105,14 @@ bool SinkRunner::perform(Task task, const RecordPtr& record) {
         if (task == Task::kClose) m_sink->close();
         succeeded(task == Task::kWrite);
     } catch (const SinkGoneException& error) {
-        failed(reasonOf(error), task == Task::kWrite);
+        failed(reasonOf(error), record);
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_gone = reasonOf(error);
         return false;
     } catch (const Exception& error) {
-        failed(reasonOf(error), task == Task::kWrite);
+        failed(reasonOf(error), record);
     } catch (const std::exception& error) {
-        failed(widen(error.what()), task == Task::kWrite);  // no memory, or a library's own
+        failed(widen(error.what()), record);  // no memory, or a library's own
     }
     return task != Task::kClose;
 }
@@ -117,25 +120,44 @@ bool SinkRunner::perform(Task task, const RecordPtr& record) {
 // A file that could be reopened is not known to take records again.
 void SinkRunner::succeeded(bool wrote) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (!wrote || std::exchange(m_up, true)) return;
+    if (!wrote) return;
+    m_wroteSinceTold = true;
+    if (std::exchange(m_up, true)) return;
     m_events.push_back(
         event(EventKind::kSinkRecovered, m_messages->getResStr("EVENT_SINK_RECOVERED", m_sink->name().c_str())));
 }
 
-void SinkRunner::failed(const String& reason, bool isRecord) {
+void SinkRunner::failed(const String& reason, const RecordPtr& record) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (isRecord) countDropped(1);
+    if (record) drop(record);
     if (!std::exchange(m_up, false)) return;
     const std::string narrowReason = narrow(reason);
     m_events.push_back(event(EventKind::kSinkFailed,
                              m_messages->getResStr("EVENT_SINK_FAILED", m_sink->name().c_str(), narrowReason.c_str())));
 }
 
-void SinkRunner::countDropped(std::uint64_t records) {
-    if (records == 0) return;
+void SinkRunner::drop(const RecordPtr& record) {
+    constexpr std::size_t kMostLost = 1000;
     if (m_droppedUntold == 0) m_firstDropMs = RecordClocks::systemEpochMs();
-    m_droppedUntold += records;
-    m_dropped += records;
+    ++m_droppedUntold;
+    ++m_dropped;
+    m_lost.insert(m_lost.end(), record->events.begin(), record->events.end());
+    if (m_lost.size() > kMostLost) m_lost.erase(m_lost.begin(), m_lost.end() - kMostLost);
+}
+
+RecordPtr SinkRunner::withLostEvents(RecordPtr record) {
+    if (!record || m_lost.empty()) return record;
+    auto copy = std::make_shared<Record>(*record);
+    copy->events.insert(copy->events.begin(), m_lost.begin(), m_lost.end());
+    m_lost.clear();
+    return copy;
+}
+
+bool SinkRunner::shallTellDrops() const {
+    constexpr std::int64_t kQuietUs = 60'000'000;
+    if (m_droppedUntold == 0) return false;
+    if (m_finished || m_finish) return true;
+    return m_up && (m_wroteSinceTold || RecordClocks::systemMonotonicUs() - m_dropsToldUs >= kQuietUs);
 }
 
 EventItem SinkRunner::event(EventKind kind, String text) const {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Gives a sink its thread and its queue.
+// Gives a sink its thread and its queue. Events of records that a sink does not take come to it with the next one that it
+// does.
 #ifndef VEXO_SAMPLING_SINKRUNNER_H
 #define VEXO_SAMPLING_SINKRUNNER_H
 
@@ -35,7 +36,8 @@ public:
     bool finished() const;
     std::optional<String> gone() const;
     SinkHealth health() const;
-    // What happened to the sink since the call before: records dropped, failed, recovered.
+    // What happened to the sink since the call before: records dropped, failed, recovered. Drops are told at once when
+    // they begin, then once a minute for as long as the sink is blocked, and all together when it recovers.
     std::vector<EventItem> takeEvents();
 
 private:
@@ -45,8 +47,10 @@ private:
     Task nextTask(RecordPtr& record);
     bool perform(Task task, const RecordPtr& record);
     void succeeded(bool wrote);
-    void failed(const String& reason, bool isRecord);
-    void countDropped(std::uint64_t records);
+    void failed(const String& reason, const RecordPtr& record);
+    void drop(const RecordPtr& record);
+    RecordPtr withLostEvents(RecordPtr record);
+    bool shallTellDrops() const;
     EventItem event(EventKind kind, String text) const;
 
     const std::unique_ptr<Sink> m_sink;
@@ -65,6 +69,9 @@ private:
     std::uint64_t m_dropped = 0;
     std::uint64_t m_droppedUntold = 0;
     std::int64_t m_firstDropMs = 0;
+    bool m_wroteSinceTold = true;    // whether a record was written since drops were told last
+    std::int64_t m_dropsToldUs = 0;  // when
+    std::vector<EventItem> m_lost;   // of the records that were dropped
     std::vector<EventItem> m_events;
 };
 
