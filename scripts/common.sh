@@ -42,8 +42,8 @@ need_packages() {
 
 # What the program and the simulated engine are built with.
 build_packages=(g++ cmake ninja-build libtomlplusplus-dev)
-# What reads the records of the companions.
-record_packages=(libsimdjson-dev)
+# What reads the records of the companions, and keeps them.
+record_packages=(libsimdjson-dev libsqlitecpp-dev libzstd-dev)
 # What serves metrics, and what reads them in the tests.
 metrics_packages=(libmicrohttpd-dev)
 metrics_test_packages=(prometheus python3-prometheus-client)
