@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <memory>
 
+#include "LivelyEngine.h"
 #include "history/HistoryReader.h"
 #include "history/HistoryWriter.h"
-#include "unit/history/LivelyEngine.h"
 
 namespace {
 

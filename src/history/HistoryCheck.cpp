@@ -93,8 +93,7 @@ public:
 private:
     void check(bool succeeded) const {
         if (succeeded) return;
-        throw HistoryException(
-            historyMessage("ERR_HISTORY", m_path.c_str(), narrow(systemReason(errno)).c_str()));
+        throw HistoryException(historyMessage("ERR_HISTORY", m_path.c_str(), narrow(systemReason(errno)).c_str()));
     }
 
     const std::string m_path;

@@ -77,7 +77,7 @@ bool looksLikeHistory(std::string_view header) {
 std::string damageOf(SQLite::Database& database) {
     SQLite::Statement check(database, "PRAGMA quick_check(1)");
     const bool told = check.executeStep();
-    const std::string result = told ? check.getColumn(0).getString() : "";
+    std::string result = told ? check.getColumn(0).getString() : "";
     if (result != "ok") return result;
     // The tables have to be those that a new history would have; others do not matter.
     SQLite::Database fresh(":memory:", SQLite::OPEN_READWRITE);
@@ -88,11 +88,11 @@ std::string damageOf(SQLite::Database& database) {
         found.bind(1, wanted.getColumn(0).getString());
         found.bind(2, wanted.getColumn(1).getString());
         found.executeStep();
-        if (found.getColumn(0).getInt() != 1) return "no table " + wanted.getColumn(0).getString();
+        if (found.getColumn(0).getInt() != 1) return "no such table: " + wanted.getColumn(0).getString();
         found.reset();
     }
     const std::int64_t last = database.execAndGet("SELECT ifnull(max(rec), 0) FROM record").getInt64();
-    return last > kLastPlausibleRecord ? "record " + std::to_string(last) : "";
+    return last > kLastPlausibleRecord ? sqlite3_errstr(SQLITE_CORRUPT) : "";
 }
 
 // Whether a failure comes from the contents of the file, and not from its surroundings.
@@ -197,7 +197,8 @@ bool WritableHistory::openSound() {
         }
         damage = damageOf(*m_database);
         // A damaged header can forbid writing, which the permissions allow.
-        if (damage.empty() && sqlite3_db_readonly(m_database->getHandle(), "main") == 1) damage = "read-only";
+        if (damage.empty() && sqlite3_db_readonly(m_database->getHandle(), "main") == 1)
+            damage = sqlite3_errstr(SQLITE_READONLY);
     } catch (const SQLite::Exception& error) {
         if (!tellsDamage(error)) throw;
         damage = error.what();

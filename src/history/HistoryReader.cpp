@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "foundation/Encoding.h"
 #include "history/Schema.h"
 #include "record/Timestamp.h"
 
@@ -52,11 +51,20 @@ RecordPtr HistoryReader::at(std::int64_t epochMs) {
 }
 
 RecordPtr HistoryReader::next() {
-    return inTransaction([&] { return goTo(find("rec > ? ORDER BY rec", sqlNumber(m_place.record))); });
+    return inTransaction([&] {
+        const Position target = find("rec > ? ORDER BY rec", sqlNumber(m_place.record));
+        // A damaged index can lead back.
+        if (target.record != 0 && target.record <= m_place.record) failAt(m_target = m_place.record + 1);
+        return goTo(target);
+    });
 }
 
 RecordPtr HistoryReader::previous() {
-    return inTransaction([&] { return goTo(find("rec < ? ORDER BY rec DESC", sqlNumber(m_place.record))); });
+    return inTransaction([&] {
+        const Position target = find("rec < ? ORDER BY rec DESC", sqlNumber(m_place.record));
+        if (target.record != 0 && target.record >= m_place.record) failAt(m_target = m_place.record);
+        return goTo(target);
+    });
 }
 
 HistoryReader::Range HistoryReader::passDamage() {
@@ -94,7 +102,8 @@ void HistoryReader::openAnewIfChanged() {
 }
 
 HistoryReader::Position HistoryReader::find(const char* query, std::int64_t argument) {
-    SQLite::Statement statement(*m_database, std::string("SELECT rec, key_rec FROM record WHERE ") + query + " LIMIT 1");
+    SQLite::Statement statement(*m_database,
+                                std::string("SELECT rec, key_rec FROM record WHERE ") + query + " LIMIT 1");
     statement.bind(1, argument);
     if (!statement.executeStep()) return {};
     return {static_cast<std::uint64_t>(statement.getColumn(0).getInt64()),
@@ -125,11 +134,11 @@ const Buffer& HistoryReader::unpackUpTo(const Position& target, SQLite::Statemen
     while (rows.executeStep()) {
         Buffer& text = m_chain[step++ % m_chain.size()];
         const bool sameGroup = rows.getColumn(kKey).getInt64() == sqlNumber(target.key);
-        if (!sameGroup || !m_unpacker.unpack(bodyOf(rows), against, text)) failAt(target.record, "checksum");
+        if (!sameGroup || !m_unpacker.unpack(bodyOf(rows), against, text)) failAt(target.record);
         if (rows.getColumn(kRecord).getInt64() == sqlNumber(target.record)) return text;
         against = text.view();
     }
-    failAt(target.record, "no row");
+    failAt(target.record);
 }
 
 RecordPtr HistoryReader::parse(std::string_view text, SQLite::Statement& row) {
@@ -142,16 +151,15 @@ RecordPtr HistoryReader::parse(std::string_view text, SQLite::Statement& row) {
                             sqlNumber(record->run) == number(kRun) &&
                             record->epochMs * kMicrosPerMilli == number(kStart) &&
                             record->monotonicUs == number(kMono) && sqlNumber(record->tookUs) == number(kTook);
-        if (!agrees) failAt(target, "columns");
+        if (!agrees) failAt(target);
         return record;
-    } catch (const RecordException& error) {
-        failAt(target, narrow(error.message()));
+    } catch (const RecordException&) {
+        failAt(target);
     }
 }
 
-void HistoryReader::failAt(std::uint64_t record, const std::string& reason) const {
-    throw HistoryException(
-        historyMessage("ERR_HISTORY_RECORD", m_path.c_str(), std::to_string(record).c_str(), reason.c_str()));
+void HistoryReader::failAt(std::uint64_t record) const {
+    throw HistoryException(historyMessage("ERR_HISTORY_RECORD", m_path.c_str(), std::to_string(record).c_str()));
 }
 
 }  // namespace vexo

@@ -57,7 +57,7 @@ private:
     RecordPtr goTo(const Position& target);
     const Buffer& unpackUpTo(const Position& target, SQLite::Statement& rows);
     RecordPtr parse(std::string_view text, SQLite::Statement& row);
-    [[noreturn]] void failAt(std::uint64_t record, const std::string& reason) const;
+    [[noreturn]] void failAt(std::uint64_t record) const;
 
     const std::string m_path;
     std::unique_ptr<SQLite::Database> m_database;
@@ -67,9 +67,9 @@ private:
     TextUnpacker m_unpacker;
     NdjsonReader m_parser;
     Position m_place;
-    Buffer m_text;                   // of the record at the place
-    std::array<Buffer, 2> m_chain;   // of a record on the way to another, and of the one before
-    std::uint64_t m_target = 0;      // the record that was asked for last
+    Buffer m_text;                  // of the record at the place
+    std::array<Buffer, 2> m_chain;  // of a record on the way to another, and of the one before
+    std::uint64_t m_target = 0;     // the record that was asked for last
 };
 
 }  // namespace vexo

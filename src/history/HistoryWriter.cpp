@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <stdexcept>
 #include <utility>
 
 #include "history/Schema.h"
@@ -95,7 +96,7 @@ std::uint64_t number(SQLite::Database& database, const char* query) {
 
 }  // namespace
 
-HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limits)
+HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limits) try
     : m_history(path),
       m_database(m_history.database()),
       m_limits(limits),
@@ -107,9 +108,16 @@ HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limit
       m_lastRecord(number(m_database, "SELECT ifnull(max(rec), 0) FROM record")) {
     for (const NumberTable& table : kNumberTables)
         m_insertNumbers.push_back(insertion(m_database, table.name));
+} catch (const SQLite::Exception& error) {
+    throw HistoryException(historyMessage("ERR_HISTORY", path.c_str(), error.what()));
+}
+
+HistoryWriter::~HistoryWriter() {
+    if (!m_history.isInPlace()) emptyLog();
 }
 
 HistoryWriter::Outcome HistoryWriter::write(const Record& record) {
+    if (record.number <= m_lastRecord) throw std::logic_error("the number of a record has to grow");
     if (!m_history.isInPlace()) throw HistoryException(historyMessage("ERR_HISTORY_MOVED", m_history.path().c_str()));
     return withHistory(m_history.path(), [&] {
         try {
@@ -119,7 +127,7 @@ HistoryWriter::Outcome HistoryWriter::write(const Record& record) {
                 return Outcome::kStored;
             }
         } catch (const NoRoom&) {
-            // Whoever else fills the disk may leave some again.
+            emptyLog();
         }
         ++m_dropped;
         return Outcome::kNoRoom;
@@ -241,15 +249,20 @@ void HistoryWriter::insertEvents(const Record& record) {
 }
 
 bool HistoryWriter::hasRoom() {
-    const std::uint64_t walLimit = m_limits.maxBytes / kWalShare;
-    if (m_history.walBytes() > walLimit) {
-        // Does nothing, without waiting, where a reader still needs the log.
-        m_database.setBusyTimeout(0);
-        sqlite3_wal_checkpoint_v2(m_database.getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
-        m_database.setBusyTimeout(kBusyTimeoutMs);
-        if (m_history.walBytes() > walLimit) return false;
-    }
-    return m_history.freeBytes() >= m_limits.minFreeBytes;
+    const auto fits = [this] {
+        return m_history.walBytes() <= m_limits.maxBytes / kWalShare && m_history.freeBytes() >= m_limits.minFreeBytes;
+    };
+    if (fits()) return true;
+    emptyLog();
+    return fits();
+}
+
+// Takes the log over into the file, which needs less room. Does nothing, without waiting, where a reader needs the log.
+void HistoryWriter::emptyLog() {
+    if (m_history.walBytes() == 0) return;
+    sqlite3_busy_timeout(m_database.getHandle(), 0);
+    sqlite3_wal_checkpoint_v2(m_database.getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    sqlite3_busy_timeout(m_database.getHandle(), kBusyTimeoutMs);
 }
 
 void HistoryWriter::dropOld(std::int64_t nowMs) {
@@ -259,8 +272,9 @@ void HistoryWriter::dropOld(std::int64_t nowMs) {
         if (!tooLarge && dropped >= kAgedGroupsAtOnce) return;
         // The first record of the group behind the oldest one; without such the oldest one is still being written.
         const std::int64_t next = m_database
-                                      .execAndGet("SELECT ifnull((SELECT rec FROM record WHERE rec > (SELECT min(rec) "
-                                                  "FROM record) AND key_rec = rec ORDER BY rec LIMIT 1), 0)")
+                                      .execAndGet(
+                                          "SELECT ifnull((SELECT rec FROM record WHERE rec > (SELECT min(rec) "
+                                          "FROM record) AND key_rec = rec ORDER BY rec LIMIT 1), 0)")
                                       .getInt64();
         if (next == 0) return;
         SQLite::Statement newest(m_database, "SELECT max(start_us) FROM record WHERE rec < ?");

@@ -38,6 +38,11 @@ public:
     // Opens or creates the history; throws HistoryException as WritableHistory does.
     HistoryWriter(const std::string& path, const HistoryLimits& limits);
 
+    // A file that was moved meanwhile takes its log over, which would stay behind.
+    ~HistoryWriter();
+    HistoryWriter(const HistoryWriter&) = delete;
+    HistoryWriter& operator=(const HistoryWriter&) = delete;
+
     // Numbers for the records to come: above all that the history holds.
     std::uint64_t nextRun() const { return m_nextRun; }
     std::uint64_t nextRecord() const { return m_lastRecord + 1; }
@@ -66,6 +71,7 @@ private:
     void insertEvents(const Record& record);
 
     bool hasRoom();
+    void emptyLog();
     void dropOld(std::int64_t nowMs);
     void dropBefore(std::int64_t record);
 

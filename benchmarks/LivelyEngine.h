@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Records of an engine with life: in each a tenth of the sessions has worked and a hundredth of the handles changed.
-#ifndef VEXO_TESTS_UNIT_HISTORY_LIVELYENGINE_H
-#define VEXO_TESTS_UNIT_HISTORY_LIVELYENGINE_H
+#ifndef VEXO_BENCHMARKS_LIVELYENGINE_H
+#define VEXO_BENCHMARKS_LIVELYENGINE_H
 
 #include <string>
 
@@ -57,7 +57,7 @@ private:
     static HandleState stateOf(std::uint32_t handle, std::uint64_t number) {
         const std::uint32_t dice = noise(handle, changeOf(handle, number)) % 100;
         return {static_cast<std::uint16_t>(dice > 95 ? 1019 : 0), 0, dice > 90 ? std::uint8_t{'S'} : std::uint8_t{'N'},
-                static_cast<std::uint8_t>(dice == 50 ? 1 : 0)};
+                static_cast<std::uint8_t>(dice == 50 && noise(handle, 3) % 10 == 0 ? 1 : 0)};
     }
     static void count(HandleCounts& counts, const HandleState& state) {
         ++counts.all;
@@ -67,12 +67,29 @@ private:
     void addTotals(Record& record) const {
         const std::uint64_t number = record.number;
         const std::uint64_t busy = noise(2, number) % 9;
-        record.usage = Usage{{3, 9, 20},     {files(), files(), 0}, {m_handles, m_handles + 40, 0}, {busy, 40, 0},
-                             {sessions(), sessions() + 7, 0}, {12, 16, 64}, {busy * 3, 220, 0}, {(number / 60 + 20) << 20U, 90U << 20U, 0},
-                             {sessions(), sessions() + 7, 0}, number * 10};
-        record.communication =
-            Communication{number * 812 + busy, {0, 0, 0}, {sessions(), sessions() + 7, 0}, {12, 16, 64}, number / 900, 0};
-        record.protocols = {{4, number * 812 + busy, sessions(), sessions() + 7}, {1, 0, 0, 0}, {12, 0, 0, 0}};
+        record.usage = Usage{
+            {3,                         9,              20},
+            {files(),                   files(),        0 },
+            {m_handles,                 m_handles + 40, 0 },
+            {busy,                      40,             0 },
+            {sessions(),                sessions() + 7, 0 },
+            {12,                        16,             64},
+            {busy * 3,                  220,            0 },
+            {(number / 60 + 20) << 20U, 90U << 20U,     0 },
+            {sessions(),                sessions() + 7, 0 },
+            number * 10
+        };
+        record.communication = Communication{
+            number * 812 + busy, {0,          0,              0 },
+                 {sessions(), sessions() + 7, 0 },
+                 {12,         16,             64},
+                 number / 900, 0
+        };
+        record.protocols = {
+            {4,  number * 812 + busy, sessions(), sessions() + 7},
+            {1,  0,                   0,          0             },
+            {12, 0,                   0,          0             }
+        };
     }
     void addFiles(Record& record, NameTable& names) const {
         for (std::uint32_t place = 0; place < files(); ++place) {
@@ -116,7 +133,8 @@ private:
             session.handles.first = static_cast<std::uint32_t>(record.sessionHandles.size());
             for (std::uint32_t handle = place; handle < m_handles; handle += sessions()) {
                 const HandleState state = stateOf(handle, record.number);
-                record.sessionHandles.push_back({names.add(named("/srv/shop/data/area/", handle % files()) + ".DAT"), state});
+                record.sessionHandles.push_back(
+                    {names.add(named("/srv/shop/data/area/", handle % files()) + ".DAT"), state});
                 count(session.counts, state);
             }
             session.handles.count = session.counts.all;
@@ -127,8 +145,8 @@ private:
         for (std::uint32_t place = 0; place < sessions() / 10; ++place) {
             const NameId host = names.add(named("web", place));
             const auto period = static_cast<std::uint32_t>((record.number + place) % 10 * 10'000);
-            record.connections.push_back({names.add("webshop"), host, host, names.add("shopd"), names.add("SHOP"), 0, period,
-                                          static_cast<std::uint32_t>(record.number * 10)});
+            record.connections.push_back({names.add("webshop"), host, host, names.add("shopd"), names.add("SHOP"), 0,
+                                          period, static_cast<std::uint32_t>(record.number * 10)});
         }
     }
 
