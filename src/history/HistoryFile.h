@@ -28,7 +28,7 @@ inline constexpr int kBusyTimeoutMs = 2000;
 // The sentence under VEXO_ + `key`.
 template <typename... Arguments>
 String historyMessage(const char* key, Arguments... arguments) {
-    return MessageHelper("VEXO", "VEXO_").getResStr(key, arguments...);
+    return MessageHelper("AGENT", "AGENT_").getResStr(key, arguments...);
 }
 
 // Runs `action`; what SQLite reports becomes a HistoryException that names the file.

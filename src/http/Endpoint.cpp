@@ -28,7 +28,7 @@ std::string html(const String& text) {
 }
 
 std::string indexPage() {
-    const MessageHelper messages("VEXO", "VEXO_HTTP_");
+    const MessageHelper messages("AGENT", "AGENT_HTTP_");
     return "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>vexo-agent</title>\n<h1>vexo-agent " +
            std::string(kProgramVersion) +
            "</h1>\n<ul>\n<li><a href=\"metrics\">/metrics</a>: " + html(messages.getResStr("METRICS")) +

@@ -21,7 +21,7 @@ constexpr std::string_view kEveryAddress = "*";
 
 template <typename... Arguments>
 [[noreturn]] void refuse(const char* key, const Arguments&... arguments) {
-    throw Exception(MessageHelper("VEXO", "VEXO_").getResStr(key, arguments.c_str()...));
+    throw Exception(MessageHelper("AGENT", "AGENT_").getResStr(key, arguments.c_str()...));
 }
 
 struct FreeAddresses {

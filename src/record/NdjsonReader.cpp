@@ -13,7 +13,7 @@ namespace {
 
 template <typename... Arguments>
 [[noreturn]] void fail(const char* key, Arguments... arguments) {
-    throw RecordException(MessageHelper("VEXO", "VEXO_").getResStr(key, arguments...));
+    throw RecordException(MessageHelper("AGENT", "AGENT_").getResStr(key, arguments...));
 }
 
 int messageNumber(std::size_t number) {

@@ -115,8 +115,9 @@ TEST_F(Exposition, TellsTheNumbersOfTheRecord) {
     EXPECT_EQ(samplesOf(m_page.render(ExpositionFormat::kText), "# TYPE vexo_requests_total"), " counter;");
     // Every family is documented; the peaks and limits are in words.
     const std::string documentation = contents(VEXO_METRICS_DOCUMENTATION);
-    std::istringstream names(samplesOf("\n" + m_page.render(ExpositionFormat::kText), "# TYPE"));
-    ASSERT_GT(std::count(names.str().begin(), names.str().end(), ';'), 40);
+    const std::string types = samplesOf("\n" + m_page.render(ExpositionFormat::kText), "# TYPE");
+    ASSERT_GT(std::count(types.begin(), types.end(), ';'), 40);
+    std::istringstream names(types);
     for (std::string name; std::getline(names, name, ';');) {
         name = name.substr(1, name.rfind(' ') - 1);
         const bool inWords = std::regex_search(name, std::regex("_(peak|limit)$"));
