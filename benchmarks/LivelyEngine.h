@@ -3,6 +3,7 @@
 #ifndef VEXO_BENCHMARKS_LIVELYENGINE_H
 #define VEXO_BENCHMARKS_LIVELYENGINE_H
 
+#include <algorithm>
 #include <string>
 
 #include "record/Record.h"
@@ -50,8 +51,8 @@ private:
         mixed = (mixed ^ mixed >> 29U) * 0xBF58476D1CE4E5B9U;
         return static_cast<std::uint32_t>(mixed >> 33U);
     }
-    std::uint32_t files() const { return m_handles / 10 + 1; }
-    std::uint32_t sessions() const { return m_handles / 20 + 1; }
+    std::uint32_t files() const { return std::max(m_handles / 10, 1U); }
+    std::uint32_t sessions() const { return std::max(m_handles / 20, 1U); }
     static std::string named(const char* start, std::uint32_t place) { return start + std::to_string(100'000 + place); }
     static std::uint64_t changeOf(std::uint32_t handle, std::uint64_t number) { return (number + handle * 7ULL) / 100; }
     static HandleState stateOf(std::uint32_t handle, std::uint64_t number) {
