@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
+#include "foundation/Encoding.h"
+#include "history/HistorySink.h"
+#include "main/agent/ErrorStream.h"
 #include "main/agent/Sinks.h"
-
-#include "main/agent/HistorySink.h"
 
 namespace vexo {
 
 std::unique_ptr<Sink> makeHistorySink(const SinkPlan& plan) {
-    return std::make_unique<HistorySink>(
-        *plan.options.history, HistoryLimits{static_cast<std::uint64_t>(plan.options.keepMs), plan.options.maxBytes,
-                                             plan.options.minFreeBytes});
+    const HistoryLimits limits{static_cast<std::uint64_t>(plan.options.keepMs), plan.options.maxBytes,
+                               plan.options.minFreeBytes};
+    const auto notify = [](const String& notice) { tell(narrow(notice)); };
+    return std::make_unique<HistorySink>(*plan.options.history, limits, notify);
 }
 
 }  // namespace vexo
