@@ -40,8 +40,8 @@ Response toResponse(const HttpAnswer& answer) {
     return response;
 }
 
-// Answers as soon as the request's header is read: no request that is answered needs a body, and whoever sends one is
-// disconnected behind the answer. MHD_NO disconnects at once.
+// Answers as soon as the request's header is read, and so ends the connection behind the answer: nobody's body is waited
+// for, and a client that comes every few seconds gains nothing by staying. MHD_NO ends it at once.
 MHD_Result handle(void* endpoint, MHD_Connection* connection, const char* url, const char* method,
                   const char* /*version*/, const char* /*body*/, std::size_t* /*bodySize*/, void** /*state*/) {
     try {
