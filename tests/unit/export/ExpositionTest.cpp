@@ -53,7 +53,7 @@ Record engineOf(std::uint32_t items, std::string_view name = "n", std::string_vi
         record.files.push_back({own, 4096, 0, 0, 0, 0, {1, 1, 1}, {place, 1}});
         const auto code = static_cast<std::uint8_t>(place);
         record.fileHandles.push_back({place, own, {code, code, place % 3 == 0 ? kSingleLock : kMultipleLocks, code}});
-        record.waits.push_back({own, own, place, code, 0, place * 1500});
+        record.waits.push_back({own, own, place, code, 0, place * std::uint64_t{1500}});
     }
     record.names = names.take();
     return record;
