@@ -31,7 +31,7 @@ constexpr const char* kGrants = "SHOW GRANTS";
 // scheduler, and running events. The latter say 'Connect' under their definer's name and have no port, which no client
 // does once it has logged in.
 constexpr const char* kClients =
-    " WHERE USER <> 'system user' AND COMMAND NOT IN ('Binlog Dump','Daemon','Slave_IO','Slave_SQL',"
+    " WHERE USER <> 'system user' AND COMMAND NOT IN ('Binlog Dump','Daemon','Delayed insert','Slave_IO','Slave_SQL',"
     "'Slave_worker') AND NOT (COMMAND = 'Connect' AND USER <> 'unauthenticated user' AND HOST NOT LIKE '%:%')";
 
 // A statement on the process list, for clients only.
