@@ -160,7 +160,7 @@ bool SinkRunner::shallTellDrops() const {
     return m_up && (m_wroteSinceTold || RecordClocks::systemMonotonicUs() - m_dropsToldUs >= kQuietUs);
 }
 
-EventItem SinkRunner::event(EventKind kind, String text) const {
+EventItem SinkRunner::event(EventKind kind, const String& text) const {
     EventItem item;
     item.kind = kind;
     item.startMs = RecordClocks::systemEpochMs();

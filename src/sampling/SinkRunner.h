@@ -51,7 +51,7 @@ private:
     void drop(const RecordPtr& record);
     RecordPtr withLostEvents(RecordPtr record);
     bool shallTellDrops() const;
-    EventItem event(EventKind kind, String text) const;
+    EventItem event(EventKind kind, const String& text) const;
 
     const std::unique_ptr<Sink> m_sink;
     const std::function<void()> m_changed;
