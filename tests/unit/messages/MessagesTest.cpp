@@ -138,34 +138,48 @@ std::map<std::string, std::string> argumentsOfTexts() {
     return arguments;
 }
 
+// The keys of a bundle's file, in its order; fails for a line that is none of a property.
+std::vector<std::string> keysOf(const std::string& content) {
+    const std::regex property("([A-Z0-9_]+)=.*");
+    std::vector<std::string> keys;
+    std::istringstream lines(content);
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch parts;
+        if (line.empty() || line[0] == '#' || line[0] == ' ') continue;
+        EXPECT_TRUE(std::regex_match(line, parts, property)) << line;
+        if (!parts.empty()) keys.push_back(parts[1]);
+    }
+    return keys;
+}
+
+// Whether a text, which is given `types`, asks for nothing else and can be shown.
+void checkText(const std::string& key, const String& text, const std::string& types) {
+    std::vector<MessageArgument> passed;
+    for (const char type : types)
+        passed.push_back(type == 's' ? MessageArgument("") : MessageArgument(0));
+    EXPECT_TRUE(agrees(narrow(text), passed)) << key;
+    EXPECT_LT(narrow(text).size(), 1024U) << key;
+    EXPECT_EQ(text.find(L'\uFFFD'), String::npos) << key;
+    // These two stand in JSON as they are.
+    if (key != "VEXO_NAME" && key != "VEXO_COPYRIGHT") return;
+    EXPECT_EQ(text.find_first_of(L"\"\\\t\n\r"), String::npos) << key;
+}
+
 TEST(Bundles, AgreeInEveryLanguageWithWhatTheProgramPasses) {
     const std::map<std::string, std::string> arguments = argumentsOfTexts();
-    const std::regex property("([A-Z0-9_]+)=.*");
+    const std::regex ofStatus("(LK_MSG_P_E|KORA)_[0-9]+");
     std::map<std::string, int> originals;
     for (const auto& file : std::filesystem::directory_iterator(VEXO_SHIPPED_BUNDLES)) {
         const std::string name = file.path().filename();
         if (file.path().extension() != ".properties") continue;
+        SCOPED_TRACE(name);
         const std::string content = contents(file.path());
-        std::istringstream lines(content);
-        for (std::string line; std::getline(lines, line);) {
-            std::smatch parts;
-            if (line.empty() || line[0] == '#' || line[0] == ' ') continue;
-            ASSERT_TRUE(std::regex_match(line, parts, property)) << name << ": " << line;
-            const std::string key = parts[1];
+        for (const std::string& key : keysOf(content)) {
             const auto known = arguments.find(key);
-            const bool status = std::regex_match(key, std::regex("(LK_MSG_P_E|KORA)_[0-9]+"));
-            ASSERT_TRUE(status || known != arguments.end()) << name << ": " << key;
+            const bool status = std::regex_match(key, ofStatus);
+            ASSERT_TRUE(status || known != arguments.end()) << key;
+            checkText(key, findProperty(content, widen(key)).value_or(L""), status ? "" : known->second);
             if (name.find('_') == std::string::npos) ++originals[key];
-            std::vector<MessageArgument> passed;
-            for (const char type : status ? "" : known->second) {
-                passed.push_back(type == 's' ? MessageArgument("") : MessageArgument(0));
-            }
-            const String text = findProperty(content, widen(key)).value_or(L"");
-            EXPECT_TRUE(agrees(narrow(text), passed) && narrow(text).size() < 1024) << name << ": " << line;
-            EXPECT_EQ(text.find(L'\uFFFD'), String::npos) << name << ": " << line;
-            // These two stand in JSON as they are.
-            if (key != "VEXO_NAME" && key != "VEXO_COPYRIGHT") continue;
-            EXPECT_EQ(text.find_first_of(L"\"\\\t\n\r"), String::npos) << name << ": " << line;
         }
     }
     for (const auto& [key, types] : arguments)
