@@ -2,7 +2,6 @@
 // The life of one run, and the one place where failures become a message and an exit status.
 #include <unistd.h>
 
-#include <csignal>
 #include <new>
 #include <string>
 #include <string_view>
@@ -11,8 +10,7 @@
 #include "config/ConfigFileReader.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
-#include "foundation/FileDescriptor.h"
-#include "foundation/Locale.h"
+#include "foundation/Process.h"
 #include "main/CommandLine.h"
 #include "main/JsonDocument.h"
 #include "main/Program.h"
@@ -170,11 +168,6 @@ int runAndReport(int argc, const char* const* argv) {
 }  // namespace vexo
 
 int main(int argc, char** argv) {
-    // A reader that has gone and a file-size limit are reported like a full disk.
-    for (const int signal : {SIGPIPE, SIGXFSZ})
-        std::signal(signal, SIG_IGN);
-    vexo::reserveStandardDescriptors();
-    vexo::useEnvironmentEncoding();
-    vexo::keepLocale();
+    vexo::prepareProcess();
     return vexo::runAndReport(argc, argv);
 }

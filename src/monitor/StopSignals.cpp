@@ -15,6 +15,7 @@
 
 #include "foundation/Exception.h"
 #include "foundation/NamedThread.h"
+#include "foundation/Process.h"
 #include "messages/MessageHelper.h"
 
 namespace vexo {
@@ -67,15 +68,6 @@ bool asksAgain(const siginfo_t& first, const siginfo_t& next, Clock::duration si
     return !hangUp && since >= kRepeats;
 }
 
-void endBy(int signal) {
-    std::signal(signal, SIG_DFL);
-    sigset_t one;
-    sigemptyset(&one);
-    sigaddset(&one, signal);
-    pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
-    std::raise(signal);
-}
-
 // Runs on a thread that the engine library started while it was being loaded, before the signals were held.
 void passOn(int signal) {
     const int error = errno;
@@ -102,7 +94,7 @@ void watch(void* /*arguments*/) {
     post(s_wakeUp);
     for (;;) {
         const siginfo_t next = waitForSignal();
-        if (asksAgain(first, next, Clock::now() - arrival)) endBy(next.si_signo);
+        if (asksAgain(first, next, Clock::now() - arrival)) endBySignal(next.si_signo);
     }
 }
 
@@ -110,10 +102,8 @@ void watch(void* /*arguments*/) {
 sigset_t heededSignals() {
     sigset_t heeded;
     sigemptyset(&heeded);
-    for (const int signal : kStopSignals) {
-        struct sigaction action {};
-        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) sigaddset(&heeded, signal);
-    }
+    for (const int signal : kStopSignals)
+        if (!isIgnored(signal)) sigaddset(&heeded, signal);
     return heeded;
 }
 

@@ -6,29 +6,17 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <utility>
 
 #include "foundation/Exception.h"
+#include "foundation/Process.h"
 
 namespace vexo {
 namespace {
 
 // A signal that comes again this soon was sent once: `timeout`, for one, signals its child and then its group.
 constexpr auto kRepeats = std::chrono::milliseconds(50);
-
-bool isIgnored(int signal) {
-    struct sigaction action {};
-    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
-}
-
-void endBy(int signal) {
-    std::signal(signal, SIG_DFL);
-    sigset_t one;
-    sigemptyset(&one);
-    sigaddset(&one, signal);
-    pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
-    std::raise(signal);
-}
 
 }  // namespace
 
@@ -62,7 +50,7 @@ void AgentSignals::stop(int signal) {
         m_first = signal;
         m_arrival = Clock::now();
     } else if (signal != *m_first || Clock::now() - m_arrival >= kRepeats) {
-        endBy(signal);
+        endBySignal(signal);
     }
 }
 

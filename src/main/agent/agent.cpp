@@ -3,15 +3,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <new>
 
 #include "config/ConfigFileReader.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
-#include "foundation/FileDescriptor.h"
-#include "foundation/Locale.h"
 #include "foundation/Piece.h"
+#include "foundation/Process.h"
 #include "foundation/TextWriter.h"
 #include "main/agent/AgentOptions.h"
 #include "main/agent/ErrorStream.h"
@@ -87,11 +85,6 @@ int runAndReport(int argc, char** argv) {
 }  // namespace vexo
 
 int main(int argc, char** argv) {
-    // A reader that has gone and a file-size limit are reported like a full disk.
-    for (const int signal : {SIGPIPE, SIGXFSZ})
-        std::signal(signal, SIG_IGN);
-    vexo::reserveStandardDescriptors();
-    vexo::useEnvironmentEncoding();
-    vexo::keepLocale();
+    vexo::prepareProcess();
     return vexo::runAndReport(argc, argv);
 }

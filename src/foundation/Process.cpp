@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/Process.h"
+
+#include <pthread.h>
+
+#include <csignal>
+
+#include "foundation/Encoding.h"
+#include "foundation/FileDescriptor.h"
+#include "foundation/Locale.h"
+
+namespace vexo {
+
+void prepareProcess() {
+    for (const int signal : {SIGPIPE, SIGXFSZ})
+        std::signal(signal, SIG_IGN);
+    reserveStandardDescriptors();
+    useEnvironmentEncoding();
+    keepLocale();
+}
+
+bool isIgnored(int signal) {
+    struct sigaction action {};
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+void endBySignal(int signal) {
+    std::signal(signal, SIG_DFL);
+    sigset_t one;
+    sigemptyset(&one);
+    sigaddset(&one, signal);
+    pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
+    std::raise(signal);
+}
+
+}  // namespace vexo

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// What every program of ours does about its process: how it starts, and how a signal ends it.
+#ifndef VEXO_FOUNDATION_PROCESS_H
+#define VEXO_FOUNDATION_PROCESS_H
+
+namespace vexo {
+
+// To be called first, on the main thread. Standard descriptors that are closed are occupied, text takes the encoding of
+// the environment, the thread keeps its locale, and a reader that has gone and a file-size limit are errors of a write
+// like a full disk, rather than signals.
+void prepareProcess();
+
+// Whether the process ignores `signal`.
+bool isIgnored(int signal);
+
+// Lets `signal` do what it does by default, on the calling thread and at once: those that stop a program end it, and its
+// parent sees by which one.
+void endBySignal(int signal);
+
+}  // namespace vexo
+
+#endif
