@@ -139,6 +139,25 @@ private:
     std::vector<ConflictLock> m_found;
 };
 
+// The locks that performance_schema records; nothing when it records none at all.
+std::optional<TableLocks> readRecordedLocks(Engine& engine, const Threads& threads) {
+    auto rows = engine.queryOptional(queries::kTableLocks, "the plug-in metadata_lock_info is tried for table locks");
+    if (!rows) return std::nullopt;
+    TableLockReader reader;
+    bool recorded = false;
+    while (rows->next()) {
+        recorded = true;
+        const auto session = threads.find(rows->number(0));
+        if (session != threads.end() && !isGivenUp(rows->text(6))) reader.add(*rows, session->second);
+    }
+    if (recorded) return reader.take();
+    // The statement locks the table that it reads.
+    engine.log().notice(
+        "performance_schema records no table locks, not even the monitor's own: its consumer global_instrumentation or "
+        "the instrument wait/lock/metadata/sql/mdl is off by now");
+    return std::nullopt;
+}
+
 }  // namespace
 
 std::vector<Process> readProcesses(Engine& engine) {
@@ -193,30 +212,16 @@ Threads readThreads(Engine& engine) {
 }
 
 TableLocks readTableLocks(Engine& engine, const Threads& threads) {
-    TableLockReader reader;
     // Without the threads nobody knows whose the locks are.
     if (engine.hasLockInstrument() && !threads.empty()) {
-        auto rows =
-            engine.queryOptional(queries::kTableLocks, "the plug-in metadata_lock_info is tried for table locks");
-        bool recorded = false;
-        while (rows && rows->next()) {
-            recorded = true;
-            const auto session = threads.find(rows->number(0));
-            if (session != threads.end() && !isGivenUp(rows->text(6))) reader.add(*rows, session->second);
-        }
-        if (recorded) return reader.take();
-        // The statement locks the table that it reads.
-        if (rows) {
-            engine.log().notice(
-                "performance_schema records no table locks, not even the monitor's own: its consumer "
-                "global_instrumentation or the instrument wait/lock/metadata/sql/mdl is off by now");
-        }
+        if (auto recorded = readRecordedLocks(engine, threads)) return std::move(*recorded);
     }
     auto rows = engine.queryOptional(
         queries::kTableLocksOfPlugin,
         "the only handles are those of transactions in conflict, since neither performance_schema nor the plug-in "
         "metadata_lock_info shows table locks. Sessions without one are listed with a handle that says so, files "
         "without one by HANDLES=no");
+    TableLockReader reader;
     while (rows && rows->next())
         reader.add(*rows, rows->number(0));
     TableLocks locks = reader.take();

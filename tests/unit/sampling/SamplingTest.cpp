@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <future>
 
 #include "Support.h"
@@ -59,9 +60,9 @@ RecordPtr numbered(std::uint64_t number, std::size_t handles = 0) {
 }
 
 std::vector<std::uint64_t> numbersOf(const std::vector<RecordPtr>& records) {
-    std::vector<std::uint64_t> numbers;
-    for (const RecordPtr& record : records)
-        numbers.push_back(record->number);
+    std::vector<std::uint64_t> numbers(records.size());
+    std::transform(records.begin(), records.end(), numbers.begin(),
+                   [](const RecordPtr& record) { return record->number; });
     return numbers;
 }
 
@@ -72,7 +73,7 @@ TEST(RecordQueue, DropsTheOldestBeyondEightRecordsOr64Megabytes) {
         EXPECT_EQ(numbersOf(queue.put(numbered(number))), Numbers{});
     EXPECT_EQ(numbersOf(queue.put(numbered(9))), Numbers{1});
     EXPECT_EQ(queue.take()->number, 2U);
-    constexpr std::size_t kThirtyMegabytes = 30 * 1024 * 1024 / sizeof(FileHandleItem);
+    constexpr std::size_t kThirtyMegabytes = std::size_t{30} * 1024 * 1024 / sizeof(FileHandleItem);
     EXPECT_EQ(numbersOf(queue.put(numbered(10, kThirtyMegabytes))), Numbers{});
     EXPECT_EQ(numbersOf(queue.put(numbered(11, kThirtyMegabytes))), Numbers{3});
     EXPECT_EQ(numbersOf(queue.put(numbered(12, kThirtyMegabytes))), (Numbers{4, 5, 6, 7, 8, 9, 10}));
