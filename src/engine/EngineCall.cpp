@@ -36,9 +36,12 @@ void onCrash(int signal) {
     std::raise(signal);
 }
 
+// Unless the thread has one already: a sanitizer releases the one that it finds when the thread ends.
 void useStackOfItsOwn() {
     static std::array<std::byte, kStackSize> memory;
     stack_t stack{};
+    if (::sigaltstack(nullptr, &stack) != 0 || (stack.ss_flags & SS_DISABLE) == 0) return;
+    stack = {};
     stack.ss_sp = memory.data();
     stack.ss_size = memory.size();
     ::sigaltstack(&stack, nullptr);
