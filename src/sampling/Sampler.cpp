@@ -65,6 +65,11 @@ void Sampler::tellStall(std::int64_t forMs) {
     m_records.publishFailure(0, text);
 }
 
+bool Sampler::finished() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_finished;
+}
+
 String Sampler::fatal() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_fatal;
@@ -91,8 +96,9 @@ void Sampler::run() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_fatal = widen(error.what());
     }
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_finished = true;
-    m_changed();
+    m_changed();  // still under the lock: whoever sees that this has finished may destroy it
 }
 
 // Ticks that passed while there was no engine were not missed: attempts stood in for them.

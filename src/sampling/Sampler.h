@@ -40,7 +40,7 @@ public:
     void start();
     // Lets the record that is being read be the last one.
     void stop();
-    bool finished() const { return m_finished; }
+    bool finished() const;
 
     // Since when the engine has been asked without a pause, on the monotonic clock in microseconds; 0 between two
     // records.
@@ -88,12 +88,13 @@ private:
     std::optional<std::uint64_t> m_uptime;
 
     std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_finished{false};
     std::atomic<bool> m_lastWhole{false};
     std::atomic<bool> m_stallTold{false};
     std::atomic<std::int64_t> m_busySinceUs{0};
     mutable std::mutex m_mutex;
-    String m_fatal;  // guarded by the mutex
+    // Both guarded by the mutex.
+    bool m_finished = false;
+    String m_fatal;
 };
 
 }  // namespace vexo

@@ -79,13 +79,11 @@ void SinkRunner::run() {
         const Task task = nextTask(record);
         more = perform(task, record);
     }
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        while (const RecordPtr record = m_queue.take())
-            drop(record);
-        m_finished = true;
-    }
-    m_changed();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    while (const RecordPtr record = m_queue.take())
+        drop(record);
+    m_finished = true;
+    m_changed();  // still under the lock: whoever sees that this has finished may destroy it
 }
 
 // A file is reopened before the records that wait: they came after it was renamed, or may as well have.
