@@ -86,7 +86,8 @@ HttpServer::HttpServer(const ListenAddress& address, const Endpoint& endpoint) {
         m_daemons.emplace_back(startDaemon(socket, endpoint, mostClients(sockets.size())));
         if (m_daemons.back()) continue;
         const std::string reason = narrow(systemReason(errno));
-        throw Exception(MessageHelper("AGENT", "AGENT_").getResStr("ERR_LISTEN", address.text().c_str(), reason.c_str()));
+        throw Exception(
+            MessageHelper("AGENT", "AGENT_").getResStr("ERR_LISTEN", address.text().c_str(), reason.c_str()));
     }
 }
 
