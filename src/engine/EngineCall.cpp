@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstddef>
 #include <string_view>
-#include <utility>
 
 namespace vexo {
 namespace {
@@ -49,9 +48,12 @@ void useStackOfItsOwn() {
 
 }  // namespace
 
-void reportCrashes(std::string before, std::string after) {
+void reportCrashes(const std::string& line) {
     static Report report;
-    report = {std::move(before), std::move(after)};
+    const std::size_t place = line.find(kCallPlaceholder);
+    // A bundle of the user's own may have no place for the name: then it comes at the end, before the line feed.
+    report = place != std::string::npos ? Report{line.substr(0, place), line.substr(place + 1)}
+                                        : Report{line.substr(0, line.size() - 1), line.substr(line.size() - 1)};
     s_report = &report;
     bool any = false;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {

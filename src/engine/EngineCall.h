@@ -47,10 +47,13 @@ private:
     Function m_function = nullptr;
 };
 
-// From here on, when the process crashes during an engine call, `before`, the name of the function and `after` are
-// written to standard error; then the signal does what it does otherwise. Crashes that somebody else handles already, a
-// sanitizer for instance, are left to him.
-void reportCrashes(std::string before, std::string after);
+// Stands in a sentence for the name of the call, which is only known when it crashes.
+inline constexpr char kCallPlaceholder[] = "\1";
+
+// From here on, when the process crashes during an engine call, `line`, which ends with its line feed, is written to
+// standard error with the name of the function at its placeholder; then the signal does what it does otherwise. Crashes
+// that somebody else handles already, a sanitizer for instance, are left to him.
+void reportCrashes(const std::string& line);
 
 }  // namespace vexo
 

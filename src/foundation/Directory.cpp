@@ -13,12 +13,6 @@
 #include "foundation/FileDescriptor.h"
 
 namespace vexo {
-
-bool pathExists(StringView path) {
-    struct stat status {};
-    return ::stat(narrow(path).c_str(), &status) == 0;
-}
-
 namespace {
 
 // kSuccess when the path can be opened as a directory, or why not.
@@ -28,6 +22,11 @@ ResultCode openDirectory(StringView path) {
 }
 
 }  // namespace
+
+bool pathExists(StringView path) {
+    struct stat status {};
+    return ::stat(narrow(path).c_str(), &status) == 0;
+}
 
 bool directoryExists(StringView path) {
     return openDirectory(path) == kSuccess;

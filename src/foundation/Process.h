@@ -3,7 +3,12 @@
 #ifndef VEXO_FOUNDATION_PROCESS_H
 #define VEXO_FOUNDATION_PROCESS_H
 
+#include <chrono>
+
 namespace vexo {
+
+// A signal that comes again this soon was sent once: `timeout`, for one, signals its child and then its group.
+inline constexpr auto kSignalRepeats = std::chrono::milliseconds(50);
 
 // To be called first, on the main thread. Standard descriptors that are closed are occupied, text takes the encoding of
 // the environment, the thread keeps its locale, and a reader that has gone and a file-size limit are errors of a write

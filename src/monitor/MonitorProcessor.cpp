@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/MonitorProcessor.h"
 
-#include <algorithm>
-#include <string>
-
 #include "engine/EngineCall.h"
 #include "engine/XrApi.h"
 #include "foundation/Encoding.h"
@@ -19,13 +16,8 @@ Ref<TextWriter> errpw;
 
 namespace {
 
-// The sentence is composed around a name that is only known when a call crashes.
 void reportCrashesOfCalls(const MessageHelper& messages, bool json) {
-    constexpr char kName = '\1';
-    const char name[] = {kName, '\0'};
-    const std::string line = narrow(errorLine(messages.getResStr("ERR_ENGINE_CRASH", &name[0]), json)) + "\n";
-    const std::size_t place = std::min(line.find(kName), line.size() - 1);
-    reportCrashes(line.substr(0, place), line.substr(place + (line[place] == kName ? 1 : 0)));
+    reportCrashes(narrow(errorLine(messages.getResStr("ERR_ENGINE_CRASH", &kCallPlaceholder[0]), json)) + "\n");
 }
 
 }  // namespace

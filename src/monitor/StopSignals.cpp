@@ -28,9 +28,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::array<int, 3> kStopSignals{SIGINT, SIGTERM, SIGHUP};
 
-// A signal that comes again this soon was sent once: `timeout`, for one, signals its child and then its group.
-constexpr auto kRepeats = std::chrono::milliseconds(50);
-
 // A shell that is told of a closed terminal passes it on as soon as it gets to run.
 constexpr std::int64_t kHangUpMs = 2000;
 
@@ -65,7 +62,7 @@ siginfo_t waitForSignal() {
 bool asksAgain(const siginfo_t& first, const siginfo_t& next, Clock::duration since) {
     if (next.si_signo != first.si_signo) return true;
     const bool hangUp = next.si_signo == SIGHUP && next.si_code == SI_KERNEL;
-    return !hangUp && since >= kRepeats;
+    return !hangUp && since >= kSignalRepeats;
 }
 
 // Runs on a thread that the engine library started while it was being loaded, before the signals were held.

@@ -13,12 +13,6 @@
 #include "foundation/Process.h"
 
 namespace vexo {
-namespace {
-
-// A signal that comes again this soon was sent once: `timeout`, for one, signals its child and then its group.
-constexpr auto kRepeats = std::chrono::milliseconds(50);
-
-}  // namespace
 
 AgentSignals::AgentSignals() {
     sigset_t held;
@@ -49,7 +43,7 @@ void AgentSignals::stop(int signal) {
     if (!m_first) {
         m_first = signal;
         m_arrival = Clock::now();
-    } else if (signal != *m_first || Clock::now() - m_arrival >= kRepeats) {
+    } else if (signal != *m_first || Clock::now() - m_arrival >= kSignalRepeats) {
         endBySignal(signal);
     }
 }

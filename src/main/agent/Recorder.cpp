@@ -28,14 +28,9 @@ std::int64_t nowUs() {
     return RecordClocks::systemMonotonicUs();
 }
 
-// The sentence is composed around a name that is only known when a call crashes.
 void reportCrashesOfCalls() {
-    constexpr char kName = '\1';
-    const char name[] = {kName, '\0'};
     const MessageHelper messages("VEXO", "VEXO_");
-    const std::string line = "vexo-agent: " + narrow(messages.getResStr("ERR_ENGINE_CRASH", &name[0])) + "\n";
-    const std::size_t place = std::min(line.find(kName), line.size() - 1);
-    reportCrashes(line.substr(0, place), line.substr(place + (line[place] == kName ? 1 : 0)));
+    reportCrashes("vexo-agent: " + narrow(messages.getResStr("ERR_ENGINE_CRASH", &kCallPlaceholder[0])) + "\n");
 }
 
 }  // namespace
