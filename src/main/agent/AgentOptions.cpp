@@ -3,12 +3,6 @@
 
 #include <getopt.h>
 
-#include <algorithm>
-#include <array>
-#include <charconv>
-#include <string_view>
-#include <utility>
-
 #include "messages/MessageHelper.h"
 #include "record/Codes.h"
 
@@ -58,97 +52,50 @@ constexpr option kOptions[] = {
     {nullptr,    0,                 nullptr, 0        }
 };
 
-template <typename... Arguments>
-[[noreturn]] void refuse(const char* key, Arguments... arguments) {
-    throw OptionException(MessageHelper("AGENT", "AGENT_").getResStr(key, arguments...));
-}
-
-using Unit = std::pair<std::string_view, std::int64_t>;
-
-constexpr std::array<Unit, 6> kTimes = {
-    {{"ms", 1}, {"s", 1000}, {"m", 60'000}, {"h", 3'600'000}, {"d", 86'400'000}, {"", 1000}}
-};
-constexpr std::array<Unit, 5> kSizes = {
-    {{"K", std::int64_t{1} << 10U},
-     {"M", std::int64_t{1} << 20U},
-     {"G", std::int64_t{1} << 30U},
-     {"T", std::int64_t{1} << 40U},
-     {"", 1}}
-};
-
-// A whole number with one of the units, from `least` to `most` in the smallest one.
-template <std::size_t N>
-std::int64_t quantity(const char* name, std::string_view text, const std::array<Unit, N>& units, std::int64_t least,
-                      std::int64_t most) {
-    std::int64_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [digitsEnd, error] = std::from_chars(text.data(), end, number);
-    const std::string_view unit(digitsEnd, static_cast<std::size_t>(end - digitsEnd));
-    const auto known = std::find_if(units.begin(), units.end(), [unit](const Unit& one) { return one.first == unit; });
-    if (error != std::errc() || known == units.end() || number < 0 || number > most / known->second ||
-        number * known->second < least) {
-        refuse("ERR_VALUE", name, std::string(text).c_str());
-    }
-    return number * known->second;
-}
-
-constexpr std::int64_t kDayMs = 86'400'000;
-constexpr std::int64_t kManyYearsMs = 36'500 * kDayMs;
-constexpr std::int64_t kMostBytes = std::int64_t{1} << 60U;
-
-void readLimit(AgentOptions& options, int letter, const char* name, const char* value) {
-    constexpr std::int64_t kLeastIntervalMs = 100;
-    constexpr std::array<Unit, 1> kPlain = {{{"", 1}}};
-    switch (letter) {
+void readLimit(AgentOptions& options, const GivenOption& given) {
+    switch (given.letter) {
         case kInterval:
-            options.intervalMs = quantity(name, value, kTimes, kLeastIntervalMs, kDayMs);
+            options.intervalMs = given.duration(kLeastIntervalMs, kDayMs);
             break;
         case kCount:
-            options.count = static_cast<std::uint64_t>(quantity(name, value, kPlain, 1, kMostBytes));
+            options.count = given.count();
             break;
         case kStall:
-            options.stallMs = quantity(name, value, kTimes, 1, kManyYearsMs);
+            options.stallMs = given.duration(1, kManyYearsMs);
             break;
         case kAbandon:
-            options.abandonMs = quantity(name, value, kTimes, 1, kManyYearsMs);
+            options.abandonMs = given.duration(1, kManyYearsMs);
             break;
         case kKeep:
-            options.keepMs = quantity(name, value, kTimes, 1, kManyYearsMs);
+            options.keepMs = given.duration(1, kManyYearsMs);
             break;
         case kMaxSize:
-            options.maxBytes = static_cast<std::uint64_t>(quantity(name, value, kSizes, 1, kMostBytes));
+            options.maxBytes = given.bytes(1);
             break;
         case kMinFree:
-            options.minFreeBytes = static_cast<std::uint64_t>(quantity(name, value, kSizes, 0, kMostBytes));
+            options.minFreeBytes = given.bytes(0);
             break;
         default:
-            options.handles = scopeOf(value);
-            if (!options.handles) refuse("ERR_VALUE", name, value);
+            options.handles = scopeOf(given.value);
+            if (!options.handles) given.refuse();
     }
 }
 
-// The text of an option, once.
-void setTarget(std::optional<std::string>& target, const char* name, const char* value) {
-    if (target) refuse("ERR_REPEATED", name);
-    if (!*value) refuse("ERR_VALUE", name, value);
-    target = value;
-}
-
-void readOption(AgentOptions& options, int letter, const char* name, const char* value) {
-    switch (letter) {
+void readOption(AgentOptions& options, const GivenOption& given) {
+    switch (given.letter) {
         case 'f':
-            options.settings = value;
+            options.settings = given.value;
             break;
         case kHistory:
-            return setTarget(options.history, name, value);
+            return given.setOnce(options.history);
         case kNdjson:
-            return setTarget(options.ndjson, name, value);
+            return given.setOnce(options.ndjson);
         case kCsv:
-            return setTarget(options.csv, name, value);
+            return given.setOnce(options.csv);
         case kListen:
-            return setTarget(options.listen, name, value);
+            return given.setOnce(options.listen);
         case kTextfile:
-            return setTarget(options.textfile, name, value);
+            return given.setOnce(options.textfile);
         case kCsvRaw:
             options.csvFormulas = CsvFormulas::kRaw;
             break;
@@ -165,37 +112,25 @@ void readOption(AgentOptions& options, int letter, const char* name, const char*
             options.version = true;
             break;
         default:
-            readLimit(options, letter, name, value);
+            readLimit(options, given);
     }
 }
 
 void examine(const AgentOptions& options) {
+    const MessageHelper messages("AGENT", "AGENT_");
     if (options.help || options.version) return;
-    if (options.settings.empty()) refuse("ERR_NO_SETTINGS");
+    if (options.settings.empty()) refuseOption("ERR_NO_SETTINGS");
     if (options.check) return;
-    if (!options.hasSink()) refuse("ERR_NO_SINK");
-    if (options.once && options.count != 0) refuse("ERR_EXCLUDE", "--once", "--count");
-    if (options.abandonMs < options.stallMs) refuse("ERR_ABANDON");
+    if (!options.hasSink()) throw OptionException(messages.getResStr("ERR_NO_SINK"));
+    if (options.once && options.count != 0) refuseOption("ERR_EXCLUDE", "--once", "--count");
+    if (options.abandonMs < options.stallMs) throw OptionException(messages.getResStr("ERR_ABANDON"));
 }
 
 }  // namespace
 
-AgentOptions readOptions(int argc, char** argv) {
+AgentOptions readAgentOptions(int argc, char** argv) {
     AgentOptions options;
-    ::opterr = 0;  // the messages are our own
-    ::optind = 1;
-    for (;;) {
-        int place = -1;
-        const int current = ::optind;
-        const int letter = ::getopt_long(argc, argv, ":f:hV", kOptions, &place);
-        if (letter == -1) break;
-        const std::string given = argv[std::min(current, argc - 1)];
-        if (letter == ':') refuse("ERR_NO_VALUE", given.c_str());
-        if (letter == '?') refuse("ERR_OPTION", given.c_str());
-        const std::string name = place >= 0 ? std::string("--") + kOptions[place].name : "-f";
-        readOption(options, letter, name.c_str(), ::optarg ? ::optarg : "");
-    }
-    if (::optind < argc) refuse("ERR_ARGUMENT", argv[::optind]);
+    readOptions(argc, argv, ":f:hV", kOptions, [&options](const GivenOption& given) { readOption(options, given); });
     examine(options);
     return options;
 }

@@ -7,17 +7,11 @@
 #include <optional>
 #include <string>
 
-#include "foundation/Exception.h"
+#include "main/companion/Options.h"
 #include "record/Record.h"
 #include "sink/CsvText.h"
 
 namespace vexo {
-
-// A command line that is refused. The message says why.
-class OptionException : public Exception {
-public:
-    using Exception::Exception;
-};
 
 // Texts are bytes, as they were given.
 struct AgentOptions {
@@ -51,7 +45,7 @@ struct AgentOptions {
 };
 
 // Reads the command line, in the conventions of GNU. Throws OptionException.
-AgentOptions readOptions(int argc, char** argv);
+AgentOptions readAgentOptions(int argc, char** argv);
 
 }  // namespace vexo
 

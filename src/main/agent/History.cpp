@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/Encoding.h"
 #include "history/HistorySink.h"
-#include "main/agent/ErrorStream.h"
+#include "main/companion/ErrorStream.h"
 #include "main/agent/Sinks.h"
 
 namespace vexo {

@@ -9,7 +9,7 @@
 
 #include "engine/EngineCall.h"
 #include "foundation/Encoding.h"
-#include "main/agent/ErrorStream.h"
+#include "main/companion/ErrorStream.h"
 #include "main/agent/Sinks.h"
 #include "output/Version.h"
 

@@ -12,7 +12,7 @@
 #include "foundation/Process.h"
 #include "foundation/TextWriter.h"
 #include "main/agent/AgentOptions.h"
-#include "main/agent/ErrorStream.h"
+#include "main/companion/ErrorStream.h"
 #include "main/agent/Recorder.h"
 #include "main/agent/SettingsCheck.h"
 #include "messages/MessageHelper.h"
@@ -52,7 +52,7 @@ int printCheck(const MessageHelper& messages, const String& path) {
 
 int run(int argc, char** argv) {
     const MessageHelper messages("AGENT", "AGENT_");
-    const AgentOptions options = readOptions(argc, argv);
+    const AgentOptions options = readAgentOptions(argc, argv);
     if (options.help) {
         printHelp(messages);
         return kEnded;
@@ -72,7 +72,7 @@ int runAndReport(int argc, char** argv) {
         return run(argc, argv);
     } catch (const OptionException& error) {
         tell(narrow(error.message()));
-        tell(narrow(MessageHelper("AGENT", "AGENT_").getResStr("SEE_HELP")));
+        tell(narrow(MessageHelper("OPTIONS", "OPTIONS_").getResStr("SEE_HELP", "vexo-agent")));
     } catch (const Exception& error) {
         tell(narrow(reasonOf(error)));
     } catch (const std::bad_alloc&) {

@@ -97,19 +97,19 @@ std::map<std::string, std::string> argumentsOfTexts() {
     // The same of AGENT.
     const std::pair<const char*, const char*> recorder[] = {
         {"s",
-         "NAME ERR_OPTION ERR_NO_VALUE ERR_ARGUMENT ERR_REPEATED ERR_NOT_BUILT ERR_CSV_COLUMNS EVENT_STARTED "
+         "NAME ERR_NOT_BUILT ERR_CSV_COLUMNS EVENT_STARTED "
          "EVENT_CONNECT_FAILED EVENT_LOST EVENT_STALLED EVENT_RESUMED EVENT_CLOCK_AHEAD EVENT_CLOCK_BACK "
          "EVENT_TICKS_MISSED EVENT_SINK_RECOVERED CHECK_NOTHING CHECK_NO_EQUALS CHECK_UNKNOWN CHECK_BLANK_NAME "
          "CHECK_BLANK_VALUE CHECK_BLANK_NO CHECK_EQUALS_EMPTY CHECK_EQUALS_LOST CHECK_OUTPUT CHECK_READABLE "
          "ERR_HISTORY_FOREIGN "
          "ERR_HISTORY_LOCKED ERR_HISTORY_ROOM ERR_HISTORY_MOVED ERR_LISTEN_ADDRESS"},
         {"",
-         "SEE_HELP HELP_USAGE HELP_SINKS HELP_SAMPLING HELP_HISTORY HELP_OTHER ERR_NO_SETTINGS ERR_NO_SINK "
+         "HELP_USAGE HELP_SINKS HELP_SAMPLING HELP_HISTORY HELP_OTHER ERR_NO_SINK "
          "ERR_ABANDON ERR_READER_GONE ERR_NOT_WHOLE EVENT_STOPPED EVENT_ABANDONED EVENT_CONNECTED "
          "EVENT_RESTARTED CHECK_ERROR CHECK_NOTE CHECK_NO_NAME CHECK_NO_LIMIT CHECK_LIMIT_ALONE HTTP_METRICS "
          "HTTP_HEALTH"},
         {"ss",
-         "ERR_VALUE ERR_EXCLUDE ERR_WRITE EVENT_DROPPED EVENT_SINK_FAILED CHECK_OTHER_NAME CHECK_MEANS_YES "
+         "ERR_WRITE EVENT_DROPPED EVENT_SINK_FAILED CHECK_OTHER_NAME CHECK_MEANS_YES "
          "CHECK_NO_NUMBER CHECK_NEGATIVE ERR_LISTEN ERR_HISTORY ERR_HISTORY_LOST ERR_HISTORY_RECORD "
          "ERR_HISTORY_TABLE"},
         {"d", "ERR_CODE ERR_THREAD ERR_RECORD_JSON ERR_RECORD_CUT"},
@@ -119,6 +119,11 @@ std::map<std::string, std::string> argumentsOfTexts() {
         {"sdd", "ERR_HISTORY_NEWER"},
         {"sd", "CHECK_REPEATED CHECK_TOO_LONG"},
         {"dd", "CHECK_REFRESH_RAISED"}};
+    // The same of OPTIONS.
+    const std::pair<const char*, const char*> options[] = {
+        {"s", "SEE_HELP ERR_OPTION ERR_NO_VALUE ERR_ARGUMENT ERR_REPEATED"},
+        {"ss", "ERR_VALUE ERR_EXCLUDE"},
+        {"", "ERR_NO_SETTINGS"}};
     std::map<std::string, std::string> arguments = {{"KORA_FILE_NOT_FOUND_ERROR", ""},
                                                     {"KORA_ACCESS_ERROR", ""},
                                                     {"KORA_ERR_CREATE_FILE", "ssd"},
@@ -135,6 +140,7 @@ std::map<std::string, std::string> argumentsOfTexts() {
     };
     add("VEXO_", texts);
     add("AGENT_", recorder);
+    add("OPTIONS_", options);
     return arguments;
 }
 

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include "main/agent/ErrorStream.h"
+#include "main/companion/ErrorStream.h"
 
 #include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 
 namespace vexo {
 
 void tell(std::string_view text) {
     constexpr std::size_t kNeverBlocks = 4096;  // a pipe that can be written to takes this much
-    std::string line = "vexo-agent: " + std::string(text);
+    std::string line = std::string(::program_invocation_short_name) + ": " + std::string(text);
     line.resize(std::min(line.size(), kNeverBlocks - 1));
     line += '\n';
     pollfd stream{STDERR_FILENO, POLLOUT, 0};

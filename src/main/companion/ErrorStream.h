@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Lines on standard error.
-#ifndef VEXO_MAIN_AGENT_ERRORSTREAM_H
-#define VEXO_MAIN_AGENT_ERRORSTREAM_H
+#ifndef VEXO_MAIN_COMPANION_ERRORSTREAM_H
+#define VEXO_MAIN_COMPANION_ERRORSTREAM_H
 
 #include <string_view>
 
