@@ -6,12 +6,12 @@
 #include <optional>
 #include <set>
 
+#include "ClientText.h"
 #include "Names.h"
 #include "Queries.h"
-#include "ServerText.h"
 #include "Texts.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 namespace {
 
@@ -270,4 +270,4 @@ std::string networkAddress(const Process& process, const std::unordered_map<std:
     return cleanText(socket == addresses.end() ? process.host : socket->second);
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

@@ -11,7 +11,7 @@
 #include "Engine.h"
 #include "Locks.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 // From the server's internal thread numbers, by which performance_schema keeps its rows, to session ids.
 using Threads = std::unordered_map<std::uint64_t, std::uint64_t>;
@@ -49,6 +49,6 @@ std::string nameWithId(std::string_view name, std::uint64_t id, std::size_t size
 // Where a client is: "localhost", or address and port, better from the socket than from the process list.
 std::string networkAddress(const Process& process, const std::unordered_map<std::uint64_t, std::string>& addresses);
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb
 
 #endif

@@ -17,7 +17,7 @@
 #include "PipeSignal.h"
 #include "Texts.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 namespace {
 
@@ -55,12 +55,13 @@ const char* orNull(const std::string& text) {
     return text.empty() ? nullptr : text.c_str();
 }
 
-}  // namespace
-
-bool StatusError::connectionLost() const {
+// Whether the connection is of no use any more.
+bool isLost(std::int16_t status) {
     constexpr std::array<int, 4> kLost = {1053, 1927, 2006, 2013};
-    return std::find(kLost.begin(), kLost.end(), m_status) != kLost.end();
+    return std::find(kLost.begin(), kLost.end(), status) != kLost.end();
 }
+
+}  // namespace
 
 std::int16_t toStatus(unsigned error) {
     const bool known = std::binary_search(kKnownErrors.begin(), kKnownErrors.end(), error);
@@ -219,17 +220,17 @@ void Connection::fail(const char* doing) {
         m_log.notice(
             "The server was given up: it took longer than the time-out allows (XRMARIADB_CONNECT_TIMEOUT, "
             "XRMARIADB_READ_TIMEOUT)");
-        throw StatusError(kConnectionLost);
+        throw StatusError(kConnectionLost, true);
     }
     // What became of a server behind TLS is all the same to the client library.
-    if (m_connected && error == CR_SSL_CONNECTION_ERROR) throw StatusError(kConnectionLost);
+    if (m_connected && error == CR_SSL_CONNECTION_ERROR) throw StatusError(kConnectionLost, true);
     if (error == CR_PLUGIN_NOT_ALLOWED) {
         m_log.notice(
             "This way to log in needs the password in a form that is safe over TLS only: XRMARIADB_SSL_CA asks for "
             "TLS");
         throw StatusError(kNoSuchMethod);
     }
-    throw StatusError(toStatus(error));
+    throw StatusError(toStatus(error), isLost(toStatus(error)));
 }
 
 std::uint64_t Connection::serverVersion() const {
@@ -250,4 +251,4 @@ bool Connection::overUnixSocket() const {
     return getsockopt(mysql_get_socket(m_mysql.get()), SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_UNIX;
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,25 +15,13 @@
 #include "Log.h"
 #include "ServerText.h"
 #include "Settings.h"
+#include "StatusError.h"
 #include "Watchdog.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
-// A failure, as the status that the interface returns for it: the server's own error number where the message bundle
-// has a sentence for it, and kOtherError for all the rest.
-class StatusError : public std::exception {
-public:
-    explicit StatusError(std::int16_t status) : m_status(status) {}
-    const char* what() const noexcept override { return "status of the administration interface"; }
-    std::int16_t status() const { return m_status; }
-
-    // Whether the connection is of no use any more.
-    bool connectionLost() const;
-
-private:
-    std::int16_t m_status;
-};
-
+// Statuses: the server's own error number where the message bundle has a sentence for it, and kOtherError for all the
+// rest.
 constexpr std::int16_t kOtherError = 2000;
 constexpr std::int16_t kBadServerText = 2005;
 constexpr std::int16_t kOutOfMemory = 2008;
@@ -114,6 +101,6 @@ private:
     std::unique_ptr<MYSQL, Close> m_mysql;
 };
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb
 
 #endif

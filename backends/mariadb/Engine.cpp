@@ -6,13 +6,12 @@
 #include <cstdio>
 #include <utility>
 
-#include "FileCalls.h"
+#include "ClientText.h"
+#include "Counters.h"
 #include "Queries.h"
-#include "ServerText.h"
-#include "SessionCalls.h"
 #include "Texts.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 namespace {
 
@@ -33,26 +32,28 @@ Engine::Engine(std::string server, std::string user, std::string password)
     : m_server(std::move(server)),
       m_user(std::move(user)),
       m_password(std::move(password)),
-      m_settings(settingsFromEnvironment()),
-      m_log(m_settings.logFile, m_settings.notices) {
+      m_log("xrmariadb", m_settings.logFile, m_settings.notices) {
 }
 
 Engine::~Engine() = default;
 
 Connection& Engine::connection() {
-    if (m_lost != XR_OK) throw StatusError(m_lost);
+    checkLost();
     if (!m_connection) connect();
     return *m_connection;
 }
 
-void Engine::abandon(std::int16_t status) {
-    m_lost = status;
-    m_connection.reset();
+void Engine::startTime() {
+    if (m_connection) m_connection->beginCall();
 }
 
-void Engine::beginCall() {
-    if (m_lost != XR_OK) throw StatusError(m_lost);
-    if (m_connection) m_connection->beginCall();
+Identity Engine::identity() {
+    const std::uint64_t version = connection().serverVersion();
+    return {
+        {static_cast<std::int32_t>(version / 10000), static_cast<std::int32_t>(version / 100 % 100),
+         static_cast<std::int32_t>(version % 100)},
+        connection().serverText()
+    };
 }
 
 void Engine::connect() {
@@ -199,4 +200,4 @@ std::uint64_t Engine::knownAgeMs(std::uint64_t process) const {
     return static_cast<std::uint64_t>(age.count());
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

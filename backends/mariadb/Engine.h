@@ -14,25 +14,14 @@
 #include <vector>
 
 #include "Connection.h"
+#include "Engines.h"
 #include "Locks.h"
 #include "Log.h"
 #include "Settings.h"
-#include "xradmin.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 struct CounterReading;
-struct FileSnapshot;
-struct SessionSnapshot;
-
-// The largest value seen so far, for what the server keeps no peak of.
-class Peak {
-public:
-    std::uint64_t raise(std::uint64_t current) { return m_value = current > m_value ? current : m_value; }
-
-private:
-    std::uint64_t m_value = 0;
-};
 
 struct Peaks {
     Peak users, files, handles, transactions, workerThreads, locks, dataInUse, sessions, remoteSessions, poolThreads;
@@ -41,21 +30,21 @@ struct Peaks {
 // Names and values of the server's variables or status.
 using Variables = std::map<std::string, std::string, std::less<>>;
 
-class Engine {
+class Engine : public EngineHandle {
 public:
     Engine(std::string server, std::string user, std::string password);
-    ~Engine();
-    Engine(const Engine&) = delete;
-    Engine& operator=(const Engine&) = delete;
+    ~Engine() override;
+
+    void open() override { connection(); }
+    Identity identity() override;
+    std::unique_ptr<FileSnapshot> readFiles() override;
+    std::unique_ptr<SessionSnapshot> readSessions() override;
+    std::vector<XRSQLCONNINFO> readConnections() override;
+    XRKESDUSAGE readUsage() override;
+    XRKESDCOMMSTAT readCommunication() override;
 
     // The connection, made at the first call. Throws StatusError, and after a loss always the same one.
     Connection& connection();
-
-    // Closes the connection for good: every later use fails with this status.
-    void abandon(std::int16_t status);
-
-    // Throws if the connection was lost, and starts the time that a call may take.
-    void beginCall();
 
     // The rows of a statement that this server may not answer: a table is missing, may not be read, or is empty
     // because performance_schema is off. Nothing then, and the log tells once what that costs.
@@ -88,14 +77,13 @@ public:
     Log& log() { return m_log; }
     Peaks& peaks() { return m_peaks; }
 
-    std::unique_ptr<FileSnapshot> fileSnapshot;
-    std::unique_ptr<SessionSnapshot> sessionSnapshot;
-    std::vector<XRSQLCONNINFO> connectionSnapshot;
     std::unique_ptr<CounterReading> counterReading;
 
 private:
     using Clock = std::chrono::steady_clock;
 
+    void startTime() override;
+    void close() override { m_connection.reset(); }
     void connect();
     void checkProcessPrivilege();
     void readInstruments();
@@ -106,7 +94,6 @@ private:
     Settings m_settings;
     Log m_log;
     std::unique_ptr<Connection> m_connection;
-    std::int16_t m_lost = XR_OK;
     Variables m_variables;
     std::optional<Clock::time_point> m_variablesRead;
     bool m_performanceSchema = false;
@@ -116,6 +103,6 @@ private:
     Peaks m_peaks;
 };
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb
 
 #endif

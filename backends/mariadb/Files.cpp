@@ -5,7 +5,7 @@
 #include "Queries.h"
 #include "Texts.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 namespace {
 
@@ -151,4 +151,4 @@ bool Files::resolveInSystemTablespace(LockedTable& table) {
     return true;
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

@@ -12,7 +12,7 @@
 #include "Engine.h"
 #include "Locks.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 struct OpenFile {
     std::string path;  // absolute
@@ -67,6 +67,6 @@ private:
     std::unordered_set<std::string> m_systemTables;  // keys of the tables in it
 };
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb
 
 #endif

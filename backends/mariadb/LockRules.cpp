@@ -4,15 +4,11 @@
 #include <algorithm>
 #include <array>
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 namespace {
 
-constexpr std::uint8_t kNormal = 0;
-constexpr std::uint8_t kReadOnly = 254;
-constexpr std::uint8_t kExclusive = 252;
 constexpr std::uint8_t kNormalNonTransactional = 248;
-constexpr std::uint8_t kReadOnlyNonTransactional = 246;
 constexpr std::uint8_t kExclusiveNonTransactional = 244;
 
 // In the order of LockStrength.
@@ -51,24 +47,12 @@ std::uint8_t openMode(LockStrength strength, bool transactional) {
     return transactional ? kNormal : kNormalNonTransactional;
 }
 
-bool isReadOnly(std::uint8_t mode) {
-    return mode == kReadOnly || mode == kReadOnlyNonTransactional;
-}
-
 std::uint64_t rowLocks(std::uint64_t rowsLocked, bool waitsForRow) {
     return rowsLocked > 0 && waitsForRow ? rowsLocked - 1 : rowsLocked;
-}
-
-std::uint8_t recordLockType(std::uint64_t locks) {
-    return locks == 0 ? kNoRecordLock : locks == 1 ? 'S' : 'M';
-}
-
-std::uint16_t transactionState(bool locksTable, bool openTransaction) {
-    return locksTable ? kExclusiveLock : openTransaction ? kConcurrentLock : kNoTransaction;
 }
 
 std::uint16_t connectionStatus(std::string_view command) {
     return command == "Sleep" ? 0 : command == "Killed" ? 2 : 1;
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

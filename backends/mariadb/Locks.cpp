@@ -6,7 +6,7 @@
 #include <optional>
 #include <tuple>
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 namespace {
 
@@ -111,7 +111,7 @@ private:
     void addDetached(std::uint64_t transaction, const HeldTable& held) {
         auto& detached = m_picture.detached;
         for (auto& [number, handle] : detached) {
-            if (number != transaction || handle.table != held.table) continue;
+            if (number != transaction || handle.object != held.table) continue;
             if (held.rows != 0)
                 handle.recordLockType = recordLockType(handle.recordLockType == kUnknownRecordLocks ? 1 : 2);
             return;
@@ -231,12 +231,12 @@ private:
             HeldTable held = *one;
             const auto whole = divided.find(tableOf(held).whole);
             if (whole != divided.end()) held.granted = std::max(held.granted, whole->second.granted);
-            const TableHandle handle = {held.session,
-                                        held.table,
-                                        modeOf(held),
-                                        recordLocks(*one, unnamed, transaction.tablesLocked, suspects),
-                                        waitState(held, process),
-                                        transactionState(shuts(held), transaction.open)};
+            const Handle handle = {held.session,
+                                   held.table,
+                                   modeOf(held),
+                                   recordLocks(*one, unnamed, transaction.tablesLocked, suspects),
+                                   waitState(held, process),
+                                   transactionState(shuts(held), transaction.open)};
             (divided.count(held.table) == 0 ? m_picture.handles : m_picture.wholeTables).push_back(handle);
         }
         session.handleCount = static_cast<std::uint32_t>(m_picture.handles.size()) - session.firstHandle;
@@ -258,4 +258,4 @@ LockPicture joinLocks(const std::vector<Process>& processes, const Transactions&
     return Joiner(processes, transactions, tableLocks).join();
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

@@ -10,8 +10,9 @@
 #include <vector>
 
 #include "LockRules.h"
+#include "Snapshots.h"
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 // One row of the process list.
 struct Process {
@@ -81,16 +82,6 @@ struct TableLocks {
     std::string missing;  // why the server tells of none, "" if it tells
 };
 
-// All locks of one session on one table.
-struct TableHandle {
-    std::uint32_t session = 0;  // index into the processes
-    std::uint32_t table = 0;
-    std::uint8_t openMode = 0;
-    std::uint8_t recordLockType = kNoRecordLock;
-    WaitState waitState = WaitState::kNone;
-    std::uint16_t transactionState = kNoTransaction;
-};
-
 struct SessionState {
     std::uint64_t rowLocks = 0;
     std::uint16_t transactionState = kNoTransaction;
@@ -100,17 +91,17 @@ struct SessionState {
 
 struct LockPicture {
     std::vector<SessionState> sessions;  // one for each process, in their order
-    std::vector<TableHandle> handles;    // ordered by session, then table
+    std::vector<Handle> handles;         // ordered by session, then table
     // Handles on whole tables where those above name partitions: the other partitions' files show these.
-    std::vector<TableHandle> wholeTables;
+    std::vector<Handle> wholeTables;
     // Locks that keep others waiting and belong to a transaction without a session, by its number.
-    std::vector<std::pair<std::uint64_t, TableHandle>> detached;
+    std::vector<std::pair<std::uint64_t, Handle>> detached;
 };
 
 // Locks of sessions that are not among the processes are left out: they came or went between two statements.
 LockPicture joinLocks(const std::vector<Process>& processes, const Transactions& transactions,
                       const TableLocks& tableLocks);
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb
 
 #endif

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 namespace {
 
@@ -96,4 +96,4 @@ std::string_view withoutPartition(std::string_view lockTable) {
                : lockTable.substr(0, comment + 1);
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 // The last component of a path.
 std::string_view baseName(std::string_view path);
@@ -41,6 +41,6 @@ std::string unquoted(std::string_view quoted);
 // latter: the quoted name of the table.
 std::string_view withoutPartition(std::string_view lockTable);
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb
 
 #endif

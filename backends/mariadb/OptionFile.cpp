@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 namespace {
 
@@ -38,4 +38,4 @@ OptionFileContents readOptionFile(std::istream& lines) {
     return contents;
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

@@ -6,7 +6,7 @@
 #include <istream>
 #include <string_view>
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 struct OptionFileContents {
     bool includes = false;  // other files, of which nothing is known
@@ -19,6 +19,6 @@ bool namesTlsOption(std::string_view line);
 
 OptionFileContents readOptionFile(std::istream& lines);
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb
 
 #endif

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace xrmariadb::queries {
+namespace xr::mariadb::queries {
 
 // Connecting. %u is the longest time of a statement in seconds.
 constexpr const char* kSession =
@@ -115,6 +115,6 @@ constexpr const char* kRemoteRequests =
     "SELECT COALESCE(SUM(VARIABLE_VALUE),0) FROM performance_schema.status_by_host "
     "WHERE VARIABLE_NAME='Questions' AND HOST IS NOT NULL AND HOST <> 'localhost'";
 
-}  // namespace xrmariadb::queries
+}  // namespace xr::mariadb::queries
 
 #endif

@@ -7,7 +7,7 @@
 
 #include <csignal>
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 Watchdog::Watchdog() {
     sigset_t all{};
@@ -72,4 +72,4 @@ void Watchdog::run() {
     }
 }
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb

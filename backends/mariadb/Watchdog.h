@@ -10,7 +10,7 @@
 #include <optional>
 #include <thread>
 
-namespace xrmariadb {
+namespace xr::mariadb {
 
 // Shuts a socket down when its time is up, which ends every wait for it: reading, writing and the TLS handshake.
 class Watchdog {
@@ -58,6 +58,6 @@ private:
     Watchdog& m_watchdog;
 };
 
-}  // namespace xrmariadb
+}  // namespace xr::mariadb
 
 #endif

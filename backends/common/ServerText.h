@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: MIT
-// Reads the server text of the monitor's configuration, a host, with or without port, or a Unix socket, and texts in
-// which the server names clients and grants.
-#ifndef VEXO_MARIADB_SERVERTEXT_H
-#define VEXO_MARIADB_SERVERTEXT_H
+// Reads the server text of the monitor's configuration: a host, with or without port, or a Unix socket.
+#ifndef VEXO_COMMON_SERVERTEXT_H
+#define VEXO_COMMON_SERVERTEXT_H
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace xrmariadb {
+namespace xr {
 
 struct ServerAddress {
     std::string host;         // "localhost" for a Unix socket
-    std::string socket;       // its path; empty: the client library's default
+    std::string socket;       // its path, or that of its directory; empty: the client library's default
     unsigned port = 0;        // 0: the client library's default
     bool unixSocket = false;  // otherwise TCP, also to "localhost" if a port is given
 };
@@ -22,20 +21,9 @@ struct ServerAddress {
 // understands besides.
 std::optional<ServerAddress> parseServerText(std::string_view text);
 
-// One end of a connection as the process list names it. Names are cut there at 64 characters, which may cost the port.
-struct ClientAddress {
-    bool unixSocket = false;
-    std::string_view host;  // points into the text that was split
-};
-
-ClientAddress splitClientAddress(std::string_view text);
-
-// Whether a row of SHOW GRANTS holds the PROCESS privilege.
-bool grantsProcess(std::string_view grant);
-
 // Whether a host name or an IP address is this machine's loopback.
 bool isLoopback(std::string_view host);
 
-}  // namespace xrmariadb
+}  // namespace xr
 
 #endif

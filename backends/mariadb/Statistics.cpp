@@ -3,15 +3,12 @@
 #include <algorithm>
 
 #include "Activity.h"
-#include "Handles.h"
 #include "Queries.h"
 #include "Texts.h"
 
-using namespace xrmariadb;
+namespace xr::mariadb {
 
 namespace {
-
-constexpr std::uint32_t kTcp = 4;
 
 // The server's status values and the population of its process list, our own connection included.
 class Totals {
@@ -65,50 +62,6 @@ constexpr std::uint64_t toMB(std::uint64_t bytes) {
     return bytes >> 20U;
 }
 
-XRKESDUSAGE readUsage(Engine& engine) {
-    engine.refreshVariables();
-    const Totals totals(engine);
-    const Transactions transactions = readTransactions(engine);
-    Peaks& peaks = engine.peaks();
-    XRKESDUSAGE usage{};
-    usage.userCountCurrent = saturate(totals.users);
-    usage.userCountPeak = saturate(peaks.users.raise(totals.users));
-    usage.userCountMax = saturateSigned(engine.number("max_connections"));
-
-    const std::uint64_t files = totals["Open_files"] + totals["Innodb_num_open_files"];
-    usage.filesCurrent = saturate(files);
-    usage.filesPeak = saturate(peaks.files.raise(files));
-    usage.filesMax = saturateSigned(engine.number("open_files_limit"));
-
-    const std::uint64_t handles = totals["Open_tables"];
-    usage.handlesCurrent = saturate(handles);
-    usage.handlesPeak = saturate(peaks.handles.raise(handles));
-    usage.handlesMax = saturateSigned(engine.number("table_open_cache"));
-
-    usage.transactionsCurrent = saturate(transactions.open);
-    usage.transactionsPeak = saturate(peaks.transactions.raise(transactions.open));
-
-    usage.clientsCurrent = usage.sessionCountCurrent = saturate(totals["Threads_connected"]);
-    usage.clientsPeak = usage.sessionCountPeak = saturate(peakSessions(engine, totals));
-    usage.clientsMax = usage.sessionCountMax = saturateSigned(maxSessions(engine));
-
-    const std::uint64_t running = totals["Threads_running"];
-    usage.workerThreadsCurrent = saturate(running);
-    usage.workerThreadsPeak = saturate(peaks.workerThreads.raise(running));
-    usage.workerThreadsMax = saturateSigned(maxThreads(engine));
-
-    usage.locksCurrent = saturate(transactions.rowLocks);
-    usage.locksPeak = saturate(peaks.locks.raise(transactions.rowLocks));
-
-    const std::uint64_t dataInUse = toMB(totals["Innodb_buffer_pool_bytes_data"]);
-    usage.dataInUseMBCurrent = saturate(dataInUse);
-    usage.dataInUseMBPeak = saturate(peaks.dataInUse.raise(dataInUse));
-    usage.dataInUseMBMax = saturateSigned(toMB(engine.number("innodb_buffer_pool_size")));
-
-    usage.engineUptimeSecs = saturate(totals["Uptime"]);
-    return usage;
-}
-
 std::uint64_t readRemoteRequests(Engine& engine) {
     if (!engine.hasPerformanceSchema()) return 0;
     if (!engine.isOn("skip_name_resolve")) {
@@ -118,42 +71,72 @@ std::uint64_t readRemoteRequests(Engine& engine) {
     return rows && rows->next() ? rows->number(0) : 0;
 }
 
-XRKESDCOMMSTAT readCommunication(Engine& engine) {
-    engine.refreshVariables();
-    const Totals totals(engine);
-    Peaks& peaks = engine.peaks();
+}  // namespace
+
+XRKESDUSAGE Engine::readUsage() {
+    refreshVariables();
+    const Totals totals(*this);
+    const Transactions transactions = readTransactions(*this);
+    XRKESDUSAGE usage{};
+    usage.userCountCurrent = saturate(totals.users);
+    usage.userCountPeak = saturate(m_peaks.users.raise(totals.users));
+    usage.userCountMax = saturateSigned(number("max_connections"));
+
+    const std::uint64_t files = totals["Open_files"] + totals["Innodb_num_open_files"];
+    usage.filesCurrent = saturate(files);
+    usage.filesPeak = saturate(m_peaks.files.raise(files));
+    usage.filesMax = saturateSigned(number("open_files_limit"));
+
+    const std::uint64_t handles = totals["Open_tables"];
+    usage.handlesCurrent = saturate(handles);
+    usage.handlesPeak = saturate(m_peaks.handles.raise(handles));
+    usage.handlesMax = saturateSigned(number("table_open_cache"));
+
+    usage.transactionsCurrent = saturate(transactions.open);
+    usage.transactionsPeak = saturate(m_peaks.transactions.raise(transactions.open));
+
+    usage.clientsCurrent = usage.sessionCountCurrent = saturate(totals["Threads_connected"]);
+    usage.clientsPeak = usage.sessionCountPeak = saturate(peakSessions(*this, totals));
+    usage.clientsMax = usage.sessionCountMax = saturateSigned(maxSessions(*this));
+
+    const std::uint64_t running = totals["Threads_running"];
+    usage.workerThreadsCurrent = saturate(running);
+    usage.workerThreadsPeak = saturate(m_peaks.workerThreads.raise(running));
+    usage.workerThreadsMax = saturateSigned(maxThreads(*this));
+
+    usage.locksCurrent = saturate(transactions.rowLocks);
+    usage.locksPeak = saturate(m_peaks.locks.raise(transactions.rowLocks));
+
+    const std::uint64_t dataInUse = toMB(totals["Innodb_buffer_pool_bytes_data"]);
+    usage.dataInUseMBCurrent = saturate(dataInUse);
+    usage.dataInUseMBPeak = saturate(m_peaks.dataInUse.raise(dataInUse));
+    usage.dataInUseMBMax = saturateSigned(toMB(number("innodb_buffer_pool_size")));
+
+    usage.engineUptimeSecs = saturate(totals["Uptime"]);
+    return usage;
+}
+
+XRKESDCOMMSTAT Engine::readCommunication() {
+    refreshVariables();
+    const Totals totals(*this);
     XRKESDCOMMSTAT stat{};
     stat.totalRequestsProcessed = saturate(totals["Questions"]);
     stat.remoteSessionsCurrent = saturate(totals.remote);
-    stat.remoteSessionsPeak = saturate(peaks.remoteSessions.raise(totals.remote));
-    stat.remoteSessionsMax = saturate(engine.number("max_connections"));
+    stat.remoteSessionsPeak = saturate(m_peaks.remoteSessions.raise(totals.remote));
+    stat.remoteSessionsMax = saturate(number("max_connections"));
     const std::uint64_t connected = totals["Threads_connected"];
     const std::uint64_t pool = totals["Threadpool_threads"];
-    const bool pooled = hasThreadPool(engine);
+    const bool pooled = hasThreadPool(*this);
     stat.commThreadsCurrent = saturate(pooled ? pool : connected);
-    stat.commThreadsPeak = saturate(pooled ? peaks.poolThreads.raise(pool) : peakSessions(engine, totals));
-    stat.commThreadsMax = saturate(maxThreads(engine));
+    stat.commThreadsPeak = saturate(pooled ? m_peaks.poolThreads.raise(pool) : peakSessions(*this, totals));
+    stat.commThreadsMax = saturate(maxThreads(*this));
     // An upper bound: clients that were killed or went away without a word are among them.
     stat.totalConnectionTimeouts = saturate(totals["Aborted_clients"]);
     // The Unix socket is no network protocol and has no entry.
     stat.protocolCount = 1;
-    stat.protocols[0] = {kTcp, saturate(readRemoteRequests(engine)), stat.remoteSessionsCurrent,
+    stat.protocols[0] = {kTcp, saturate(readRemoteRequests(*this)), stat.remoteSessionsCurrent,
                          stat.remoteSessionsPeak};
     return stat;
 }
 
-}  // namespace
-
-std::int16_t XrGetKesdUsageEx2(std::int32_t h, XRKESDUSAGE* usage) {
-    return answer(h, given(usage), [&](Engine& engine) -> std::int16_t {
-        *usage = readUsage(engine);
-        return XR_OK;
-    });
-}
-
-std::int16_t XrGetKesdCommStatEx(std::int32_t h, XRKESDCOMMSTAT* stat) {
-    return answer(h, given(stat), [&](Engine& engine) -> std::int16_t {
-        *stat = readCommunication(engine);
-        return XR_OK;
-    });
-}
+}  // namespace xr::mariadb

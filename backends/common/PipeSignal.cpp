@@ -3,7 +3,7 @@
 
 #include <ctime>
 
-namespace xrmariadb {
+namespace xr {
 
 namespace {
 
@@ -35,4 +35,4 @@ PipeSignalGuard::~PipeSignalGuard() {
     pthread_sigmask(SIG_SETMASK, &m_previous, nullptr);
 }
 
-}  // namespace xrmariadb
+}  // namespace xr

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Keeps SIGPIPE what the program that loaded this library wants it to be.
-#ifndef VEXO_MARIADB_PIPESIGNAL_H
-#define VEXO_MARIADB_PIPESIGNAL_H
+#ifndef VEXO_COMMON_PIPESIGNAL_H
+#define VEXO_COMMON_PIPESIGNAL_H
 
 #include <csignal>
 
-namespace xrmariadb {
+namespace xr {
 
 // Restores what the program does on SIGPIPE: starting the client library makes the whole process ignore it, and a
 // monitor that writes into a pipe would not end with the pipe's reader any more.
@@ -35,6 +35,6 @@ private:
     bool m_wasPending = false;
 };
 
-}  // namespace xrmariadb
+}  // namespace xr
 
 #endif

@@ -6,18 +6,16 @@
 #include <algorithm>
 #include <cctype>
 
-namespace xrmariadb {
+#include "Texts.h"
+
+namespace xr {
 
 namespace {
 
 constexpr std::size_t kLongestSocketPath = 107;  // the kernel's sun_path without its NUL
 
-bool allDigits(std::string_view text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
 std::optional<unsigned> parsePort(std::string_view text) {
-    if (!allDigits(text) || text.size() > 5) return std::nullopt;
+    if (!isDigits(text) || text.size() > 5) return std::nullopt;
     unsigned port = 0;
     for (const char digit : text)
         port = port * 10 + static_cast<unsigned>(digit - '0');
@@ -67,26 +65,10 @@ std::optional<ServerAddress> parseServerText(std::string_view text) {
     return ServerAddress{std::string(text.substr(0, colon)), "", *port, false};
 }
 
-ClientAddress splitClientAddress(std::string_view text) {
-    // Clients over TCP always carry a port, so the bare word is the Unix socket.
-    if (text == "localhost") return {true, text};
-    const std::size_t colon = text.rfind(':');
-    if (colon == std::string_view::npos || !allDigits(text.substr(colon + 1))) return {false, text};
-    return {false, text.substr(0, colon)};
-}
-
-bool grantsProcess(std::string_view grant) {
-    // A user's name stands behind it and may be anything.
-    const std::string_view privileges = grant.substr(0, grant.find(" ON "));
-    if (privileges.size() == grant.size() || grant.substr(privileges.size(), 11) != " ON *.* TO ") return false;
-    return privileges == "GRANT ALL PRIVILEGES" ||
-           (std::string(privileges) + ",").find(" PROCESS,") != std::string::npos;
-}
-
 bool isLoopback(std::string_view host) {
     constexpr std::string_view kMapped = "::ffff:";
     if (host.substr(0, kMapped.size()) == kMapped) host.remove_prefix(kMapped.size());
     return host == "localhost" || host == "::1" || host.substr(0, 4) == "127.";
 }
 
-}  // namespace xrmariadb
+}  // namespace xr

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Turns what the server says into what a record can hold: texts that are safe to print, numbers of 32 bits.
-#ifndef VEXO_MARIADB_TEXTS_H
-#define VEXO_MARIADB_TEXTS_H
+#ifndef VEXO_COMMON_TEXTS_H
+#define VEXO_COMMON_TEXTS_H
 
 #include <cstddef>
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace xrmariadb {
+namespace xr {
 
 // `text` with "?" for every control character and every byte that is not UTF-8, and for the two characters that end
 // or escape a JSON string: reports print these texts as they are, and clients choose some of them freely.
@@ -29,6 +29,9 @@ void fill(char (&field)[Size], std::string_view text) {
     std::memcpy(field, cut.data(), cut.size());
 }
 
+// Whether a text is digits and nothing else, at least one.
+bool isDigits(std::string_view text);
+
 // The whole number at the start of a decimal text such as "33177.950". No digit or a minus sign gives 0, and a
 // number beyond 64 bits the largest.
 std::uint64_t toNumber(std::string_view text);
@@ -40,6 +43,6 @@ std::int32_t saturateSigned(std::uint64_t value);
 // Bytes in kilobytes of 1024, rounded up.
 std::uint32_t kilobytes(std::uint64_t bytes);
 
-}  // namespace xrmariadb
+}  // namespace xr
 
 #endif

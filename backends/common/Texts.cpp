@@ -8,7 +8,7 @@
 
 #include "Utf8.h"
 
-namespace xrmariadb {
+namespace xr {
 
 namespace {
 
@@ -53,6 +53,10 @@ std::string_view cutUtf8(std::string_view text, std::size_t limit) {
     return text.substr(0, limit);
 }
 
+bool isDigits(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
 std::uint64_t toNumber(std::string_view text) {
     std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -71,4 +75,4 @@ std::uint32_t kilobytes(std::uint64_t bytes) {
     return saturate(bytes / 1024 + (bytes % 1024 != 0 ? 1 : 0));
 }
 
-}  // namespace xrmariadb
+}  // namespace xr

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "Handles.h"
+#include "Engines.h"
 
 #include <map>
 #include <utility>
 
-#include "FileCalls.h"
 #include "PipeSignal.h"
-#include "SessionCalls.h"
 
-namespace xrmariadb {
+namespace xr {
 
 namespace {
 
@@ -16,7 +14,7 @@ namespace {
 struct Library {
     bool started = false;
     std::int32_t lastHandle = 0;
-    std::map<std::int32_t, std::unique_ptr<Engine>> engines;
+    std::map<std::int32_t, std::unique_ptr<EngineHandle>> engines;
 };
 
 // Never destroyed: a monitor that ends without XrStop must not close connections while the client library goes away.
@@ -27,10 +25,24 @@ Library& library() {
 
 }  // namespace
 
+void EngineHandle::beginCall() {
+    checkLost();
+    startTime();
+}
+
+void EngineHandle::abandon(std::int16_t status) {
+    m_lost = status;
+    close();
+}
+
+void EngineHandle::checkLost() const {
+    if (m_lost != XR_OK) throw StatusError(m_lost);
+}
+
 void startLibrary() {
     if (library().started) return;
     const PipeActionGuard guard;
-    if (mysql_library_init(0, nullptr, nullptr) != 0) throw StatusError(kOtherError);
+    if (!backend().startClient()) throw StatusError(backend().otherError);
     library().started = true;
 }
 
@@ -38,28 +50,32 @@ void stopLibrary() {
     if (!library().started) return;
     library().engines.clear();
     library().started = false;
-    mysql_library_end();
+    backend().stopClient();
 }
 
-std::int32_t keepEngine(std::unique_ptr<Engine> engine) {
+bool isStarted() noexcept {
+    return library().started;
+}
+
+std::int32_t keepEngine(std::unique_ptr<EngineHandle> engine) {
     const std::int32_t handle = ++library().lastHandle;
     library().engines.emplace(handle, std::move(engine));
     return handle;
 }
 
-Engine& engineOf(std::int32_t handle) {
-    if (!library().started) throw StatusError(kOutOfOrder);
+EngineHandle& engineOf(std::int32_t handle) {
+    if (!library().started) throw StatusError(backend().outOfOrder);
     if (handle == XR_LOCAL_ENGINE) {
-        std::unique_ptr<Engine>& engine = library().engines[handle];
-        if (!engine) engine = std::make_unique<Engine>("", "", "");
+        std::unique_ptr<EngineHandle>& engine = library().engines[handle];
+        if (!engine) engine = backend().makeEngine("", "", "");
         return *engine;
     }
-    Engine* engine = findEngine(handle);
-    if (!engine) throw StatusError(kOutOfOrder);
+    EngineHandle* engine = findEngine(handle);
+    if (!engine) throw StatusError(backend().outOfOrder);
     return *engine;
 }
 
-Engine* findEngine(std::int32_t handle) noexcept {
+EngineHandle* findEngine(std::int32_t handle) noexcept {
     const auto found = library().engines.find(handle);
     return found == library().engines.end() ? nullptr : found->second.get();
 }
@@ -68,8 +84,4 @@ void dropEngine(std::int32_t handle) noexcept {
     library().engines.erase(handle);
 }
 
-bool isStarted() noexcept {
-    return library().started;
-}
-
-}  // namespace xrmariadb
+}  // namespace xr

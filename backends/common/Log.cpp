@@ -11,13 +11,14 @@
 
 #include "Texts.h"
 
-namespace xrmariadb {
+namespace xr {
 
-Log::Log(std::string path, bool notices) : m_path(std::move(path)), m_notices(notices) {
+Log::Log(std::string library, std::string path, bool notices)
+    : m_library(std::move(library)), m_path(std::move(path)), m_notices(notices) {
 }
 
 void Log::notice(const std::string& text) {
-    if (m_notices && m_noticed.insert(text).second) std::cerr << "libxrmariadb: " + cleanText(text) + '\n';
+    if (m_notices && m_noticed.insert(text).second) std::cerr << "lib" + m_library + ": " + cleanText(text) + '\n';
     tell(text);
 }
 
@@ -29,8 +30,8 @@ void Log::tell(const std::string& text) {
     if (!localtime_r(&now, &local)) return;
     if (std::strftime(clock.data(), clock.size(), "%Y-%m-%dT%H:%M:%S%z", &local) == 0) return;
     // Parts of the text come from the server.
-    std::ofstream(m_path, std::ios::app) << clock.data() << " xrmariadb[" << getpid() << "] " << cleanText(text)
-                                         << '\n';
+    std::ofstream(m_path, std::ios::app) << clock.data() << ' ' << m_library << '[' << getpid() << "] "
+                                         << cleanText(text) << '\n';
 }
 
-}  // namespace xrmariadb
+}  // namespace xr
