@@ -64,7 +64,7 @@ void checkRecords(SQLite::Database& database, HistoryReader& reader, HistoryChec
             checkTables(database, *record, check);
         } catch (const HistoryException& error) {
             check.findings.push_back(error.message());
-            const HistoryReader::Range lost = reader.passDamage();
+            const RecordRange lost = reader.passDamage();
             check.findings.push_back(historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(),
                                                     std::to_string(lost.last).c_str()));
         }
@@ -105,13 +105,12 @@ private:
 
 HistoryCheck checkHistory(const std::string& path) {
     HistoryCheck check;
-    bool immutable = false;
-    const auto database = openReadOnly(path, immutable);
+    ReadableHistory history(path);
     try {
         withHistory(path, [&] {
-            checkStructure(*database, check);
+            checkStructure(history.database(), check);
             HistoryReader reader(path);
-            checkRecords(*database, reader, check);
+            checkRecords(history.database(), reader, check);
         });
     } catch (const HistoryException& error) {
         check.findings.push_back(error.message());
@@ -120,11 +119,10 @@ HistoryCheck checkHistory(const std::string& path) {
 }
 
 void backUpHistory(const std::string& path, const std::string& copy) {
-    bool immutable = false;
-    const auto database = openReadOnly(path, immutable);
+    ReadableHistory history(path);
     NewFile file(copy);
     withHistory(path, [&] {
-        SQLite::Statement vacuum(*database, "VACUUM INTO ?");
+        SQLite::Statement vacuum(history.database(), "VACUUM INTO ?");
         vacuum.bind(1, copy);
         vacuum.exec();
     });

@@ -123,6 +123,39 @@ void checkVersion(const std::string& path, SQLite::Database& database) {
     throw HistoryException(historyMessage("ERR_HISTORY_NEWER", path.c_str(), version, kHistoryVersion));
 }
 
+std::string uriOf(const std::string& path) {
+    std::string uri = "file:";
+    for (const char byte : path) {
+        std::array<char, 4> hex;
+        std::snprintf(hex.data(), hex.size(), "%%%02X", static_cast<unsigned char>(byte));
+        uri += hex.data();
+    }
+    return uri;
+}
+
+// Opens a history for reading, also where nothing may be written beside it: then as an immutable file.
+std::unique_ptr<SQLite::Database> openReadOnly(const std::string& path, bool& immutable) {
+    if (::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0) failWith(path, errno);
+    return withHistory(path, [&] {
+        immutable = false;
+        auto database = std::make_unique<SQLite::Database>(path, SQLite::OPEN_READONLY, kBusyTimeoutMs);
+        try {
+            database->execAndGet("PRAGMA schema_version");
+        } catch (const SQLite::Exception&) {
+            // Without write access SQLite cannot create the files beside it that it reads through. If there is no log,
+            // the file is all that there is.
+            if (exists(walOf(path))) throw;
+            immutable = true;
+            database = std::make_unique<SQLite::Database>(uriOf(path) + "?immutable=1",
+                                                          SQLite::OPEN_READONLY | SQLite::OPEN_URI, kBusyTimeoutMs);
+        }
+        if (database->execAndGet("PRAGMA application_id").getInt() != kApplicationId)
+            throw HistoryException(historyMessage("ERR_HISTORY_FOREIGN", path.c_str()));
+        checkVersion(path, *database);
+        return database;
+    });
+}
+
 }  // namespace
 
 WritableHistory::WritableHistory(const std::string& path) : m_path(resolved(path)) {
@@ -261,32 +294,30 @@ void WritableHistory::connect() {
     m_database->exec("PRAGMA journal_size_limit = 16777216");
 }
 
-std::unique_ptr<SQLite::Database> openReadOnly(const std::string& path, bool& immutable) {
-    if (::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0) failWith(path, errno);
-    return withHistory(path, [&] {
-        immutable = false;
-        auto database = std::make_unique<SQLite::Database>(path, SQLite::OPEN_READONLY, kBusyTimeoutMs);
-        try {
-            database->execAndGet("PRAGMA schema_version");
-        } catch (const SQLite::Exception&) {
-            // Without write access SQLite cannot create the files beside it that it reads through. If there is no log,
-            // the file is all that there is.
-            if (exists(walOf(path))) throw;
-            std::string uri = "file:";
-            for (const char byte : path) {
-                std::array<char, 4> hex;
-                std::snprintf(hex.data(), hex.size(), "%%%02X", static_cast<unsigned char>(byte));
-                uri += hex.data();
-            }
-            immutable = true;
-            database = std::make_unique<SQLite::Database>(uri + "?immutable=1",
-                                                          SQLite::OPEN_READONLY | SQLite::OPEN_URI, kBusyTimeoutMs);
-        }
-        if (database->execAndGet("PRAGMA application_id").getInt() != kApplicationId)
-            throw HistoryException(historyMessage("ERR_HISTORY_FOREIGN", path.c_str()));
-        checkVersion(path, *database);
-        return database;
-    });
+ReadableHistory::ReadableHistory(const std::string& path) : m_path(path) {
+    open();
+}
+
+ReadableHistory::FileState ReadableHistory::stateNow() const {
+    struct stat file {};
+    if (::stat(m_path.c_str(), &file) != 0) return m_state;  // removed: what is open can still be read
+    constexpr std::int64_t kNanosPerSecond = 1'000'000'000;
+    return {file.st_dev, file.st_ino, file.st_mtim.tv_sec * kNanosPerSecond + file.st_mtim.tv_nsec};
+}
+
+void ReadableHistory::open() {
+    m_state = stateNow();
+    m_database = openReadOnly(m_path, m_isImmutable);
+}
+
+void ReadableHistory::openAnewIfChanged() {
+    const FileState now = stateNow();
+    const bool isReplaced = now.device != m_state.device || now.inode != m_state.inode;
+    // A file that was opened as one that nobody changes is not watched by SQLite.
+    const bool isChanged = m_isImmutable && (now.modifiedNs != m_state.modifiedNs || exists(walOf(m_path)));
+    if (!isReplaced && !isChanged) return;
+    open();
+    if (isReplaced) ++m_replacements;
 }
 
 }  // namespace vexo

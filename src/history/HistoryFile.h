@@ -5,6 +5,7 @@
 
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Exception.h>
+#include <SQLiteCpp/Transaction.h>
 
 #include <cstdint>
 #include <memory>
@@ -88,10 +89,47 @@ private:
     String m_notice;
 };
 
-// Opens a history for reading, also where nothing may be written beside it. Throws HistoryException for a newer version
-// and for what is no history. `immutable` tells whether it was opened as a file that nobody changes, so that the caller
-// has to open it anew when it changed.
-std::unique_ptr<SQLite::Database> openReadOnly(const std::string& path, bool& immutable);
+// A history that is open for reading, also where nothing may be written beside it. It may be written, moved and replaced
+// meanwhile. For use by one thread.
+class ReadableHistory {
+public:
+    // Throws HistoryException for a newer version, for what is no history, and for what cannot be read.
+    explicit ReadableHistory(const std::string& path);
+
+    const std::string& path() const { return m_path; }
+    // Gives what `action` gives of the database, of which it sees one state. Nothing is held on to behind it, so that the
+    // log does not grow. Throws HistoryException.
+    template <typename Action>
+    auto read(Action action) {
+        return withHistory(m_path, [&] {
+            openAnewIfChanged();
+            SQLite::Transaction transaction(*m_database);
+            return action(*m_database);
+        });
+    }
+    // For what does not go into a transaction. What it shows may change with every statement.
+    SQLite::Database& database() { return *m_database; }
+    // How often another file was found under the path.
+    std::uint64_t replacements() const { return m_replacements; }
+
+private:
+    // What tells one file from another, and one state of it from another.
+    struct FileState {
+        std::uint64_t device = 0;
+        std::uint64_t inode = 0;
+        std::int64_t modifiedNs = 0;
+    };
+
+    FileState stateNow() const;
+    void open();
+    void openAnewIfChanged();
+
+    const std::string m_path;
+    std::unique_ptr<SQLite::Database> m_database;
+    bool m_isImmutable = false;  // opened as a file that nobody changes
+    FileState m_state;
+    std::uint64_t m_replacements = 0;
+};
 
 }  // namespace vexo
 

@@ -3,8 +3,6 @@
 
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <utility>
@@ -26,94 +24,95 @@ std::string_view bodyOf(SQLite::Statement& row) {
 
 }  // namespace
 
-HistoryReader::HistoryReader(const std::string& path) : m_path(path) {
-    open();
+HistoryReader::HistoryReader(const std::string& path) : m_history(path) {
 }
 
 // One transaction for each operation: what the writer drops meanwhile stays until the end of it.
 template <typename Action>
-auto HistoryReader::inTransaction(Action action) {
-    return withHistory(m_path, [&] {
-        openAnewIfChanged();
-        SQLite::Transaction transaction(*m_database);
-        return action();
+auto HistoryReader::read(Action action) {
+    return m_history.read([&](SQLite::Database& database) {
+        if (m_replacements != m_history.replacements()) m_place = {};
+        m_replacements = m_history.replacements();
+        return action(database);
     });
 }
 
 RecordPtr HistoryReader::at(std::int64_t epochMs) {
-    return inTransaction([&] {
+    return read([&](SQLite::Database& database) {
         // Within the millisecond; and multiplied without leaving the range of the numbers.
         const std::int64_t last =
             std::clamp(epochMs, kFirstEpochMs, kLastEpochMs) * kMicrosPerMilli + (kMicrosPerMilli - 1);
-        const Position target = find("start_us <= ? ORDER BY start_us DESC, rec DESC", last);
-        return goTo(target.record != 0 ? target : find("rec > ? ORDER BY rec", 0));
+        const Position target = find(database, "start_us <= ? ORDER BY start_us DESC, rec DESC", last);
+        return goTo(database, target.record != 0 ? target : find(database, "rec > ? ORDER BY rec", 0));
     });
 }
 
 RecordPtr HistoryReader::next() {
-    return inTransaction([&] {
-        const Position target = find("rec > ? ORDER BY rec", sqlNumber(m_place.record));
+    return read([&](SQLite::Database& database) {
+        const Position target = find(database, "rec > ? ORDER BY rec", sqlNumber(m_place.record));
         // A damaged index can lead back.
         if (target.record != 0 && target.record <= m_place.record) failAt(m_target = m_place.record + 1);
-        return goTo(target);
+        return goTo(database, target);
     });
 }
 
 RecordPtr HistoryReader::previous() {
-    return inTransaction([&] {
-        const Position target = find("rec < ? ORDER BY rec DESC", sqlNumber(m_place.record));
+    return read([&](SQLite::Database& database) {
+        const Position target = find(database, "rec < ? ORDER BY rec DESC", sqlNumber(m_place.record));
         if (target.record != 0 && target.record >= m_place.record) failAt(m_target = m_place.record);
-        return goTo(target);
+        return goTo(database, target);
     });
 }
 
-HistoryReader::Range HistoryReader::passDamage() {
-    return inTransaction([&] {
+RecordPtr HistoryReader::goTo(std::uint64_t record) {
+    return read([&](SQLite::Database& database) {
+        return goTo(database, find(database, "rec >= ? ORDER BY rec", sqlNumber(record)));
+    });
+}
+
+RecordPtr HistoryReader::first() {
+    return goTo(0);
+}
+
+RecordPtr HistoryReader::last() {
+    return read(
+        [&](SQLite::Database& database) { return goTo(database, find(database, "rec > ? ORDER BY rec DESC", 0)); });
+}
+
+bool HistoryReader::hasNext() {
+    return read([&](SQLite::Database& database) {
+        return find(database, "rec > ? ORDER BY rec", sqlNumber(m_place.record)).record != 0;
+    });
+}
+
+void HistoryReader::appendLines(std::string& out) const {
+    appendNdjsonLines(out, m_text.view());
+}
+
+RecordRange HistoryReader::passDamage() {
+    return read([&](SQLite::Database& database) {
         const std::uint64_t first = m_target;
-        const Position behind = find("rec > ? AND key_rec = rec ORDER BY rec", sqlNumber(first));
-        const Position last = behind.record != 0 ? find("rec < ? ORDER BY rec DESC", sqlNumber(behind.record))
-                                                 : find("rec >= ? ORDER BY rec DESC", sqlNumber(first));
+        const Position behind = find(database, "rec > ? AND key_rec = rec ORDER BY rec", sqlNumber(first));
+        const Position last = behind.record != 0 ? find(database, "rec < ? ORDER BY rec DESC", sqlNumber(behind.record))
+                                                 : find(database, "rec >= ? ORDER BY rec DESC", sqlNumber(first));
         m_place = {std::max(first, last.record), 0};
-        return Range{first, m_place.record};
+        return RecordRange{first, m_place.record};
     });
 }
 
-HistoryReader::FileState HistoryReader::stateNow() const {
-    struct stat file {};
-    if (::stat(m_path.c_str(), &file) != 0) return m_state;  // removed: what is open can still be read
-    constexpr std::int64_t kNanosPerSecond = 1'000'000'000;
-    return {file.st_dev, file.st_ino, file.st_mtim.tv_sec * kNanosPerSecond + file.st_mtim.tv_nsec};
-}
-
-void HistoryReader::open() {
-    m_state = stateNow();
-    m_database = openReadOnly(m_path, m_isImmutable);
-}
-
-void HistoryReader::openAnewIfChanged() {
-    const FileState now = stateNow();
-    const bool isReplaced = now.device != m_state.device || now.inode != m_state.inode;
-    // A file that was opened as one that nobody changes is not watched by SQLite.
-    const bool isChanged =
-        m_isImmutable && (now.modifiedNs != m_state.modifiedNs || ::access(walOf(m_path).c_str(), F_OK) == 0);
-    if (!isReplaced && !isChanged) return;
-    open();
-    if (isReplaced) m_place = {};
-}
-
-HistoryReader::Position HistoryReader::find(const char* query, std::int64_t argument) {
-    SQLite::Statement statement(*m_database,
-                                std::string("SELECT rec, key_rec FROM record WHERE ") + query + " LIMIT 1");
+HistoryReader::Position HistoryReader::find(SQLite::Database& database, const char* query,
+                                            std::int64_t argument) const {
+    SQLite::Statement statement(database, std::string("SELECT rec, key_rec FROM record WHERE ") + query + " LIMIT 1");
     statement.bind(1, argument);
     if (!statement.executeStep()) return {};
     return {static_cast<std::uint64_t>(statement.getColumn(0).getInt64()),
             static_cast<std::uint64_t>(statement.getColumn(1).getInt64())};
 }
 
-RecordPtr HistoryReader::goTo(const Position& target) {
+RecordPtr HistoryReader::goTo(SQLite::Database& database, const Position& target) {
     if (target.record == 0) return nullptr;
     m_target = target.record;
-    SQLite::Statement rows(*m_database,
+    SQLite::Statement rows(database,
                            "SELECT rec, run, start_us, mono_us, took_us, key_rec, body FROM record "
                            "WHERE rec BETWEEN ? AND ? ORDER BY rec");
     const Buffer& text = unpackUpTo(target, rows);
@@ -159,7 +158,8 @@ RecordPtr HistoryReader::parse(std::string_view text, SQLite::Statement& row) {
 }
 
 void HistoryReader::failAt(std::uint64_t record) const {
-    throw HistoryException(historyMessage("ERR_HISTORY_RECORD", m_path.c_str(), std::to_string(record).c_str()));
+    throw HistoryException(
+        historyMessage("ERR_HISTORY_RECORD", m_history.path().c_str(), std::to_string(record).c_str()));
 }
 
 }  // namespace vexo

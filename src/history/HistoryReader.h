@@ -5,10 +5,10 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include "history/HistoryFile.h"
+#include "history/RecordMark.h"
 #include "history/TextChain.h"
 #include "record/Ndjson.h"
 #include "record/RecordSource.h"
@@ -27,43 +27,36 @@ public:
     RecordPtr at(std::int64_t epochMs) override;
     RecordPtr next() override;
     RecordPtr previous() override;
+    // Go to the record of this number, or to the first one behind it; to the first record; to the last one. Null, and no
+    // move, where there is none.
+    RecordPtr goTo(std::uint64_t record);
+    RecordPtr first();
+    RecordPtr last();
+    // Whether a record has come behind the place. Reads none.
+    bool hasNext();
 
-    // Numbers of records, both inclusive.
-    struct Range {
-        std::uint64_t first = 0;
-        std::uint64_t last = 0;
-    };
+    // Appends the lines of the record at the place to `out`, byte for byte as they are streamed (NdjsonFrame::kEveryLine).
+    // Only behind an operation that gave a record.
+    void appendLines(std::string& out) const;
+
     // After a failure: moves behind the damaged record and those that cannot be read without it, and gives their numbers.
-    Range passDamage();
+    RecordRange passDamage();
 
 private:
     struct Position {
         std::uint64_t record = 0;
         std::uint64_t key = 0;  // where its group begins
     };
-    // What tells one file from another, and one state of it from another.
-    struct FileState {
-        std::uint64_t device = 0;
-        std::uint64_t inode = 0;
-        std::int64_t modifiedNs = 0;
-    };
-
-    FileState stateNow() const;
-    void open();
-    void openAnewIfChanged();
     template <typename Action>
-    auto inTransaction(Action action);
-    Position find(const char* query, std::int64_t argument);
-    RecordPtr goTo(const Position& target);
+    auto read(Action action);
+    Position find(SQLite::Database& database, const char* query, std::int64_t argument) const;
+    RecordPtr goTo(SQLite::Database& database, const Position& target);
     const Buffer& unpackUpTo(const Position& target, SQLite::Statement& rows);
     RecordPtr parse(std::string_view text, SQLite::Statement& row);
     [[noreturn]] void failAt(std::uint64_t record) const;
 
-    const std::string m_path;
-    std::unique_ptr<SQLite::Database> m_database;
-    bool m_isImmutable = false;
-    FileState m_state;
-
+    ReadableHistory m_history;
+    std::uint64_t m_replacements = 0;
     TextUnpacker m_unpacker;
     NdjsonReader m_parser;
     Position m_place;

@@ -27,13 +27,19 @@ constexpr int kGroupsAtOnce = 16;
 constexpr std::uint64_t kWalShare = 2;
 
 // For SQL texts have to be UTF-8; the bytes are in the record.
-void bindText(SQLite::Statement& statement, int place, std::string_view bytes) {
+void bind(SQLite::Statement& statement, int place, std::string_view bytes) {
     statement.bind(place, isUtf8(bytes) ? std::string(bytes) : replacedText(bytes));
 }
 
-void bindNumber(SQLite::Statement& statement, int place, const std::optional<std::int64_t>& number) {
-    if (number) {
-        statement.bind(place, *number);
+template <typename Number, std::enable_if_t<std::is_arithmetic_v<Number>, int> = 0>
+void bind(SQLite::Statement& statement, int place, Number number) {
+    statement.bind(place, sqlNumber(number));
+}
+
+template <typename Value>
+void bind(SQLite::Statement& statement, int place, const std::optional<Value>& value) {
+    if (value) {
+        bind(statement, place, *value);
     } else {
         statement.bind(place);
     }
@@ -43,6 +49,14 @@ void bindNumber(SQLite::Statement& statement, int place, const std::optional<std
 SQLite::Statement& ready(SQLite::Statement& statement) {
     statement.tryReset();
     return statement;
+}
+
+// Binds all parameters of a statement.
+template <typename... Values>
+void bindRow(SQLite::Statement& statement, const Values&... values) {
+    ready(statement);
+    int place = 0;
+    (bind(statement, ++place, values), ...);
 }
 
 SQLite::Statement insertion(SQLite::Database& database, const std::string& table) {
@@ -102,7 +116,7 @@ HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limit
       m_limits(limits),
       m_insertRecord(insertion(m_database, "record")),
       m_insertWait(insertion(m_database, "wait")),
-      m_continueWait(m_database, "UPDATE wait SET last_rec = ? WHERE id = ?"),
+      m_continueWait(m_database, "UPDATE wait SET last_rec = ?, waited_ms = ? WHERE first_rec = ? AND place = ?"),
       m_insertEvent(insertion(m_database, "event")),
       m_nextRun(number(m_database, "SELECT ifnull(max(run), 0) + 1 FROM run")),
       m_lastRecord(number(m_database, "SELECT ifnull(max(rec), 0) FROM record")) {
@@ -181,15 +195,10 @@ void HistoryWriter::insertRecord(const Record& record, std::string_view body, st
 
 // A run may go on in a history that was opened anew.
 void HistoryWriter::insertRun(const Record& record) {
-    SQLite::Statement statement(m_database, "INSERT OR IGNORE INTO run VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
-    statement.bind(1, sqlNumber(record.run));
-    statement.bind(2, record.epochMs * kMicrosPerMilli);
-    statement.bind(3, bootId());
-    bindText(statement, 4, record.name(record.server));
-    if (record.engineVersion != kNoName) bindText(statement, 5, record.name(record.engineVersion));
-    bindNumber(statement, 6, record.engineType);
-    if (record.intervalMs != 0) statement.bind(7, sqlNumber(record.intervalMs));
-    statement.bind(8, std::string(wordOf(record.scope)));
+    SQLite::Statement statement(m_database,
+                                "INSERT OR IGNORE INTO run VALUES(?, ?, ?, ?, nullif(?, ''), ?, nullif(?, 0), ?)");
+    bindRow(statement, record.run, record.epochMs * kMicrosPerMilli, bootId(), record.name(record.server),
+            record.name(record.engineVersion), record.engineType, record.intervalMs, wordOf(record.scope));
     statement.exec();
 }
 
@@ -199,7 +208,7 @@ void HistoryWriter::insertNumbers(const Record& record) {
             SQLite::Statement& statement = ready(m_insertNumbers[table]);
             int column = 0;
             for (const std::optional<std::int64_t>& number : row)
-                bindNumber(statement, ++column, number);
+                bind(statement, ++column, number);
             statement.exec();
         }
     }
@@ -209,42 +218,40 @@ void HistoryWriter::insertNumbers(const Record& record) {
 HistoryWriter::OpenWaits HistoryWriter::insertWaits(const Record& record) {
     OpenWaits known = record.run == m_run ? m_waits : OpenWaits();
     OpenWaits open;
+    std::uint64_t place = 0;
     for (const WaitItem& wait : record.waits) {
-        const WaitKey key(record.name(wait.file), record.name(wait.client), wait.clientIndex, wait.waitState);
+        const WaitKey key(record.name(wait.file), record.name(wait.client), wait.clientIndex, wait.waitState,
+                          wait.sinceMs);
         const auto found = known.find(key);
         if (found != known.end()) {
-            SQLite::Statement& statement = ready(m_continueWait);
-            statement.bind(1, sqlNumber(record.number));
-            statement.bind(2, found->second);
-            statement.exec();
+            continueWait(record, wait, found->second);
             open.insert(known.extract(found));
-            continue;
+        } else {
+            insertWait(record, wait, place);
+            open.emplace(key, std::pair(record.number, place));
+            ++place;
         }
-        SQLite::Statement& statement = ready(m_insertWait);
-        statement.bind(1);
-        statement.bind(2, sqlNumber(record.number));
-        statement.bind(3, sqlNumber(record.number));
-        bindText(statement, 4, record.name(wait.file));
-        bindText(statement, 5, record.name(wait.client));
-        statement.bind(6, sqlNumber(wait.clientIndex));
-        statement.bind(7, waitWord(wait.waitState));
-        statement.exec();
-        open.emplace(key, m_database.getLastInsertRowid());
     }
     return open;
 }
 
+void HistoryWriter::continueWait(const Record& record, const WaitItem& wait, const RowKey& row) {
+    bindRow(m_continueWait, record.number, wait.waitedMs, row.first, row.second);
+    m_continueWait.exec();
+}
+
+void HistoryWriter::insertWait(const Record& record, const WaitItem& wait, std::uint64_t place) {
+    bindRow(m_insertWait, record.number, place, record.number, wait.sinceMs, wait.waitedMs, record.name(wait.file),
+            record.name(wait.client), wait.clientIndex, waitWord(wait.waitState));
+    m_insertWait.exec();
+}
+
 void HistoryWriter::insertEvents(const Record& record) {
+    std::uint64_t place = 0;
     for (const EventItem& event : record.events) {
-        SQLite::Statement& statement = ready(m_insertEvent);
-        statement.bind(1);
-        statement.bind(2, sqlNumber(record.number));
-        statement.bind(3, event.startMs * kMicrosPerMilli);
-        bindNumber(statement, 4, event.endMs ? std::optional(*event.endMs * kMicrosPerMilli) : std::nullopt);
-        statement.bind(5, std::string(wordOf(event.kind)));
-        bindNumber(statement, 6, event.status);
-        bindText(statement, 7, event.text);
-        statement.exec();
+        bindRow(m_insertEvent, record.number, place++, event.startMs, event.endMs, wordOf(event.kind), event.status,
+                event.count, event.text);
+        m_insertEvent.exec();
     }
 }
 

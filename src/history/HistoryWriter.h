@@ -9,6 +9,7 @@
 #include <map>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "history/HistoryFile.h"
@@ -59,15 +60,18 @@ public:
     std::uint64_t bytes();
 
 private:
-    // A client that waits; several may be alike.
-    using WaitKey = std::tuple<std::string, std::string, std::uint32_t, std::uint8_t>;
-    using OpenWaits = std::multimap<WaitKey, std::int64_t>;
+    // Who waits where, for what and since when. Several may be alike.
+    using WaitKey = std::tuple<std::string, std::string, std::uint32_t, std::uint8_t, std::int64_t>;
+    using RowKey = std::pair<std::uint64_t, std::uint64_t>;
+    using OpenWaits = std::multimap<WaitKey, RowKey>;
 
     void store(const Record& record);
     void insertRecord(const Record& record, std::string_view body, std::uint64_t keyRecord);
     void insertRun(const Record& record);
     void insertNumbers(const Record& record);
     OpenWaits insertWaits(const Record& record);
+    void insertWait(const Record& record, const WaitItem& wait, std::uint64_t place);
+    void continueWait(const Record& record, const WaitItem& wait, const RowKey& row);
     void insertEvents(const Record& record);
 
     bool hasRoom();

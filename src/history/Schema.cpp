@@ -82,12 +82,12 @@ CREATE TABLE protocol(
     remote_sessions_current INTEGER NOT NULL, remote_sessions_peak INTEGER NOT NULL,
     PRIMARY KEY(rec, place)) WITHOUT ROWID;
 CREATE TABLE wait(
-    id INTEGER PRIMARY KEY, first_rec INTEGER NOT NULL, last_rec INTEGER NOT NULL, file TEXT NOT NULL,
-    client TEXT NOT NULL, client_index INTEGER NOT NULL, kind TEXT NOT NULL);
-CREATE INDEX wait_last ON wait(last_rec);
+    first_rec INTEGER, place INTEGER, last_rec INTEGER NOT NULL, since_epoch_ms INTEGER NOT NULL,
+    waited_ms INTEGER NOT NULL, file TEXT NOT NULL, client TEXT NOT NULL, client_index INTEGER NOT NULL,
+    kind TEXT NOT NULL, PRIMARY KEY(first_rec, place)) WITHOUT ROWID;
 CREATE TABLE event(
-    id INTEGER PRIMARY KEY, rec INTEGER NOT NULL, start_us INTEGER NOT NULL, end_us INTEGER, kind TEXT NOT NULL,
-    status INTEGER, text TEXT NOT NULL);
+    rec INTEGER, place INTEGER, start_epoch_ms INTEGER NOT NULL, end_epoch_ms INTEGER, kind TEXT NOT NULL,
+    status INTEGER, count INTEGER, text TEXT NOT NULL, PRIMARY KEY(rec, place)) WITHOUT ROWID;
 )";
 
 const std::array<NumberTable, 3> kNumberTables = {

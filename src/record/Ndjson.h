@@ -26,6 +26,9 @@ enum class NdjsonFrame {
 // Appends the lines of a record to `out`, each with its line feed. Always strict JSON in UTF-8.
 void appendNdjson(std::string& out, const Record& record, NdjsonFrame frame = NdjsonFrame::kEveryLine);
 
+// Appends the lines of `recorded`, which appendNdjson() wrote with kFirstLine, as it writes them with kEveryLine.
+void appendNdjsonLines(std::string& out, std::string_view recorded);
+
 // A text is no record. The message names the line and what is wrong with it.
 class RecordException : public Exception {
 public:

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <utility>
@@ -417,6 +418,19 @@ std::string ndjsonPrefix(std::string_view server, const Record& record) {
 
 void appendNdjson(std::string& out, const Record& record, NdjsonFrame frame) {
     Writer(out, record, frame).write();
+}
+
+void appendNdjsonLines(std::string& out, std::string_view recorded) {
+    // No text can hold the quotes, because they are escaped there.
+    constexpr std::string_view kKind = ",\"kind\":\"";
+    const std::string_view prefix = recorded.substr(0, recorded.find(kKind) + kKind.size());
+    std::size_t frame = prefix.size();
+    while (!recorded.empty()) {
+        const std::size_t end = std::min(recorded.find('\n'), recorded.size() - 1) + 1;
+        out.append(prefix).append(recorded.substr(frame, end - frame));
+        recorded.remove_prefix(end);
+        frame = kFramelessPrefix.size();
+    }
 }
 
 }  // namespace vexo

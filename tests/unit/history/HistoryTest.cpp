@@ -9,8 +9,11 @@
 #include "LivelyEngine.h"
 #include "Support.h"
 #include "history/HistoryCheck.h"
+#include "history/HistoryGaps.h"
 #include "history/HistoryReader.h"
 #include "history/HistorySink.h"
+#include "history/HistoryTables.h"
+#include "history/HistoryWaits.h"
 
 namespace {
 
@@ -171,12 +174,163 @@ TEST(History, KeepsWaitsAsEpisodesAndEventsAsRows) {
     SQLite::Database database("h");
     EXPECT_EQ(database
                   .execAndGet("SELECT group_concat(client_index || ':' || first_rec || '-' || last_rec, ' ') FROM "
-                              "(SELECT * FROM wait ORDER BY id)")
+                              "(SELECT * FROM wait ORDER BY first_rec, place)")
                   .getString(),
               "1:1-1 2:1-3 2:1-2 2:2-2 1:4-4 1:6-6");
-    EXPECT_EQ(query("h", "SELECT count(*) FROM event WHERE kind = 'ticks_missed' AND end_us = 7000 AND text = 'late'"),
+    EXPECT_EQ(query("h",
+                    "SELECT count(*) FROM event WHERE kind = 'ticks_missed' AND end_epoch_ms = 7 AND count = 3 AND "
+                    "text = 'late'"),
               6);
     EXPECT_EQ(query("h", "SELECT count(*) FROM wait WHERE client = 'T' || char(0xFFFD)"), 6);
+}
+
+namespace {
+
+// A record of this time, in milliseconds by the clock that is never set, in which so many clients wait.
+Record quietRecord(std::uint64_t number, std::uint64_t run, std::int64_t passedMs, std::uint32_t waiting) {
+    Record record = LivelyEngine(1).record(number, run);
+    record.epochMs = LivelyEngine::epochOf(0) + passedMs;
+    record.monotonicUs = passedMs * 1000;
+    record.waits.clear();
+    for (std::uint32_t client = 0; client < waiting; ++client)
+        record.waits.push_back({record.files[0].name, record.files[0].name, client, 1, record.epochMs, 0});
+    return record;
+}
+
+std::uint64_t numberOf(const std::optional<RecordMark>& mark) {
+    return mark ? mark->number : 0;
+}
+
+std::string shown(const std::optional<Gap>& gap) {
+    if (!gap) return "none";
+    return std::to_string(gap->before.number) + "-" + std::to_string(gap->behind.number) + " " +
+           std::to_string(gap->lengthMs) + (gap->isNewRun ? " new" : "");
+}
+
+}  // namespace
+
+TEST(History, FindsWaitsAndGaps) {
+    {
+        HistoryWriter writer("h", kUnlimited);
+        // Number, run, milliseconds passed, clients that wait: with a gap behind 12, and another run behind 15.
+        const std::tuple<std::uint64_t, std::uint64_t, std::int64_t, std::uint32_t> rows[] = {
+            {10, 3, 0, 0},      {11, 3, 25'000, 1}, {12, 3, 35'000, 0}, {14, 3, 60'001, 0},
+            {15, 3, 70'000, 2}, {17, 4, 71'000, 1}, {18, 4, 90'000, 0}};
+        for (const auto& [number, run, passed, waiting] : rows)
+            ASSERT_EQ(writer.write(quietRecord(number, run, passed, waiting)), Outcome::kStored);
+        Record late = quietRecord(20, 4, 200'000, 0);
+        late.epochMs -= 3'600'000;  // the clock was set back
+        writer.write(late);
+    }
+    HistoryWaits waits("h");
+    HistoryGaps gaps("h");
+    // From a record: the next and the previous wait, the next and the previous gap, the one that ends and that begins there.
+    const std::tuple<std::uint64_t, std::uint64_t, std::uint64_t, const char*, const char*, const char*, const char*>
+        rows[] = {{0, 11, 0, "12-14 25001", "none", "none", "none"},
+                  {10, 11, 0, "12-14 25001", "none", "none", "none"},
+                  {12, 15, 11, "12-14 25001", "none", "none", "12-14 25001"},
+                  {14, 15, 11, "15-17 1000 new", "none", "12-14 25001", "none"},
+                  {15, 17, 11, "15-17 1000 new", "12-14 25001", "none", "15-17 1000 new"},
+                  {17, 0, 15, "18-20 110000", "12-14 25001", "15-17 1000 new", "none"},
+                  {20, 0, 17, "none", "15-17 1000 new", "18-20 110000", "none"},
+                  {99, 0, 17, "none", "18-20 110000", "none", "none"}};
+    for (const auto& [from, nextWait, previousWait, nextGap, previousGap, before, behind] : rows) {
+        EXPECT_EQ(numberOf(waits.next(from)), nextWait) << from;
+        EXPECT_EQ(numberOf(waits.previous(from)), previousWait) << from;
+        EXPECT_EQ(shown(gaps.next(from)), nextGap) << from;
+        EXPECT_EQ(shown(gaps.previous(from)), previousGap) << from;
+        EXPECT_EQ(shown(gaps.before(from)), before) << from;
+        EXPECT_EQ(shown(gaps.behind(from)), behind) << from;
+    }
+    EXPECT_EQ(waits.next(0)->epochMs, LivelyEngine::epochOf(0) + 25'000);
+    std::string all;
+    gaps.forEach({12, 17}, [&](const Gap& gap) { all += shown(gap) + "; "; });
+    EXPECT_EQ(all, "12-14 25001; 15-17 1000 new; ");
+    HistoryReader reader("h");
+    EXPECT_EQ(reader.last()->number, 20U);
+    EXPECT_FALSE(reader.hasNext());
+    EXPECT_EQ(reader.goTo(13)->number, 14U);
+    EXPECT_EQ(reader.goTo(21), nullptr);
+    EXPECT_TRUE(reader.hasNext());
+    EXPECT_EQ(reader.next()->number, 15U);
+    EXPECT_EQ(reader.first()->number, 10U);
+    // In the hour that the clock went back over the last record is the closest to its time.
+    EXPECT_EQ(reader.at(LivelyEngine::epochOf(0) - 1)->number, 20U);
+    EXPECT_EQ(reader.at(LivelyEngine::epochOf(0))->number, 10U);
+}
+
+TEST(History, GivesNumbersWaitsEventsAndLinesOfASpan) {
+    constexpr std::uint64_t kRecords = 1100;  // more than are read at once
+    const LivelyEngine engine(100);
+    {
+        HistoryWriter writer("h", kUnlimited);
+        for (std::uint64_t number = 1; number <= kRecords; ++number) {
+            Record record = engine.record(number, number <= 600 ? 1 : 2);
+            record.events = {{EventKind::kStalled, 1, {}, 7, 3, "slow"}, {EventKind::kResumed, 1, 2, {}, {}, ""}};
+            if (number == 7) {
+                record.usage.reset();
+                record.sections[3] = {SectionState::kFailed, 1, 7010, 0, 0, 0, "moved on"};
+            }
+            writer.write(record);
+        }
+    }
+    HistoryTables tables("h");
+    const auto span = tables.span(LivelyEngine::epochOf(5) - 9'999, LivelyEngine::epochOf(kRecords - 1) + 1);
+    ASSERT_TRUE(span);
+    EXPECT_EQ(span->first.number, 5U);
+    EXPECT_EQ(span->last.epochMs, LivelyEngine::epochOf(kRecords - 1));
+    EXPECT_EQ(span->records, kRecords - 5);
+    EXPECT_FALSE(tables.span(0, LivelyEngine::epochOf(0)));
+    const RecordRange range = {span->first.number, span->last.number};
+
+    // The numbers are those of the record: put into it, they give the same text.
+    HistoryReader reader("h");
+    std::uint64_t number = range.first;
+    std::map<std::string, std::uint64_t> waitingRecords;
+    tables.forEachRecord(range, [&](const RecordNumbers& row) {
+        ASSERT_EQ(row.number, number);
+        const RecordPtr whole = reader.goTo(number++);
+        Record record = *whole;
+        record.run = row.run;
+        record.epochMs = row.epochMs;
+        record.monotonicUs = row.monotonicUs;
+        record.tookUs = row.tookUs;
+        record.usage = row.usage;
+        record.communication = row.communication;
+        record.protocols = row.protocols;
+        const std::string text = textOf(*whole);
+        ASSERT_EQ(textOf(record), text);
+        std::string lines = "before";
+        reader.appendLines(lines);
+        ASSERT_EQ(lines, "before" + text);
+        for (const WaitItem& wait : whole->waits)
+            ++waitingRecords[std::string(whole->name(wait.client))];
+    });
+    EXPECT_EQ(number, range.last + 1);
+    tables.forEachWait(range, [&](const WaitEpisode& wait) {
+        EXPECT_EQ(wait.kind, "record");
+        const std::uint64_t first = std::max(wait.records.first, range.first);
+        const std::uint64_t last = std::min(wait.records.last, range.last);
+        ASSERT_LE(first, last);
+        waitingRecords[wait.client] -= last - first + 1;
+        EXPECT_EQ(wait.sinceMs + static_cast<std::int64_t>(wait.waitedMs), LivelyEngine::epochOf(wait.records.last));
+    });
+    EXPECT_FALSE(waitingRecords.empty());
+    for (const auto& [client, left] : waitingRecords)
+        EXPECT_EQ(left, 0U) << client;
+    std::uint64_t events = 0;
+    tables.forEachEvent(range, [&](const HistoryEvent& row) {
+        const bool isFirst = events % 2 == 0;
+        EXPECT_EQ(row.record, range.first + events / 2);
+        EXPECT_EQ(row.event.kind, isFirst ? EventKind::kStalled : EventKind::kResumed);
+        EXPECT_EQ(row.event.count.value_or(0), isFirst ? 3U : 0U);
+        EXPECT_EQ(row.event.endMs.value_or(0), isFirst ? 0 : 2);
+        ++events;
+    });
+    EXPECT_EQ(events, 2 * (kRecords - 5));
+    EXPECT_EQ(tables.runs({601, 700}).size(), 1U);
+    EXPECT_EQ(tables.runs(range).at(1).epochMs, LivelyEngine::epochOf(601));
+    EXPECT_EQ(tables.runs(range)[0].intervalMs, 10'000U);
 }
 
 namespace {
