@@ -28,17 +28,14 @@ bool isExclusive(const HandleState& state) {
                std::end(kExclusiveModes);
 }
 
-constexpr int kNoHolder = 3;
-
-// How likely the handle holds what others wait for, the likeliest first.
-int rankOf(const HandleState& state) {
-    if (waits(state)) return kNoHolder;
-    if (isExclusive(state)) return 0;
-    if (locks(state)) return 1;
-    return state.transactionState != 0 ? 2 : kNoHolder;
-}
-
 }  // namespace
+
+Holding holdingOf(const HandleState& state) {
+    if (waits(state)) return Holding::kNone;
+    if (isExclusive(state)) return Holding::kExclusive;
+    if (locks(state)) return Holding::kLocks;
+    return state.transactionState != 0 ? Holding::kTransaction : Holding::kNone;
+}
 
 void addWaits(Record& now, const Record* before) {
     now.waits.clear();
@@ -61,19 +58,26 @@ void addWaits(Record& now, const Record* before) {
     }
 }
 
-std::vector<std::uint32_t> mayHold(const Record& record, const WaitItem& wait) {
+std::vector<std::uint32_t> holdersOn(const Record& record, NameId fileName) {
     std::vector<std::uint32_t> holders;
     for (const FileItem& file : record.files) {
-        if (file.name != wait.file) continue;
-        for (std::uint32_t place = file.handles.first; place < file.handles.first + file.handles.count; ++place) {
-            const FileHandleItem& handle = record.fileHandles[place];
-            const bool own = handle.clientIndex == wait.clientIndex && handle.client == wait.client;
-            if (!own && rankOf(handle.state) != kNoHolder) holders.push_back(place);
-        }
+        if (file.name != fileName) continue;
+        for (std::uint32_t place = file.handles.first; place < file.handles.first + file.handles.count; ++place)
+            if (holdingOf(record.fileHandles[place].state) != Holding::kNone) holders.push_back(place);
     }
     std::stable_sort(holders.begin(), holders.end(), [&](std::uint32_t left, std::uint32_t right) {
-        return rankOf(record.fileHandles[left].state) < rankOf(record.fileHandles[right].state);
+        return holdingOf(record.fileHandles[left].state) < holdingOf(record.fileHandles[right].state);
     });
+    return holders;
+}
+
+std::vector<std::uint32_t> mayHold(const Record& record, const WaitItem& wait) {
+    std::vector<std::uint32_t> holders = holdersOn(record, wait.file);
+    const auto isOwn = [&](std::uint32_t place) {
+        const FileHandleItem& handle = record.fileHandles[place];
+        return handle.clientIndex == wait.clientIndex && handle.client == wait.client;
+    };
+    holders.erase(std::remove_if(holders.begin(), holders.end(), isOwn), holders.end());
     return holders;
 }
 

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+// The tables that views show: their columns, and what their rows are.
+#ifndef VEXO_VIEW_SHEET_H
+#define VEXO_VIEW_SHEET_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "record/Codes.h"
+#include "view/Facts.h"
+#include "view/Value.h"
+
+namespace vexo {
+
+enum class Side : std::uint8_t { kLeft, kRight };
+
+// Rows are items of a record, by their places there.
+struct Column {
+    const char* heading;  // key of its text
+    Value (*value)(const Facts& facts, std::uint32_t item);
+    int least;     // columns of the screen without which it is not shown
+    int usual;     // and those that it gets before further columns appear; names may take more in the end
+    int priority;  // those of the smallest appear first
+    Side side = Side::kRight;
+    Cut cut = Cut::kEnd;
+    bool sortsDown = true;  // at first
+};
+
+using Items = std::vector<std::uint32_t>;
+
+// The rows stand in the order of their places.
+inline constexpr std::size_t kUnsorted = SIZE_MAX;
+
+struct Sheet {
+    const char* title;  // key of its text
+    Section section;    // without which there is nothing to show
+    std::vector<Column> columns;
+    std::size_t firstSort;  // a column, or kUnsorted
+    // The rows; of the handles of one file or session, which is `owner`.
+    Items (*items)(const Facts& facts, std::uint32_t owner);
+    // Which item is which of an earlier record; null where an item's place says so.
+    Matches (*match)(const Record& before, const Record& now) = nullptr;
+    bool isTree = false;  // rows stand below those that they wait for
+};
+
+const Sheet& filesSheet();
+const Sheet& fileHandlesSheet();
+const Sheet& waitsSheet();
+const Sheet& sessionsSheet();
+const Sheet& sessionHandlesSheet();
+const Sheet& connectionsSheet();
+const Sheet& usageSheet();
+const Sheet& communicationsSheet();
+
+// All places from `first` on.
+Items placesFrom(std::uint32_t first, std::size_t count);
+
+// What the tables of handles share.
+Value openModeValue(const Facts& facts, const HandleState& state);
+Value recordLockValue(const Facts& facts, const HandleState& state);
+Value waitValue(const Facts& facts, std::uint8_t waitState);
+Value transactionValue(const Facts& facts, std::int64_t transactionState);
+// A text of the program's, or the number of a code that has none.
+Value wordValue(const Facts& facts, Codes kind, std::int64_t code, const char* keyStart);
+
+}  // namespace vexo
+
+#endif
