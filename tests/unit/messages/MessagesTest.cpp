@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <iconv.h>
+
 #include <map>
 #include <regex>
+#include <set>
 
 #include "Support.h"
 #include "messages/CMSGStrings.h"
@@ -190,6 +193,67 @@ TEST(Bundles, AgreeInEveryLanguageWithWhatTheProgramPasses) {
     }
     for (const auto& [key, types] : arguments)
         EXPECT_EQ(originals[key], 1) << key;
+}
+
+std::map<std::string, std::string> textsOf(const std::string& bundle) {
+    const std::string content = contents(VEXO_SHIPPED_BUNDLES "/" + bundle + ".properties");
+    std::map<std::string, std::string> texts;
+    for (const std::string& key : keysOf(content))
+        texts[key] = narrow(findProperty(content, widen(key)).value_or(L""));
+    return texts;
+}
+
+// The conversions of a text, each with the argument that it shows: "2s".
+std::set<std::string> conversionsOf(const std::string& text) {
+    const std::regex conversion("%(?:([0-9])\\$)?([^a-zA-Z%]*[a-zA-Z%])");
+    std::set<std::string> found;
+    for (std::sregex_iterator part(text.begin(), text.end(), conversion), end; part != end; ++part)
+        found.insert(((*part)[1].matched ? part->str(1) : std::to_string(found.size() + 1)) + part->str(2));
+    return found;
+}
+
+bool canBeShownIn(const char* encoding, std::string text) {
+    std::string converted(4 * text.size() + 1, '\0');
+    char* from = text.data();
+    char* to = converted.data();
+    std::size_t left = text.size();
+    std::size_t room = converted.size();
+    const iconv_t converter = ::iconv_open(encoding, "UTF-8");
+    const std::size_t result = ::iconv(converter, &from, &left, &to, &room);
+    ::iconv_close(converter);
+    return result == 0;
+}
+
+TEST(Bundles, SayEverythingInEveryLanguage) {
+    // What is used for a language where UTF-8 is not. A text keeps to its characters: any other is shown as "?".
+    const std::pair<const char*, const char*> encodings[] = {
+        {"de", "ISO-8859-1"}, {"es", "ISO-8859-1"}, {"fr", "ISO-8859-1"},    {"it", "ISO-8859-1"}, {"ja", "EUC-JP"},
+        {"nl", "ISO-8859-1"}, {"pl", "ISO-8859-2"}, {"pt_BR", "ISO-8859-1"}, {"zh_CN", "GB2312"}};
+    std::set<std::string> originals;
+    std::set<std::string> files;
+    for (const auto& file : std::filesystem::directory_iterator(VEXO_SHIPPED_BUNDLES)) {
+        const std::string name = file.path().stem();
+        if (file.path().extension() != ".properties") continue;
+        // Texts for the settings of engines, which no program of ours looks up, are in English only.
+        if (name != "KORA") (name.find('_') == std::string::npos ? originals : files).insert(name);
+    }
+    for (const std::string& bundle : originals) {
+        const auto original = textsOf(bundle);
+        for (const auto& [language, encoding] : encodings) {
+            const std::string name = bundle + "_" + language;
+            SCOPED_TRACE(name);
+            EXPECT_EQ(files.erase(name), 1U);
+            auto translation = textsOf(name);
+            for (const auto& [key, text] : original) {
+                EXPECT_EQ(conversionsOf(translation[key]), conversionsOf(text)) << key;
+                EXPECT_TRUE(canBeShownIn(encoding, translation[key])) << key;
+                EXPECT_EQ(translation[key].empty(), text.empty()) << key;
+                translation.erase(key);
+            }
+            EXPECT_TRUE(translation.empty()) << translation.begin()->first;
+        }
+    }
+    EXPECT_TRUE(files.empty()) << *files.begin();
 }
 
 }  // namespace
