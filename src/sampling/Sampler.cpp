@@ -39,7 +39,8 @@ Sampler::Sampler(const XrApi& api, SamplerSettings settings, Distributor& record
       m_prepare(std::move(prepare)),
       m_changed(std::move(changed)),
       m_messages(makeRef<MessageHelper>("AGENT", "AGENT_")),
-      m_schedule(nowUs(), m_settings.intervalMs * kMicrosPerMilli),
+      m_intervalMs(m_settings.intervalMs),
+      m_schedule(nowUs(), m_intervalMs * kMicrosPerMilli),
       m_backOff(std::random_device()()) {
 }
 
@@ -51,6 +52,11 @@ void Sampler::start() {
 
 void Sampler::stop() {
     m_stop = true;
+    m_wakeUp.wake();
+}
+
+void Sampler::setInterval(std::int64_t intervalMs) {
+    m_newIntervalMs = intervalMs;
     m_wakeUp.wake();
 }
 
@@ -84,9 +90,7 @@ void Sampler::run() {
             const bool reached = attempt();
             m_busySinceUs = 0;
             if (++taken == m_settings.count) break;
-            const std::int64_t next = nextInstant(reached);
-            while (!m_stop && nowUs() < next)
-                m_wakeUp.wait(next - nowUs());
+            waitUntil(nextInstant(reached));
         }
         disconnect();
     } catch (const Exception& error) {
@@ -101,6 +105,18 @@ void Sampler::run() {
     m_changed();  // still under the lock: whoever sees that this has finished may destroy it
 }
 
+// A new interval does not hurry an engine that is not reached.
+void Sampler::waitUntil(std::int64_t instant) {
+    while (!m_stop && nowUs() < instant) {
+        m_wakeUp.wait(instant - nowUs());
+        const std::int64_t intervalMs = m_newIntervalMs.exchange(0);
+        if (intervalMs == 0) continue;
+        m_intervalMs = intervalMs;
+        m_schedule.restart(nowUs(), intervalMs * kMicrosPerMilli);
+        if (m_reached) instant = m_schedule.next();
+    }
+}
+
 // Ticks that passed while there was no engine were not missed: attempts stood in for them.
 std::int64_t Sampler::nextInstant(bool reached) {
     const bool wasReached = std::exchange(m_reached, reached);
@@ -109,7 +125,7 @@ std::int64_t Sampler::nextInstant(bool reached) {
     const std::uint64_t missed = m_schedule.advance(nowUs());
     if (missed == 0 || !wasReached) return m_schedule.next();
     const std::string count = std::to_string(missed);
-    const std::int64_t spanMs = static_cast<std::int64_t>(missed) * m_settings.intervalMs;
+    const std::int64_t spanMs = static_cast<std::int64_t>(missed) * m_intervalMs;
     EventItem event = eventNow(EventKind::kTicksMissed, m_messages->getResStr("EVENT_TICKS_MISSED", count.c_str()));
     event.endMs = event.startMs;
     event.startMs -= spanMs;
@@ -126,7 +142,9 @@ bool Sampler::attempt() {
     String text;
     try {
         if (!m_engine) connect();
-        record = m_collector->collect(m_records.frame());
+        RecordFrame frame = m_records.frame();
+        if (m_intervalMs != m_settings.intervalMs) frame.intervalMs = static_cast<std::uint64_t>(m_intervalMs);
+        record = m_collector->collect(std::move(frame));
         const SectionResult& failure = failureOf(*record);
         status = failure.status;
         text = widen(failure.text);
@@ -183,7 +201,7 @@ void Sampler::failed(int status, const String& text) {
     } else {
         if (m_attempts++ == 0) m_firstAttemptMs = RecordClocks::systemEpochMs();
         m_failure = text;
-        const bool due = m_failureToldUs == 0 || now - m_failureToldUs >= m_settings.intervalMs * kMicrosPerMilli;
+        const bool due = m_failureToldUs == 0 || now - m_failureToldUs >= m_intervalMs * kMicrosPerMilli;
         if (!due && m_settings.count == 0) return;
         noteFailedAttempts(status, text);
     }

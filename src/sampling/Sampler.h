@@ -40,6 +40,8 @@ public:
     void start();
     // Lets the record that is being read be the last one.
     void stop();
+    // From now on the ticks are that far apart; the first one is due at once.
+    void setInterval(std::int64_t intervalMs);
     bool finished() const;
 
     // Since when the engine has been asked without a pause, on the monotonic clock in microseconds; 0 between two
@@ -64,6 +66,7 @@ private:
     void noteResumed();
     void watchClock();
     std::int64_t nextInstant(bool reached);
+    void waitUntil(std::int64_t instant);
 
     const XrApi m_api;
     const SamplerSettings m_settings;
@@ -77,6 +80,7 @@ private:
     std::unique_ptr<QRIMonitorHelper> m_engine;
     std::unique_ptr<RecordCollector> m_collector;
     RecordPtr m_lastWithFiles;
+    std::int64_t m_intervalMs;
     Schedule m_schedule;
     BackOff m_backOff;
     ClockWatch m_clock;
@@ -88,6 +92,7 @@ private:
     std::optional<std::uint64_t> m_uptime;
 
     std::atomic<bool> m_stop{false};
+    std::atomic<std::int64_t> m_newIntervalMs{0};  // 0 for none
     std::atomic<bool> m_lastWhole{false};
     std::atomic<bool> m_stallTold{false};
     std::atomic<std::int64_t> m_busySinceUs{0};

@@ -20,6 +20,11 @@ std::uint64_t Schedule::advance(std::int64_t nowUs) {
     return static_cast<std::uint64_t>(missed);
 }
 
+void Schedule::restart(std::int64_t startUs, std::int64_t intervalUs) {
+    m_nextUs = startUs;
+    m_intervalUs = intervalUs;
+}
+
 std::int64_t BackOff::next() {
     const std::int64_t pause = m_pauseUs;
     m_pauseUs = std::min(2 * m_pauseUs, kLongestUs);

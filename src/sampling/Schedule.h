@@ -18,10 +18,12 @@ public:
     // Goes on to the first tick behind `nowUs`, when the work of a tick is done. How many ticks passed meanwhile. Work
     // that was done before its tick was due moves nothing.
     std::uint64_t advance(std::int64_t nowUs);
+    // Begins anew: the first tick is at `startUs`.
+    void restart(std::int64_t startUs, std::int64_t intervalUs);
 
 private:
     std::int64_t m_nextUs;
-    const std::int64_t m_intervalUs;
+    std::int64_t m_intervalUs;
 };
 
 // Pauses between attempts to reach the engine: from one second on twice as long each time, up to a minute, and each

@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: MIT
+#include "main/top/Replay.h"
+
+#include <utility>
+
+#include "foundation/NamedThread.h"
+#include "record/PointInTime.h"
+#include "view/Text.h"
+
+namespace vexo {
+namespace {
+
+// How often is looked whether the agent has written a record.
+constexpr auto kFollowPause = std::chrono::milliseconds(250);
+// Keys that are pressed while older ones have waited for that long go nowhere: a key that is held down must not be worked
+// off long after it is let go.
+constexpr auto kLongestWait = std::chrono::milliseconds(400);
+
+Player openHistory(const std::string& path) {
+    try {
+        return Player(path);
+    } catch (const HistoryException& error) {
+        throw FeedException(error.message(), kUnreadable);
+    }
+}
+
+// What is said when there is no such record.
+const char* absenceOf(RequestKind kind) {
+    switch (kind) {
+        case RequestKind::kNextRecord:
+            return "NO_NEXT_RECORD";
+        case RequestKind::kPreviousRecord:
+            return "NO_PREVIOUS_RECORD";
+        case RequestKind::kNextWait:
+            return "NO_NEXT_WAIT";
+        case RequestKind::kPreviousWait:
+            return "NO_PREVIOUS_WAIT";
+        case RequestKind::kNextGap:
+            return "NO_NEXT_GAP";
+        default:
+            return "NO_PREVIOUS_GAP";
+    }
+}
+
+}  // namespace
+
+Replay::Replay(const std::string& path, const std::optional<std::string>& at, bool follow, const WakeUp& changed)
+    : m_path(path),
+      m_changed(changed),
+      m_messages(makeRef<MessageHelper>("TOP", "TOP_")),
+      m_canFollow(follow),
+      m_player(openHistory(path)),
+      m_isFollowing(follow && !at) {
+    try {
+        open(at);
+    } catch (const HistoryException& error) {
+        throw FeedException(error.message(), kUnreadable);
+    }
+}
+
+Replay::~Replay() = default;
+
+void Replay::open(const std::optional<std::string>& at) {
+    if (!m_player.span()) throw FeedException(m_messages->getResStr("ERR_EMPTY", m_path.c_str()), kUnreadable);
+    const bool found = at ? jump(*at) : m_isFollowing ? m_player.last() : m_player.first();
+    if (!found) throw FeedException(m_messages->getResStr("ERR_EMPTY", m_path.c_str()), kUnreadable);
+    m_place = m_player.place();
+    const String notice = m_player.takeNotice();
+    if (!notice.empty()) m_sentence = screenText(notice);
+}
+
+void Replay::start() {
+    m_isFinished = false;
+    const auto body = [](void* replay) { static_cast<Replay*>(replay)->run(); };
+    const ResultCode refused = NamedThread(L"VexoReplay").start(body, this);
+    if (refused == kSuccess) return;
+    m_isFinished = true;
+    throw ResultException(refused, MessageHelper("AGENT", "AGENT_").getResStr("ERR_THREAD", refused));
+}
+
+Scene Replay::look() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Scene scene;
+    scene.now = m_place.now;
+    scene.before = m_place.before;
+    scene.situation.server = m_place.now->name(m_place.now->server);
+    scene.situation.isReplay = true;
+    scene.situation.isFollowing = m_isFollowing;
+    scene.situation.isPaused = m_isPaused;
+    scene.situation.intervalMs = static_cast<std::int64_t>(m_place.now->intervalMs);
+    scene.situation.gapMs = m_place.gapMs;
+    scene.situation.gapNextMs = m_place.gapNextMs;
+    scene.sentence = std::exchange(m_sentence, {});
+    return scene;
+}
+
+void Replay::ask(const Request& request) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (request.kind == RequestKind::kSetInterval) {
+        m_sentence = screenText(m_messages->getResStr("ONLY_LIVE"));
+    } else if (request.kind == RequestKind::kPause) {
+        if (m_isFollowing) m_isPaused = !m_isPaused;
+        if (!m_isFollowing) m_sentence = screenText(m_messages->getResStr("NO_PAUSE"));
+    } else if (m_tasks.empty() || Clock::now() - m_tasks.front().asked < kLongestWait) {
+        m_isFollowing = m_canFollow && request.kind == RequestKind::kLastRecord;
+        m_isPaused = false;
+        m_tasks.push_back({request, Clock::now()});
+        m_wanted.notify_one();
+    }
+}
+
+bool Replay::advancesByItself() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_isFollowing;
+}
+
+bool Replay::isAtEnd() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_tasks.empty() && !m_isBusy && !m_canFollow;
+}
+
+void Replay::stop() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_shallStop = true;
+    m_wanted.notify_one();
+}
+
+bool Replay::finished() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_isFinished;
+}
+
+void Replay::run() {
+    while (const auto request = nextTask())
+        perform(*request);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isFinished = true;
+    m_changed.wake();  // still under the lock: whoever sees that this has finished may destroy it
+}
+
+// What to do next; to follow the agent is to look for a next record with kNone. Nothing at the end.
+std::optional<Request> Replay::nextTask() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_isBusy = false;
+    const auto isWanted = [this] { return m_shallStop || !m_tasks.empty(); };
+    if (m_canFollow) {
+        m_wanted.wait_for(lock, kFollowPause, isWanted);
+    } else {
+        m_wanted.wait(lock, isWanted);
+    }
+    if (m_shallStop) return std::nullopt;
+    if (m_tasks.empty()) return Request{};
+    m_isBusy = true;
+    Request request = std::move(m_tasks.front().request);
+    m_tasks.pop_front();
+    return request;
+}
+
+void Replay::perform(const Request& request) {
+    String sentence;
+    try {
+        if (request.kind == RequestKind::kNone) return followOn();
+        if (!move(request)) sentence = m_messages->getResStr(absenceOf(request.kind));
+    } catch (const HistoryException& error) {
+        sentence = error.message();
+    }
+    publish(std::move(sentence));
+}
+
+bool Replay::move(const Request& request) {
+    switch (request.kind) {
+        case RequestKind::kNextRecord:
+            return m_player.next();
+        case RequestKind::kPreviousRecord:
+            return m_player.previous();
+        case RequestKind::kFirstRecord:
+            return m_player.first();
+        case RequestKind::kLastRecord:
+            return m_player.last();
+        case RequestKind::kNextWait:
+            return m_player.nextWait();
+        case RequestKind::kPreviousWait:
+            return m_player.previousWait();
+        case RequestKind::kNextGap:
+            return m_player.nextGap();
+        case RequestKind::kPreviousGap:
+            return m_player.previousGap();
+        default:
+            return jump(request.text);
+    }
+}
+
+// A time without a date is the last such of the history, whenever that was recorded.
+bool Replay::jump(const std::string& text) {
+    const auto span = m_player.span();
+    if (!span) return false;
+    const auto epochMs = parsePointInTime(text, span->last.epochMs);
+    String sentence;
+    if (!epochMs) {
+        sentence = m_messages->getResStr("BAD_TIME", text.c_str());
+    } else {
+        if (!m_player.at(*epochMs)) return false;
+        if (*epochMs < span->first.epochMs)
+            sentence = m_messages->getResStr("BEGINS", localTime(span->first.epochMs).c_str());
+        if (*epochMs > span->last.epochMs)
+            sentence = m_messages->getResStr("ENDS", localTime(span->last.epochMs).c_str());
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_sentence = screenText(sentence);
+    return true;
+}
+
+void Replay::followOn() {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_isFollowing || m_isPaused) return;
+    }
+    if (m_player.hasNext() && m_player.last()) publish({});
+}
+
+void Replay::publish(String sentence) {
+    const String notice = m_player.takeNotice();
+    if (!notice.empty()) sentence = notice;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_place = m_player.place();
+    if (!sentence.empty()) m_sentence = screenText(sentence);
+    m_changed.wake();
+}
+
+}  // namespace vexo

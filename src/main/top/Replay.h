@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+// Shows a history. Its records are read on a thread of its own, so that no key waits for a large one.
+#ifndef VEXO_MAIN_TOP_REPLAY_H
+#define VEXO_MAIN_TOP_REPLAY_H
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "main/top/Feed.h"
+#include "main/top/Player.h"
+#include "messages/MessageHelper.h"
+#include "sampling/WakeUp.h"
+
+namespace vexo {
+
+class Replay : public Feed {
+public:
+    // Begins at the time that `at` tells, at the end when it is followed, else with the first record. Borrows `changed`.
+    // Throws FeedException for a history that cannot be read or is empty.
+    Replay(const std::string& path, const std::optional<std::string>& at, bool follow, const WakeUp& changed);
+    ~Replay() override;
+
+    void start() override;
+    Scene look() override;
+    void ask(const Request& request) override;
+    bool advancesByItself() const override;
+    bool isAtEnd() const override;
+    void stop() override;
+    bool finished() const override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Task {
+        Request request;
+        Clock::time_point asked;
+    };
+
+    void open(const std::optional<std::string>& at);
+    void run();
+    std::optional<Request> nextTask();
+    void perform(const Request& request);
+    bool move(const Request& request);
+    bool jump(const std::string& text);
+    void followOn();
+    void publish(String sentence);
+
+    const std::string m_path;
+    const WakeUp& m_changed;
+    const Ref<MessageHelper> m_messages;
+    const bool m_canFollow;
+    Player m_player;  // of the thread, once it was started
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_wanted;
+    // Everything below is guarded by the mutex.
+    std::deque<Task> m_tasks;
+    Player::Place m_place;
+    std::string m_sentence;
+    bool m_isFollowing;
+    bool m_isPaused = false;
+    bool m_isBusy = false;
+    bool m_shallStop = false;
+    bool m_isFinished = true;
+};
+
+}  // namespace vexo
+
+#endif

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#include "main/top/TopOptions.h"
+
+#include <cstdlib>
+
+#include "record/PointInTime.h"
+#include "record/RecordCollector.h"
+
+namespace vexo {
+namespace {
+
+// Options without a letter of their own.
+enum Option : int { kReplay = 256, kAt, kFollow, kView, kInterval, kNoColor, kBatch, kCount };
+
+constexpr option kOptions[] = {
+    {"config",   required_argument, nullptr, 'f'      },
+    {"replay",   required_argument, nullptr, kReplay  },
+    {"at",       required_argument, nullptr, kAt      },
+    {"follow",   no_argument,       nullptr, kFollow  },
+    {"view",     required_argument, nullptr, kView    },
+    {"interval", required_argument, nullptr, kInterval},
+    {"no-color", no_argument,       nullptr, kNoColor },
+    {"batch",    no_argument,       nullptr, kBatch   },
+    {"count",    required_argument, nullptr, kCount   },
+    {"help",     no_argument,       nullptr, 'h'      },
+    {"version",  no_argument,       nullptr, 'V'      },
+    {nullptr,    0,                 nullptr, 0        }
+};
+
+void readView(TopOptions& options, const GivenOption& given) {
+    const auto view = viewOf(given.value);
+    if (!view) given.refuse();
+    options.view = *view;
+}
+
+// What it means depends on the history; whether it means anything does not.
+void readPlace(TopOptions& options, const GivenOption& given) {
+    given.setOnce(options.at);
+    if (!parsePointInTime(given.value, RecordClocks::systemEpochMs())) given.refuse();
+}
+
+void readOption(TopOptions& options, const GivenOption& given, std::optional<std::uint64_t>& count) {
+    switch (given.letter) {
+        case 'f':
+            return given.setOnce(options.settings);
+        case kReplay:
+            return given.setOnce(options.history);
+        case kAt:
+            return readPlace(options, given);
+        case kView:
+            return readView(options, given);
+        case kInterval:
+            options.intervalMs = given.duration(kLeastIntervalMs, kDayMs);
+            break;
+        case kCount:
+            count = given.count();
+            break;
+        case kFollow:
+            options.follow = true;
+            break;
+        case kNoColor:
+            options.withColours = false;
+            break;
+        case kBatch:
+            options.batch = true;
+            break;
+        case 'h':
+            options.help = true;
+            break;
+        default:
+            options.version = true;
+    }
+}
+
+void examine(const TopOptions& options, bool hasCount) {
+    if (options.help || options.version) return;
+    if (options.settings && options.history) refuseOption("ERR_EXCLUDE", "-f", "--replay");
+    if (!options.settings && !options.history) throw OptionException(MessageHelper("TOP", "TOP_").getResStr("ERR_NO_SOURCE"));
+    if (hasCount && !options.batch) refuseOption("ERR_NEEDS", "--count", "--batch");
+    if (options.at && !options.history) refuseOption("ERR_NEEDS", "--at", "--replay");
+    if (options.follow && !options.history) refuseOption("ERR_NEEDS", "--follow", "--replay");
+    if (options.intervalMs && options.history) refuseOption("ERR_EXCLUDE", "--interval", "--replay");
+}
+
+}  // namespace
+
+TopOptions readTopOptions(int argc, char** argv) {
+    TopOptions options;
+    std::optional<std::uint64_t> count;
+    readOptions(argc, argv, ":f:hV", kOptions,
+                [&](const GivenOption& given) { readOption(options, given, count); });
+    examine(options, count.has_value());
+    options.count = count.value_or(options.count);
+    const char* const unwanted = std::getenv("NO_COLOR");
+    if (unwanted && *unwanted) options.withColours = false;
+    return options;
+}
+
+}  // namespace vexo

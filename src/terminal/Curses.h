@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// The curses library with wide characters, and without the macros that would take our names.
+#ifndef VEXO_TERMINAL_CURSES_H
+#define VEXO_TERMINAL_CURSES_H
+
+#define NCURSES_NOMACROS 1
+#define NCURSES_WIDECHAR 1
+
+#include <curses.h>
+#include <term.h>
+
+// term.h has no way to leave these out.
+#undef lines
+#undef columns
+#undef buttons
+#undef tab
+#undef newline
+
+#endif

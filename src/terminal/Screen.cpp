@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+#include "terminal/Screen.h"
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "messages/MessageHelper.h"
+#include "terminal/Curses.h"
+#include "terminal/Keyboard.h"
+#include "terminal/Painter.h"
+#include "terminal/TerminalRestorer.h"
+#include "terminal/TerminalSignals.h"
+
+namespace vexo {
+namespace {
+
+template <typename... Arguments>
+[[noreturn]] void refuse(const char* key, Arguments... arguments) {
+    throw TerminalException(MessageHelper("TOP", "TOP_").getResStr(key, arguments...));
+}
+
+bool hasCapability(const char* name) {
+    std::string copy = name;  // the library takes no name that is const
+    const char* const value = ::tigetstr(copy.data());
+    return value && value != reinterpret_cast<const char*>(-1);
+}
+
+// What every picture needs: reaching a place, and an empty screen to begin with.
+void examineTerminal() {
+    if (::isatty(STDIN_FILENO) == 0 || ::isatty(STDOUT_FILENO) == 0) refuse("ERR_NO_TERMINAL");
+    const char* const type = std::getenv("TERM");
+    int found = 0;
+    if (!type || !*type || ::setupterm(nullptr, STDOUT_FILENO, &found) != OK)
+        refuse("ERR_TERMINAL_UNKNOWN", type ? type : "");
+    if (!hasCapability("cup") || !hasCapability("clear")) refuse("ERR_TERMINAL_POOR", type);
+}
+
+// Curses on the standard streams.
+class Curses {
+public:
+    Curses() {
+        // The window's size, not LINES and COLUMNS, which nobody corrects when it changes.
+        ::use_env(false);
+        ::use_tioctl(true);
+        m_screen = ::newterm(nullptr, stdout, stdin);
+        if (!m_screen) refuse("ERR_TERMINAL_POOR", std::getenv("TERM"));
+        setTerminalTaken(true);
+        ::cbreak();
+        ::noecho();
+        ::nonl();
+        ::intrflush(::stdscr, false);
+    }
+    ~Curses() {
+        ::endwin();
+        setTerminalTaken(false);
+        ::delscreen(m_screen);
+    }
+    Curses(const Curses&) = delete;
+    Curses& operator=(const Curses&) = delete;
+
+private:
+    SCREEN* m_screen = nullptr;
+};
+
+}  // namespace
+
+class Screen::Implementation {
+public:
+    explicit Implementation(bool withColours) : m_painter(withColours) { prepareKeyboard(); }
+
+    const Painter& painter() const { return m_painter; }
+
+private:
+    const Curses m_curses;
+    const Painter m_painter;
+};
+
+Screen::Screen(bool withColours) {
+    examineTerminal();
+    noteTerminal();
+    m_implementation = std::make_unique<Implementation>(withColours);
+}
+
+Screen::~Screen() = default;
+
+Size Screen::size() const {
+    return {::getmaxy(::stdscr), ::getmaxx(::stdscr)};
+}
+
+void Screen::paint(const Picture& picture) {
+    m_implementation->painter().put(picture);
+    ::wrefresh(::stdscr);
+}
+
+void Screen::forget() {
+    ::clearok(::curscr, true);
+}
+
+bool Screen::followSize() {
+    winsize window{};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_row == 0 || window.ws_col == 0) return false;
+    const Size now = size();
+    if (window.ws_row == now.rows && window.ws_col == now.columns) return false;
+    ::resizeterm(window.ws_row, window.ws_col);
+    return true;
+}
+
+void Screen::suspend() {
+    ::endwin();
+    setTerminalTaken(false);
+    stopByJobControl();
+    setTerminalTaken(true);
+    followSize();
+    forget();
+}
+
+int Screen::descriptor() const {
+    return STDIN_FILENO;
+}
+
+std::optional<Key> Screen::key() {
+    return nextKey();
+}
+
+bool Screen::hasGone() const {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (::poll(&input, 1, 0) <= 0) return false;
+    if ((input.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) return true;
+    // At the end of a terminal there is nothing, for good.
+    int available = 0;
+    return ::ioctl(STDIN_FILENO, FIONREAD, &available) != 0 || available == 0;
+}
+
+}  // namespace vexo

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+#include "terminal/TerminalSignals.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <ctime>
+
+#include "foundation/Process.h"
+#include "terminal/TerminalRestorer.h"
+
+namespace vexo {
+namespace {
+
+constexpr unsigned int kPatienceSeconds = 2;
+constexpr int kEnding[] = {SIGINT, SIGTERM, SIGHUP};
+
+const WakeUp* s_woken = nullptr;
+std::atomic<int> s_first{0};  // the signal that asked for the end
+std::atomic<std::int64_t> s_firstNs{0};
+std::atomic<bool> s_isResized{false};
+std::atomic<bool> s_isSuspended{false};
+static_assert(std::atomic<std::int64_t>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
+              "signal handlers use them");
+
+std::int64_t nowNs() {
+    constexpr std::int64_t kNanosPerSecond = 1'000'000'000;
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * kNanosPerSecond + now.tv_nsec;
+}
+
+void handle(int signal, void (*action)(int)) {
+    struct sigaction handling {};
+    handling.sa_handler = action;
+    handling.sa_flags = SA_RESTART;
+    sigemptyset(&handling.sa_mask);
+    ::sigaction(signal, &handling, nullptr);
+}
+
+void endNow(int signal) {
+    restoreTerminalNow();
+    endBySignal(signal);
+}
+
+void onEnding(int signal) {
+    const int error = errno;
+    int none = 0;
+    if (s_first.compare_exchange_strong(none, signal)) {
+        s_firstNs = nowNs();
+        s_woken->wake();
+        ::alarm(kPatienceSeconds);
+    } else {
+        const auto repeats = std::chrono::nanoseconds(kSignalRepeats).count();
+        if (signal != none || nowNs() - s_firstNs >= repeats) endNow(signal);
+    }
+    errno = error;
+}
+
+// The main thread is stuck, as in writing to a terminal that takes nothing.
+void onAlarm(int /*signal*/) {
+    endNow(s_first);
+}
+
+void onResize(int /*signal*/) {
+    const int error = errno;
+    s_isResized = true;
+    s_woken->wake();
+    errno = error;
+}
+
+void onSuspension(int /*signal*/) {
+    const int error = errno;
+    s_isSuspended = true;
+    s_woken->wake();
+    errno = error;
+}
+
+sigset_t heededSignals() {
+    sigset_t all;
+    sigemptyset(&all);
+    for (const int signal : kEnding)
+        sigaddset(&all, signal);
+    for (const int signal : {SIGALRM, SIGWINCH, SIGTSTP})
+        sigaddset(&all, signal);
+    return all;
+}
+
+}  // namespace
+
+TerminalSignals::TerminalSignals(const WakeUp& woken) {
+    s_woken = &woken;
+    handle(SIGALRM, onAlarm);
+    for (const int signal : kEnding)
+        if (!isIgnored(signal)) handle(signal, onEnding);
+}
+
+void TerminalSignals::heedTerminal() {
+    handle(SIGWINCH, onResize);
+    if (!isIgnored(SIGTSTP)) handle(SIGTSTP, onSuspension);
+}
+
+bool TerminalSignals::stopRequested() const {
+    return s_first != 0;
+}
+
+bool TerminalSignals::takeResize() {
+    return s_isResized.exchange(false);
+}
+
+bool TerminalSignals::takeSuspension() {
+    return s_isSuspended.exchange(false);
+}
+
+SignalsHeld::SignalsHeld() {
+    const sigset_t all = heededSignals();
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
+
+SignalsHeld::~SignalsHeld() {
+    const sigset_t all = heededSignals();
+    pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
+}
+
+void stopByJobControl() {
+    std::signal(SIGTSTP, SIG_DFL);
+    std::raise(SIGTSTP);
+    handle(SIGTSTP, onSuspension);
+}
+
+}  // namespace vexo
