@@ -15,6 +15,7 @@ namespace {
 struct Report {
     std::string before;
     std::string after;
+    void (*first)() = nullptr;
 };
 const Report* s_report = nullptr;
 
@@ -27,6 +28,7 @@ void say(std::string_view text) {
 
 // The disposition is the default again by now, and the signal held until the handler returns.
 void onCrash(int signal) {
+    if (s_report->first) s_report->first();
     if (const char* call = s_runningCall.load(std::memory_order_relaxed)) {
         say(s_report->before);
         say(call);
@@ -48,12 +50,12 @@ void useStackOfItsOwn() {
 
 }  // namespace
 
-void reportCrashes(const std::string& line) {
+void reportCrashes(const std::string& line, void (*first)()) {
     static Report report;
     const std::size_t place = line.find(kCallPlaceholder);
     // A bundle of the user's own may have no place for the name: then it comes at the end, before the line feed.
-    report = place != std::string::npos ? Report{line.substr(0, place), line.substr(place + 1)}
-                                        : Report{line.substr(0, line.size() - 1), line.substr(line.size() - 1)};
+    report = place != std::string::npos ? Report{line.substr(0, place), line.substr(place + 1), first}
+                                        : Report{line.substr(0, line.size() - 1), line.substr(line.size() - 1), first};
     s_report = &report;
     bool any = false;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {

@@ -52,8 +52,9 @@ inline constexpr char kCallPlaceholder[] = "\1";
 
 // From here on, when the process crashes during an engine call, `line`, which ends with its line feed, is written to
 // standard error with the name of the function at its placeholder; then the signal does what it does otherwise. Crashes
-// that somebody else handles already, a sanitizer for instance, are left to him.
-void reportCrashes(const std::string& line);
+// that somebody else handles already, a sanitizer for instance, are left to him. `first` is called before, also for
+// crashes outside of a call; it has to be fit for a signal handler.
+void reportCrashes(const std::string& line, void (*first)() = nullptr);
 
 }  // namespace vexo
 
