@@ -109,8 +109,7 @@ bool Alphabet::has(wchar_t character) const {
     if (character <= kLastAscii || m_isAscii || std::iswprint(static_cast<std::wint_t>(character)) == 0) return false;
     std::array<char, MB_LEN_MAX> bytes{};
     std::mbstate_t state{};
-    return ::wcwidth(character) >= 0 &&
-           std::wcrtomb(bytes.data(), character, &state) != static_cast<std::size_t>(-1);
+    return ::wcwidth(character) >= 0 && std::wcrtomb(bytes.data(), character, &state) != static_cast<std::size_t>(-1);
 }
 
 Painter::Painter(bool withColours) {

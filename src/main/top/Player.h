@@ -20,8 +20,8 @@ namespace vexo {
 class Player {
 public:
     struct Place {
-        RecordPtr now;     // null before the first move
-        RecordPtr before;  // of the same run; null if there is none
+        RecordPtr now;                          // null before the first move
+        RecordPtr before;                       // of the same run; null if there is none
         std::optional<std::int64_t> gapMs;      // between the record and the one before it
         std::optional<std::int64_t> gapNextMs;  // and the one behind it
     };
@@ -61,7 +61,7 @@ private:
     HistoryGaps m_gaps;
     HistoryTables m_tables;
     Place m_place;
-    RecordPtr m_previous;         // the record before, of whatever run
+    RecordPtr m_previous;          // the record before, of whatever run
     std::uint64_t m_readerAt = 0;  // where the reader is; 0 for unknown
     String m_notice;
 };

@@ -75,7 +75,8 @@ void readOption(TopOptions& options, const GivenOption& given, std::optional<std
 void examine(const TopOptions& options, bool hasCount) {
     if (options.help || options.version) return;
     if (options.settings && options.history) refuseOption("ERR_EXCLUDE", "-f", "--replay");
-    if (!options.settings && !options.history) throw OptionException(MessageHelper("TOP", "TOP_").getResStr("ERR_NO_SOURCE"));
+    if (!options.settings && !options.history)
+        throw OptionException(MessageHelper("TOP", "TOP_").getResStr("ERR_NO_SOURCE"));
     if (hasCount && !options.batch) refuseOption("ERR_NEEDS", "--count", "--batch");
     if (options.at && !options.history) refuseOption("ERR_NEEDS", "--at", "--replay");
     if (options.follow && !options.history) refuseOption("ERR_NEEDS", "--follow", "--replay");
@@ -87,8 +88,7 @@ void examine(const TopOptions& options, bool hasCount) {
 TopOptions readTopOptions(int argc, char** argv) {
     TopOptions options;
     std::optional<std::uint64_t> count;
-    readOptions(argc, argv, ":f:hV", kOptions,
-                [&](const GivenOption& given) { readOption(options, given, count); });
+    readOptions(argc, argv, ":f:hV", kOptions, [&](const GivenOption& given) { readOption(options, given, count); });
     examine(options, count.has_value());
     options.count = count.value_or(options.count);
     const char* const unwanted = std::getenv("NO_COLOR");

@@ -125,8 +125,14 @@ std::map<std::string, std::string> argumentsOfTexts() {
     // The same of OPTIONS.
     const std::pair<const char*, const char*> options[] = {
         {"s", "SEE_HELP ERR_OPTION ERR_NO_VALUE ERR_ARGUMENT ERR_REPEATED"},
-        {"ss", "ERR_VALUE ERR_EXCLUDE"},
+        {"ss", "ERR_VALUE ERR_EXCLUDE ERR_NEEDS"},
         {"", "ERR_NO_SETTINGS"}};
+    // The same of TOP.
+    const std::pair<const char*, const char*> screen[] = {
+        {"s", "NAME ERR_TERMINAL_UNKNOWN ERR_TERMINAL_POOR ERR_EMPTY BAD_INTERVAL BAD_TIME BEGINS ENDS"},
+        {"",
+         "HELP_USAGE HELP_SCREEN HELP_OTHER ERR_NO_SOURCE ERR_NO_TERMINAL ONLY_LIVE NO_PAUSE NO_NEXT_RECORD "
+         "NO_PREVIOUS_RECORD NO_NEXT_WAIT NO_PREVIOUS_WAIT NO_NEXT_GAP NO_PREVIOUS_GAP"}};
     std::map<std::string, std::string> arguments = {{"KORA_FILE_NOT_FOUND_ERROR", ""},
                                                     {"KORA_ACCESS_ERROR", ""},
                                                     {"KORA_ERR_CREATE_FILE", "ssd"},
@@ -144,6 +150,7 @@ std::map<std::string, std::string> argumentsOfTexts() {
     add("VEXO_", texts);
     add("AGENT_", recorder);
     add("OPTIONS_", options);
+    add("TOP_", screen);
     return arguments;
 }
 
