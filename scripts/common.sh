@@ -53,6 +53,9 @@ test_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_package
     "${metrics_test_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev
     python3 python3-jsonschema valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
+# What the Debian packages are made with, and looked at.
+package_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}" pkg-config libmariadb-dev
+    libgtest-dev libncurses-dev debhelper dpkg-dev git lintian blhc)
 
 # Configures build/NAME; further arguments go to cmake.
 configure() {
