@@ -54,30 +54,31 @@ const Sheet& filesSheet() {
         "FILES",
         Section::kFiles,
         {
-            {"COLUMN_FILE",
-             [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(file(f, i).name)); },
+                  {"COLUMN_FILE", [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(file(f, i).name)); },
              12, 34, 0, Side::kLeft, Cut::kStart, false},
-            {"COLUMN_SIZE",
+                  {"COLUMN_SIZE",
              [](const Facts& f, std::uint32_t i) {
                  return numberValue(Kind::kBytes, static_cast<double>(file(f, i).sizeBytes));
              },
              5, 5, 1},
-            {"COLUMN_GROWTH", [](const Facts& f, std::uint32_t i) { return numberValue(Kind::kByteRate, f.growthOf(i)); },
-             6, 6, 4},
-            {"COLUMN_HANDLES", [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.all); }, 7, 7, 1},
-            {"COLUMN_LOCKING", [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.locking); }, 5, 5,
-             2},
-            {"COLUMN_WAITING",
-             [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.waiting, Style::kWait); }, 5, 5, 1},
-            {"COLUMN_FLAGS", flagsValue, 8, 8, 4, Side::kLeft},
-            {"COLUMN_PAGE",
+                  {"COLUMN_GROWTH",
+             [](const Facts& f, std::uint32_t i) { return numberValue(Kind::kByteRate, f.growthOf(i)); }, 6, 6, 4},
+                  {"COLUMN_HANDLES", [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.all); }, 7, 7,
+             1},
+                  {"COLUMN_LOCKING", [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.locking); }, 5,
+             5, 2},
+                  {"COLUMN_WAITING",
+             [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.waiting, Style::kWait); }, 5, 5,
+             1},
+                  {"COLUMN_FLAGS", flagsValue, 8, 8, 4, Side::kLeft},
+                  {"COLUMN_PAGE",
              [](const Facts& f, std::uint32_t i) {
                  return numberValue(Kind::kBytes, static_cast<double>(file(f, i).pageSizeBytes));
              },
              5, 5, 6},
-        },
+                  },
         3,
-        [](const Facts& f, std::uint32_t) { return placesFrom(0, f.now().files.size()); },
+        [](const Facts& f, std::uint32_t) { return placesFrom(0, f.now().files.size());},
         matchFiles,
     };
     return kSheet;
@@ -88,41 +89,42 @@ const Sheet& fileHandlesSheet() {
         "FILE_HANDLES",
         Section::kFiles,
         {
-            {"COLUMN_CLIENT",
-             [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(handle(f, i).client)); },
-             12, 26, 0, Side::kLeft, Cut::kMiddle, false},
-            {"COLUMN_INDEX", [](const Facts& f, std::uint32_t i) { return countValue(handle(f, i).clientIndex); }, 6, 6, 3,
-             Side::kRight, Cut::kEnd, false},
-            {"COLUMN_WAITS_FOR", [](const Facts& f, std::uint32_t i) { return waitValue(f, handle(f, i).state.waitState); },
-             6, 6, 1, Side::kLeft},
-            {"COLUMN_LOCK", [](const Facts& f, std::uint32_t i) { return recordLockValue(f, handle(f, i).state); }, 6, 6, 1,
+                  {"COLUMN_CLIENT",
+             [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(handle(f, i).client)); }, 12, 26, 0,
+             Side::kLeft, Cut::kMiddle, false},
+                  {"COLUMN_INDEX", [](const Facts& f, std::uint32_t i) { return countValue(handle(f, i).clientIndex); }, 6, 6,
+             3, Side::kRight, Cut::kEnd, false},
+                  {"COLUMN_WAITS_FOR",
+             [](const Facts& f, std::uint32_t i) { return waitValue(f, handle(f, i).state.waitState); }, 6, 6, 1,
              Side::kLeft},
-            {"COLUMN_TRANSACTION",
-             [](const Facts& f, std::uint32_t i) { return transactionValue(f, handle(f, i).state.transactionState); }, 5, 5,
-             1, Side::kLeft},
-            {"COLUMN_MODE", [](const Facts& f, std::uint32_t i) { return openModeValue(f, handle(f, i).state); }, 8, 8, 2,
-             Side::kLeft},
-            {"COLUMN_ADDRESS",
+                  {"COLUMN_LOCK", [](const Facts& f, std::uint32_t i) { return recordLockValue(f, handle(f, i).state); }, 6,
+             6, 1, Side::kLeft},
+                  {"COLUMN_TRANSACTION",
+             [](const Facts& f, std::uint32_t i) { return transactionValue(f, handle(f, i).state.transactionState); },
+             5, 5, 1, Side::kLeft},
+                  {"COLUMN_MODE", [](const Facts& f, std::uint32_t i) { return openModeValue(f, handle(f, i).state); }, 8, 8,
+             2, Side::kLeft},
+                  {"COLUMN_ADDRESS",
              [](const Facts& f, std::uint32_t i) {
                  return ofSession(f, i, [&](const SessionItem& s) { return textValue(f.now().name(s.address)); });
              },
              15, 15, 4, Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_PID",
+                  {"COLUMN_PID",
              [](const Facts& f, std::uint32_t i) {
                  return ofSession(f, i, [](const SessionItem& s) { return countValue(s.pid); });
              },
              7, 7, 5, Side::kRight, Cut::kEnd, false},
-            {"COLUMN_LOCKS",
+                  {"COLUMN_LOCKS",
              [](const Facts& f, std::uint32_t i) {
                  return ofSession(f, i, [](const SessionItem& s) { return countValue(s.locksUsed); });
              },
              6, 6, 6},
-        },
+                  },
         2,
         [](const Facts& f, std::uint32_t owner) {
             const HandleRange range = file(f, owner).handles;
             return placesFrom(range.first, range.count);
-        },
+                  },
         matchFileHandles,
     };
     return kSheet;

@@ -20,7 +20,7 @@ Value wordValue(const Facts& facts, Codes kind, std::int64_t code, const char* k
         value.before = "?" + std::to_string(code);
         return value;
     }
-    return textValue(facts.texts()[(keyStart + std::string(word)).c_str()]);
+    return textValue(facts.texts().ofWord(keyStart, word));
 }
 
 Value openModeValue(const Facts& facts, const HandleState& state) {

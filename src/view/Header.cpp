@@ -17,10 +17,6 @@ int widthOf(const std::vector<Piece>& pieces) {
     return width;
 }
 
-std::string clockOf(std::int64_t epochMs) {
-    return localTime(epochMs).substr(11, 8);
-}
-
 std::string withReason(std::string sentence, const std::string& reason) {
     return reason.empty() ? sentence : sentence + ": " + screenText(reason);
 }
@@ -28,13 +24,17 @@ std::string withReason(std::string sentence, const std::string& reason) {
 // What is wrong with the connection; empty where nothing is.
 std::string linkText(const Texts& texts, const Situation& situation) {
     const auto since = [&](const char* key) {
-        return withReason(texts.format(key, clockOf(situation.linkSinceMs)), situation.reason);
+        return withReason(texts.format(key, shownClock(situation.linkSinceMs)), situation.reason);
     };
     switch (situation.link) {
-        case Situation::Link::kConnecting: return withReason(texts["CONNECTING"], situation.reason);
-        case Situation::Link::kLost: return since("LOST");
-        case Situation::Link::kStalled: return since("STALLED");
-        default: return {};
+        case Situation::Link::kConnecting:
+            return withReason(texts["CONNECTING"], situation.reason);
+        case Situation::Link::kLost:
+            return since("LOST");
+        case Situation::Link::kStalled:
+            return since("STALLED");
+        default:
+            return {};
     }
 }
 
@@ -86,7 +86,7 @@ std::string sectionText(const Facts& facts, Section section) {
     const Texts& texts = facts.texts();
     const SectionResult& result = facts.now().section(section);
     if (result.state == SectionState::kWhole) return {};
-    const std::string name = texts[("SECTION_" + std::string(wordOf(section))).c_str()];
+    const std::string name = texts.ofWord("SECTION_", wordOf(section));
     if (result.state == SectionState::kOff) return name + ": " + texts["SECTION_OFF"];
     return withReason(name + ": " + texts["SECTION_FAILED"], result.text);
 }
@@ -95,9 +95,12 @@ std::string scopeText(const Facts& facts, const Level& level) {
     const Texts& texts = facts.texts();
     const bool isOfHandles = level.owner().has_value();
     switch (facts.now().scope) {
-        case HandleScope::kNone: return isOfHandles || level.sheet().isTree ? texts["SCOPE_NONE"] : std::string();
-        case HandleScope::kNoted: return isOfHandles ? texts["SCOPE_NOTED"] : std::string();
-        default: return {};
+        case HandleScope::kNone:
+            return isOfHandles || level.sheet().isTree ? texts["SCOPE_NONE"] : std::string();
+        case HandleScope::kNoted:
+            return isOfHandles ? texts["SCOPE_NOTED"] : std::string();
+        default:
+            return {};
     }
 }
 
@@ -167,7 +170,8 @@ Line secondHeaderLine(const Facts& facts, const Situation& situation, int column
     std::vector<Piece> pieces;
     pieces.push_back({linkText(texts, situation), Style::kGap, 0});
     if (situation.gapMs) pieces.push_back({texts.format("GAP_BEFORE", duration(*situation.gapMs)), Style::kGap, 1});
-    if (situation.gapNextMs) pieces.push_back({texts.format("GAP_BEHIND", duration(*situation.gapNextMs)), Style::kGap, 3});
+    if (situation.gapNextMs)
+        pieces.push_back({texts.format("GAP_BEHIND", duration(*situation.gapNextMs)), Style::kGap, 3});
     if (facts.hasRecord()) {
         addUsage(pieces, facts);
         const Rate requests = facts.communication().requests;
@@ -199,7 +203,9 @@ Line ruleLine(const Facts& facts, const Level& level, int columns) {
     constexpr int kLeast = 2;
     left = cutTo(left, std::max(columns - vexo::widthOf(right) - kLeast, 0), Cut::kMiddle);
     const int dashes = std::max(columns - vexo::widthOf(left) - vexo::widthOf(right), 0);
-    return {{left + std::string(static_cast<std::size_t>(dashes), '-') + right, Style::kPlain}};
+    return {
+        {left + std::string(static_cast<std::size_t>(dashes), '-') + right, Style::kPlain}
+    };
 }
 
 std::vector<Line> notesOf(const Facts& facts, const Level& level, int columns) {
@@ -217,7 +223,10 @@ std::vector<Line> notesOf(const Facts& facts, const Level& level, int columns) {
     }
     std::vector<Line> lines;
     for (const std::string& note : notes)
-        if (!note.empty()) lines.push_back({{cutTo(note, columns, Cut::kEnd), Style::kGap}});
+        if (!note.empty())
+            lines.push_back({
+                {cutTo(note, columns, Cut::kEnd), Style::kGap}
+            });
     return lines;
 }
 

@@ -71,7 +71,8 @@ void Level::measure(const Facts& facts) {
 
 void Level::step(std::ptrdiff_t rows) {
     const auto last = static_cast<std::ptrdiff_t>(m_rows.empty() ? 0 : m_rows.size() - 1);
-    m_cursor = static_cast<std::size_t>(std::clamp(static_cast<std::ptrdiff_t>(m_cursor) + rows, std::ptrdiff_t{0}, last));
+    m_cursor =
+        static_cast<std::size_t>(std::clamp(static_cast<std::ptrdiff_t>(m_cursor) + rows, std::ptrdiff_t{0}, last));
 }
 
 void Level::toItem(std::uint32_t item) {
@@ -111,7 +112,9 @@ void Level::sortBy(int columnsFurther) {
         return placed.column == m_arrangement.column;
     });
     // From no column at all, to the first or the last one.
-    const int place = present != m_placed.end() ? static_cast<int>(present - m_placed.begin()) : columnsFurther > 0 ? -1 : 0;
+    const int place = present != m_placed.end() ? static_cast<int>(present - m_placed.begin())
+                      : columnsFurther > 0      ? -1
+                                                : 0;
     sortAs(m_placed[static_cast<std::size_t>((place + columnsFurther + count) % count)].column);
 }
 
@@ -137,9 +140,8 @@ std::vector<PlacedColumn> Level::layOut(const Facts& facts, int columns) const {
     std::vector<std::size_t> byPriority(specs.size());
     for (std::size_t column = 0; column < specs.size(); ++column)
         byPriority[column] = column;
-    std::stable_sort(byPriority.begin(), byPriority.end(), [&](std::size_t left, std::size_t right) {
-        return specs[left].priority < specs[right].priority;
-    });
+    std::stable_sort(byPriority.begin(), byPriority.end(),
+                     [&](std::size_t left, std::size_t right) { return specs[left].priority < specs[right].priority; });
     std::vector<PlacedColumn> placed;
     int least = -kBetween;
     int usual = -kBetween;
@@ -199,8 +201,11 @@ Line Level::row(const Facts& facts, std::size_t place, int columns) const {
                isSelected ? Style::kSelected : value.style);
         used += placed.width + kBetween;
     }
-    const int rest = columns - (used - kBetween);
-    if (isSelected && rest > 0) append(line, std::string(static_cast<std::size_t>(rest), ' '), Style::kSelected);
+    if (isSelected) {
+        append(line, rightIn("", columns - (used - kBetween)), Style::kSelected);
+    } else {
+        line.back().text.erase(line.back().text.find_last_not_of(' ') + 1);
+    }
     return line;
 }
 

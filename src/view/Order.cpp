@@ -20,8 +20,8 @@ bool containsFolded(std::string_view text, std::string_view needle) {
 
 // A row's value in few bytes: a hundred thousand of them are compared while somebody waits for a key to answer.
 struct Key {
-    std::uint64_t number;   // in the order of the numbers
-    std::uint64_t start;    // of the text, behind what all texts have in common
+    std::uint64_t number;  // in the order of the numbers
+    std::uint64_t start;   // of the text, behind what all texts have in common
     std::string_view text;
     std::uint32_t item;
 };

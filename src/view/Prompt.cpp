@@ -24,14 +24,19 @@ void removeLast(std::string& text) {
 
 Prompt::State Prompt::press(Key key) {
     switch (key.kind) {
-        case KeyKind::kEnter: return State::kAccepted;
-        case KeyKind::kEscape: return State::kCancelled;
+        case KeyKind::kEnter:
+            return State::kAccepted;
+        case KeyKind::kEscape:
+            return State::kCancelled;
         case KeyKind::kBackspace:
-        case KeyKind::kDelete: removeLast(m_text); break;
+        case KeyKind::kDelete:
+            removeLast(m_text);
+            break;
         case KeyKind::kCharacter:
             if (isText(key.character) && m_text.size() < kMostBytes) appendUtf8(m_text, key.character);
             break;
-        default: break;
+        default:
+            break;
     }
     return State::kOpen;
 }
@@ -42,7 +47,10 @@ Line Prompt::line(int columns, int& cursor) const {
     const std::string label = cutTo(m_label + ": ", most, Cut::kEnd);
     const std::string text = cutTo(screenText(std::string_view(m_text)), most - widthOf(label), Cut::kStart);
     cursor = widthOf(label) + widthOf(text);
-    return {{label, Style::kStrong}, {text, Style::kPlain}};
+    return {
+        {label, Style::kStrong},
+        {text,  Style::kPlain }
+    };
 }
 
 }  // namespace vexo

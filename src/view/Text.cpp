@@ -6,6 +6,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cwchar>
+#include <iterator>
 #include <vector>
 
 #include "Utf8.h"
@@ -159,6 +160,13 @@ const std::string& Texts::operator[](const char* key) const {
     const auto known = m_known.find(key);
     if (known != m_known.end()) return known->second;
     return m_known.emplace(key, screenText(m_messages.getResStr(key))).first->second;
+}
+
+const std::string& Texts::ofWord(const char* keyStart, std::string_view word) const {
+    std::string key = keyStart;
+    std::transform(word.begin(), word.end(), std::back_inserter(key),
+                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+    return (*this)[key.c_str()];
 }
 
 std::string Texts::format(const char* key, const std::string& first, const std::string& second) const {

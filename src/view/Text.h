@@ -38,6 +38,8 @@ public:
     Texts();
     // The text of a key. Valid as long as this.
     const std::string& operator[](const char* key) const;
+    // The text of a key that ends in `word`, in upper case.
+    const std::string& ofWord(const char* keyStart, std::string_view word) const;
     // With arguments, which are ASCII.
     std::string format(const char* key, const std::string& first, const std::string& second = {}) const;
 

@@ -120,7 +120,7 @@ const Sheet& usageSheet() {
             {"COLUMN_BAR", [](const Facts& f, std::uint32_t i) { return barValue(amount(f, i)); }, 12, 26, 3, Side::kLeft},
         },
         kUnsorted,
-        [](const Facts&, std::uint32_t) { return placesFrom(0, std::size(kResources)); },
+        [](const Facts& f, std::uint32_t) { return placesFrom(0, f.now().usage ? std::size(kResources) : 0); },
     };
     return kSheet;
 }
@@ -147,7 +147,9 @@ const Sheet& communicationsSheet() {
              10, 10, 2},
         },
         kUnsorted,
-        [](const Facts& f, std::uint32_t) { return placesFrom(0, kFixedLines + f.now().protocols.size()); },
+        [](const Facts& f, std::uint32_t) {
+            return placesFrom(0, f.now().communication ? kFixedLines + f.now().protocols.size() : 0);
+        },
     };
     return kSheet;
 }

@@ -64,11 +64,6 @@ std::string shownBar(const Value& value, int columns) {
     return "[" + bar + (value.isOpen ? " " : "]");
 }
 
-// The time of the day within a local time such as "2026-11-21 14:03:20 +01:00".
-std::string clockOf(double epochMs) {
-    return localTime(static_cast<std::int64_t>(epochMs)).substr(11, 8);
-}
-
 std::string shownText(const Value& value, int columns, Cut cut) {
     const int beside = widthOf(value.before) + widthOf(value.behind);
     if (beside >= columns) return cutTo(value.before + screenText(value.text) + value.behind, columns, cut);
@@ -84,13 +79,19 @@ std::string shownNumber(const Value& value, int columns) {
         case Value::Kind::kShare: return fixed(value.number * 100, 0);
         case Value::Kind::kMillis: return shownDuration(value.number);
         case Value::Kind::kAtLeast: return ">=" + shownDuration(value.number);
-        case Value::Kind::kClock: return clockOf(value.number);
+        case Value::Kind::kClock: return shownClock(static_cast<std::int64_t>(value.number));
         case Value::Kind::kBar: return shownBar(value, columns);
         default: return "-";
     }
 }
 
 }  // namespace
+
+std::string shownClock(std::int64_t epochMs) {
+    const std::string whole = localTime(epochMs);
+    const std::size_t blank = whole.find(' ');
+    return blank == std::string::npos ? whole : whole.substr(blank + 1, whole.find_first_of(" +-", blank + 1) - blank - 1);
+}
 
 std::string shownDuration(double millis) {
     constexpr double kSecond = 1000;

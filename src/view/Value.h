@@ -65,6 +65,8 @@ inline Value countValue(std::uint64_t count) {
 // A value in at most so many columns.
 std::string shown(const Value& value, int columns, Cut cut);
 
+// The local time of the day, such as "14:03:20".
+std::string shownClock(std::int64_t epochMs);
 // Such as "2d07h", "12m", "40s", "0.2s".
 std::string shownDuration(double millis);
 

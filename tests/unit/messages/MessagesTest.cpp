@@ -83,6 +83,20 @@ TEST(CMSGStrings, PreparesDialogsAndKeys) {
     EXPECT_EQ(keys, (std::array<String, 4>{L"P-N5N6", L"LK_MSG_N5", L"P_N7", L"LK_MSG_7008"}));
 }
 
+// The keys of a bundle's file, in its order; fails for a line that is none of a property.
+std::vector<std::string> keysOf(const std::string& content) {
+    const std::regex property("([A-Z0-9_]+)=.*");
+    std::vector<std::string> keys;
+    std::istringstream lines(content);
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch parts;
+        if (line.empty() || line[0] == '#' || line[0] == ' ') continue;
+        EXPECT_TRUE(std::regex_match(line, parts, property)) << line;
+        if (!parts.empty()) keys.push_back(parts[1]);
+    }
+    return keys;
+}
+
 // What each text is given: a text s, a number d.
 std::map<std::string, std::string> argumentsOfTexts() {
     // By what they are given (a text: s, a number: d), the texts of VEXO; the others are those of statuses.
@@ -133,6 +147,9 @@ std::map<std::string, std::string> argumentsOfTexts() {
         {"",
          "HELP_USAGE HELP_SCREEN HELP_OTHER ERR_NO_SOURCE ERR_NO_TERMINAL ONLY_LIVE NO_PAUSE NO_NEXT_RECORD "
          "NO_PREVIOUS_RECORD NO_NEXT_WAIT NO_PREVIOUS_WAIT NO_NEXT_GAP NO_PREVIOUS_GAP"}};
+    // The same of the views of TOP.
+    const std::pair<const char*, const char*> views[] = {
+        {"s", "LOST STALLED GAP_BEFORE GAP_BEHIND"}, {"ss", "TOTAL_WAITS"}};
     std::map<std::string, std::string> arguments = {{"KORA_FILE_NOT_FOUND_ERROR", ""},
                                                     {"KORA_ACCESS_ERROR", ""},
                                                     {"KORA_ERR_CREATE_FILE", "ssd"},
@@ -151,21 +168,11 @@ std::map<std::string, std::string> argumentsOfTexts() {
     add("AGENT_", recorder);
     add("OPTIONS_", options);
     add("TOP_", screen);
+    // Of those of the views the others are given nothing.
+    for (const std::string& key : keysOf(contents(VEXO_SHIPPED_BUNDLES "/TOP.properties")))
+        if (key.find("TOP_VIEW_") == 0) arguments[key] = "";
+    add("TOP_VIEW_", views);
     return arguments;
-}
-
-// The keys of a bundle's file, in its order; fails for a line that is none of a property.
-std::vector<std::string> keysOf(const std::string& content) {
-    const std::regex property("([A-Z0-9_]+)=.*");
-    std::vector<std::string> keys;
-    std::istringstream lines(content);
-    for (std::string line; std::getline(lines, line);) {
-        std::smatch parts;
-        if (line.empty() || line[0] == '#' || line[0] == ' ') continue;
-        EXPECT_TRUE(std::regex_match(line, parts, property)) << line;
-        if (!parts.empty()) keys.push_back(parts[1]);
-    }
-    return keys;
 }
 
 // Whether a text, which is given `types`, asks for nothing else and can be shown.
