@@ -25,10 +25,10 @@ Key character(char32_t c) {
 }
 
 const Place kPlaces[] = {
-    {ViewName::kFiles,    {}                       },
-    {ViewName::kWaits,    {}                       },
-    {ViewName::kSessions, {}                       },
-    {ViewName::kFiles,    {{KeyKind::kEnter, 0}}   }, // the handles of the first file, which are all
+    {ViewName::kFiles,    {}                                                                    },
+    {ViewName::kWaits,    {}                                                                    },
+    {ViewName::kSessions, {}                                                                    },
+    {ViewName::kFiles,    {{KeyKind::kEnter, 0}}                                                }, // the handles of the first file, which are all
     {ViewName::kFiles,    {{KeyKind::kEnter, 0}, character('<'), character('<'), character('F')}}, // by names, following
 };
 
@@ -63,7 +63,12 @@ void showRecord(benchmark::State& state) {
         std::swap(shown.records[0], shown.records[1]);
     }
 }
-BENCHMARK(showRecord)->ArgsProduct({{1'000, 100'000}, {0, 1, 2, 3, 4}})->Unit(benchmark::kMillisecond);
+BENCHMARK(showRecord)
+    ->ArgsProduct({
+        {1'000, 100'000},
+        { 0, 1, 2, 3, 4}
+})
+    ->Unit(benchmark::kMillisecond);
 
 void pressKey(benchmark::State& state, Key key) {
     Shown shown(state);
@@ -72,10 +77,16 @@ void pressKey(benchmark::State& state, Key key) {
         benchmark::DoNotOptimize(shown.viewer.picture(kScreen).lines.data());
     }
 }
-BENCHMARK_CAPTURE(pressKey, down, Key{KeyKind::kDown, 0})
+BENCHMARK_CAPTURE(pressKey, down,
+                  Key{
+                      KeyKind::kDown, 0
+})
     ->ArgsProduct({{1'000, 100'000}, {0, 1, 2, 3, 4}})
     ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(pressKey, sort, Key{KeyKind::kCharacter, '>'})
+BENCHMARK_CAPTURE(pressKey, sort,
+                  Key{
+                      KeyKind::kCharacter, '>'
+})
     ->ArgsProduct({{100'000}, {0, 1, 2, 3}})
     ->Unit(benchmark::kMillisecond);
 
@@ -89,6 +100,11 @@ void typeFilter(benchmark::State& state) {
         shown.viewer.picture(kScreen);
     }
 }
-BENCHMARK(typeFilter)->ArgsProduct({{100'000}, {0, 1, 2, 3}})->Unit(benchmark::kMillisecond);
+BENCHMARK(typeFilter)
+    ->ArgsProduct({
+        {100'000},
+        { 0, 1, 2, 3}
+})
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

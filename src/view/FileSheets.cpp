@@ -9,11 +9,26 @@ const FileItem& file(const Facts& facts, std::uint32_t item) {
     return facts.now().files[item];
 }
 
-Value countOf(const Facts& facts, std::uint32_t count, Style style = Style::kPlain) {
-    if (facts.now().scope == HandleScope::kNone) return {};
-    Value value = countValue(count);
-    if (count != 0) value.style = style;
-    return value;
+Value nameValue(const Facts& facts, std::uint32_t item) {
+    return textValue(facts.now().name(file(facts, item).name));
+}
+
+Value sizeValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(Value::Kind::kBytes, static_cast<double>(file(facts, item).sizeBytes));
+}
+
+Value pageSizeValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(Value::Kind::kBytes, static_cast<double>(file(facts, item).pageSizeBytes));
+}
+
+Value growthValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(Value::Kind::kByteRate, facts.growthOf(item));
+}
+
+template <std::uint32_t HandleCounts::*count>
+Value countValueOf(const Facts& facts, std::uint32_t item) {
+    constexpr Style kStyle = count == &HandleCounts::waiting ? Style::kWait : Style::kPlain;
+    return handleCountValue(facts, file(facts, item).counts.*count, kStyle);
 }
 
 Value flagsValue(const Facts& facts, std::uint32_t item) {
@@ -37,48 +52,44 @@ const FileHandleItem& handle(const Facts& facts, std::uint32_t item) {
     return facts.now().fileHandles[item];
 }
 
+Value clientValue(const Facts& facts, std::uint32_t item) {
+    return textValue(facts.now().name(handle(facts, item).client));
+}
+
+Value clientIndexValue(const Facts& facts, std::uint32_t item) {
+    return countValue(handle(facts, item).clientIndex);
+}
+
 // Of the session whose name is that of the handle's client.
-template <typename Of>
-Value ofSession(const Facts& facts, std::uint32_t item, Of of) {
-    const std::uint32_t session = facts.sessionNamed(handle(facts, item).client);
-    if (session == kNowhere) return {};
-    if (session == kAmbiguous) return textValue("?");
-    return of(facts.now().sessions[session]);
+template <auto member>
+Value ofSession(const Facts& facts, std::uint32_t item) {
+    const std::uint32_t place = facts.sessionNamed(handle(facts, item).client);
+    if (place == kNowhere) return {};
+    if (place == kAmbiguous) return textValue("?");
+    const SessionItem& session = facts.now().sessions[place];
+    if constexpr (member == &SessionItem::address) return textValue(facts.now().name(session.address));
+    return countValue(session.*member);
+}
+
+template <Value (*word)(const Facts&, const HandleState&)>
+Value stateValue(const Facts& facts, std::uint32_t item) {
+    return word(facts, handle(facts, item).state);
 }
 
 }  // namespace
 
 const Sheet& filesSheet() {
-    using Kind = Value::Kind;
     static const Sheet kSheet = {
         "FILES",
         Section::kFiles,
-        {
-                  {"COLUMN_FILE", [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(file(f, i).name)); },
-             12, 34, 0, Side::kLeft, Cut::kStart, false},
-                  {"COLUMN_SIZE",
-             [](const Facts& f, std::uint32_t i) {
-                 return numberValue(Kind::kBytes, static_cast<double>(file(f, i).sizeBytes));
-             },
-             5, 5, 1},
-                  {"COLUMN_GROWTH",
-             [](const Facts& f, std::uint32_t i) { return numberValue(Kind::kByteRate, f.growthOf(i)); }, 6, 6, 4},
-                  {"COLUMN_HANDLES", [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.all); }, 7, 7,
-             1},
-                  {"COLUMN_LOCKING", [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.locking); }, 5,
-             5, 2},
-                  {"COLUMN_WAITING",
-             [](const Facts& f, std::uint32_t i) { return countOf(f, file(f, i).counts.waiting, Style::kWait); }, 5, 5,
-             1},
-                  {"COLUMN_FLAGS", flagsValue, 8, 8, 4, Side::kLeft},
-                  {"COLUMN_PAGE",
-             [](const Facts& f, std::uint32_t i) {
-                 return numberValue(Kind::kBytes, static_cast<double>(file(f, i).pageSizeBytes));
-             },
-             5, 5, 6},
-                  },
+        {nameColumn("COLUMN_FILE", 0,    12, 34, Cut::kStart, nameValue), numberColumn("COLUMN_SIZE", 1, 5, sizeValue),
+                  numberColumn("COLUMN_GROWTH", 4, 6, growthValue),
+                  numberColumn("COLUMN_HANDLES", 1, 7, countValueOf<&HandleCounts::all>),
+                  numberColumn("COLUMN_LOCKING", 2, 5, countValueOf<&HandleCounts::locking>),
+                  numberColumn("COLUMN_WAITING", 1, 5, countValueOf<&HandleCounts::waiting>),
+                  wordColumn("COLUMN_FLAGS", 4, 8, flagsValue), numberColumn("COLUMN_PAGE", 6, 5, pageSizeValue)},
         3,
-        [](const Facts& f, std::uint32_t) { return placesFrom(0, f.now().files.size());},
+        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().files.size());},
         matchFiles,
     };
     return kSheet;
@@ -88,41 +99,18 @@ const Sheet& fileHandlesSheet() {
     static const Sheet kSheet = {
         "FILE_HANDLES",
         Section::kFiles,
-        {
-                  {"COLUMN_CLIENT",
-             [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(handle(f, i).client)); }, 12, 26, 0,
-             Side::kLeft, Cut::kMiddle, false},
-                  {"COLUMN_INDEX", [](const Facts& f, std::uint32_t i) { return countValue(handle(f, i).clientIndex); }, 6, 6,
-             3, Side::kRight, Cut::kEnd, false},
-                  {"COLUMN_WAITS_FOR",
-             [](const Facts& f, std::uint32_t i) { return waitValue(f, handle(f, i).state.waitState); }, 6, 6, 1,
-             Side::kLeft},
-                  {"COLUMN_LOCK", [](const Facts& f, std::uint32_t i) { return recordLockValue(f, handle(f, i).state); }, 6,
-             6, 1, Side::kLeft},
-                  {"COLUMN_TRANSACTION",
-             [](const Facts& f, std::uint32_t i) { return transactionValue(f, handle(f, i).state.transactionState); },
-             5, 5, 1, Side::kLeft},
-                  {"COLUMN_MODE", [](const Facts& f, std::uint32_t i) { return openModeValue(f, handle(f, i).state); }, 8, 8,
-             2, Side::kLeft},
-                  {"COLUMN_ADDRESS",
-             [](const Facts& f, std::uint32_t i) {
-                 return ofSession(f, i, [&](const SessionItem& s) { return textValue(f.now().name(s.address)); });
-             },
-             15, 15, 4, Side::kLeft, Cut::kEnd, false},
-                  {"COLUMN_PID",
-             [](const Facts& f, std::uint32_t i) {
-                 return ofSession(f, i, [](const SessionItem& s) { return countValue(s.pid); });
-             },
-             7, 7, 5, Side::kRight, Cut::kEnd, false},
-                  {"COLUMN_LOCKS",
-             [](const Facts& f, std::uint32_t i) {
-                 return ofSession(f, i, [](const SessionItem& s) { return countValue(s.locksUsed); });
-             },
-             6, 6, 6},
-                  },
+        {nameColumn("COLUMN_CLIENT", 0, 12,  26, Cut::kMiddle, clientValue),
+                  upward(numberColumn("COLUMN_INDEX", 3, 6, clientIndexValue)),
+                  wordColumn("COLUMN_WAITS_FOR", 1, 6, stateValue<waitStateValue>),
+                  wordColumn("COLUMN_LOCK", 1, 6, stateValue<recordLockValue>),
+                  wordColumn("COLUMN_TRANSACTION", 1, 5, stateValue<transactionStateValue>),
+                  wordColumn("COLUMN_MODE", 2, 8, stateValue<openModeValue>),
+                  upward(wordColumn("COLUMN_ADDRESS", 4, 15, ofSession<&SessionItem::address>)),
+                  upward(numberColumn("COLUMN_PID", 5, 7, ofSession<&SessionItem::pid>)),
+                  numberColumn("COLUMN_LOCKS", 6, 6, ofSession<&SessionItem::locksUsed>)},
         2,
-        [](const Facts& f, std::uint32_t owner) {
-            const HandleRange range = file(f, owner).handles;
+        [](const Facts& facts, std::uint32_t owner) {
+            const HandleRange range = file(facts, owner).handles;
             return placesFrom(range.first, range.count);
                   },
         matchFileHandles,

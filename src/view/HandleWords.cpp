@@ -13,6 +13,13 @@ Items placesFrom(std::uint32_t first, std::size_t count) {
     return items;
 }
 
+Value handleCountValue(const Facts& facts, std::uint32_t count, Style style) {
+    if (facts.now().scope == HandleScope::kNone) return {};
+    Value value = countValue(count);
+    if (count != 0) value.style = style;
+    return value;
+}
+
 Value wordValue(const Facts& facts, Codes kind, std::int64_t code, const char* keyStart) {
     const std::string_view word = wordOf(kind, code);
     if (word.empty()) {
@@ -30,6 +37,14 @@ Value openModeValue(const Facts& facts, const HandleState& state) {
 Value recordLockValue(const Facts& facts, const HandleState& state) {
     if (state.recordLock == kNoLock) return textValue({});
     return wordValue(facts, Codes::kRecordLock, state.recordLock, "LOCK_");
+}
+
+Value waitStateValue(const Facts& facts, const HandleState& state) {
+    return waitValue(facts, state.waitState);
+}
+
+Value transactionStateValue(const Facts& facts, const HandleState& state) {
+    return transactionValue(facts, state.transactionState);
 }
 
 Value waitValue(const Facts& facts, std::uint8_t waitState) {

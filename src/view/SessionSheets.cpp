@@ -11,15 +11,29 @@ const SessionItem& session(const Facts& facts, std::uint32_t item) {
     return facts.now().sessions[item];
 }
 
-Value countOf(const Facts& facts, std::uint32_t count, Style style = Style::kPlain) {
-    if (facts.now().scope == HandleScope::kNone) return {};
-    Value value = countValue(count);
-    if (count != 0) value.style = style;
-    return value;
+template <NameId SessionItem::*name>
+Value nameValue(const Facts& facts, std::uint32_t item) {
+    return textValue(facts.now().name(session(facts, item).*name));
 }
 
-Value rateValue(const Facts& facts, std::uint32_t item, Rate SessionRates::*rate) {
+template <auto count>
+Value numberValueOf(const Facts& facts, std::uint32_t item) {
+    return countValue(session(facts, item).*count);
+}
+
+template <std::uint32_t HandleCounts::*count>
+Value handlesValue(const Facts& facts, std::uint32_t item) {
+    constexpr Style kStyle = count == &HandleCounts::waiting ? Style::kWait : Style::kPlain;
+    return handleCountValue(facts, session(facts, item).counts.*count, kStyle);
+}
+
+template <Rate SessionRates::*rate>
+Value rateValue(const Facts& facts, std::uint32_t item) {
     return numberValue(Kind::kRate, facts.ratesOf(item).*rate);
+}
+
+Value cacheValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(Kind::kShare, facts.ratesOf(item).cacheShare);
 }
 
 Value writesValue(const Facts& facts, std::uint32_t item) {
@@ -34,16 +48,46 @@ Value connectionNumberValue(const Facts& facts, std::uint32_t item) {
     return number > kLast ? Value{} : countValue(number);
 }
 
+Value sessionTransactionValue(const Facts& facts, std::uint32_t item) {
+    return transactionValue(facts, session(facts, item).transactionState);
+}
+
+Value siteValue(const Facts& facts, std::uint32_t item) {
+    return wordValue(facts, Codes::kSite, session(facts, item).site, "SITE_");
+}
+
 const SessionHandleItem& handle(const Facts& facts, std::uint32_t item) {
     return facts.now().sessionHandles[item];
+}
+
+Value fileValue(const Facts& facts, std::uint32_t item) {
+    return textValue(facts.now().name(handle(facts, item).file));
+}
+
+template <Value (*word)(const Facts&, const HandleState&)>
+Value stateValue(const Facts& facts, std::uint32_t item) {
+    return word(facts, handle(facts, item).state);
 }
 
 const ConnectionItem& connection(const Facts& facts, std::uint32_t item) {
     return facts.now().connections[item];
 }
 
-Value connectionText(const Facts& facts, std::uint32_t item, NameId ConnectionItem::*name) {
+template <NameId ConnectionItem::*name>
+Value connectionText(const Facts& facts, std::uint32_t item) {
     return textValue(facts.now().name(connection(facts, item).*name));
+}
+
+Value statusValue(const Facts& facts, std::uint32_t item) {
+    return wordValue(facts, Codes::kConnectionStatus, connection(facts, item).status, "STATE_");
+}
+
+Value periodValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(Kind::kMillis, static_cast<double>(connection(facts, item).periodMs));
+}
+
+Value totalTimeValue(const Facts& facts, std::uint32_t item) {
+    return countValue(connection(facts, item).totalTime);
 }
 
 }  // namespace
@@ -52,47 +96,26 @@ const Sheet& sessionsSheet() {
     static const Sheet kSheet = {
         "SESSIONS",
         Section::kSessions,
-        {
-            {"COLUMN_SESSION", [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(session(f, i).name)); },
-             12, 22, 0, Side::kLeft, Cut::kMiddle, false},
-            {"COLUMN_ADDRESS",
-             [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(session(f, i).address)); }, 15, 15, 2,
-             Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_LOCKS", [](const Facts& f, std::uint32_t i) { return countValue(session(f, i).locksUsed); }, 5, 5, 1},
-            {"COLUMN_TRANSACTION",
-             [](const Facts& f, std::uint32_t i) { return transactionValue(f, session(f, i).transactionState); }, 5, 5, 2,
-             Side::kLeft},
-            {"COLUMN_READS",
-             [](const Facts& f, std::uint32_t i) { return rateValue(f, i, &SessionRates::recordsRead); }, 6, 6, 1},
-            {"COLUMN_WRITES", writesValue, 7, 7, 1},
-            {"COLUMN_DISK",
-             [](const Facts& f, std::uint32_t i) { return rateValue(f, i, &SessionRates::diskAccesses); }, 6, 6, 3},
-            {"COLUMN_CACHE",
-             [](const Facts& f, std::uint32_t i) { return numberValue(Kind::kShare, f.ratesOf(i).cacheShare); }, 6, 6, 4},
-            {"COLUMN_HANDLES",
-             [](const Facts& f, std::uint32_t i) { return countOf(f, session(f, i).counts.all); }, 7, 7, 5},
-            {"COLUMN_WAITING",
-             [](const Facts& f, std::uint32_t i) { return countOf(f, session(f, i).counts.waiting, Style::kWait); }, 5, 5, 5},
-            {"COLUMN_INSERTS",
-             [](const Facts& f, std::uint32_t i) { return rateValue(f, i, &SessionRates::recordsInserted); }, 6, 6, 6},
-            {"COLUMN_UPDATES",
-             [](const Facts& f, std::uint32_t i) { return rateValue(f, i, &SessionRates::recordsUpdated); }, 6, 6, 6},
-            {"COLUMN_DELETES",
-             [](const Facts& f, std::uint32_t i) { return rateValue(f, i, &SessionRates::recordsDeleted); }, 6, 6, 6},
-            {"COLUMN_PID", [](const Facts& f, std::uint32_t i) { return countValue(session(f, i).pid); }, 7, 7, 7,
-             Side::kRight, Cut::kEnd, false},
-            {"COLUMN_SITE",
-             [](const Facts& f, std::uint32_t i) { return wordValue(f, Codes::kSite, session(f, i).site, "SITE_"); }, 6, 6,
-             8, Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_CLIENT_ID",
-             [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(session(f, i).clientId)); }, 12, 12, 9,
-             Side::kLeft, Cut::kMiddle, false},
-            {"COLUMN_TASK", [](const Facts& f, std::uint32_t i) { return countValue(session(f, i).taskNumber); }, 5, 5, 10,
-             Side::kRight, Cut::kEnd, false},
-            {"COLUMN_CONNECTION", connectionNumberValue, 5, 5, 11, Side::kRight, Cut::kEnd, false},
-        },
+        {nameColumn("COLUMN_SESSION", 0,        12, 22, Cut::kMiddle, nameValue<&SessionItem::name>),
+                     upward(wordColumn("COLUMN_ADDRESS", 2, 15, nameValue<&SessionItem::address>)),
+                     numberColumn("COLUMN_LOCKS", 1, 5, numberValueOf<&SessionItem::locksUsed>),
+                     wordColumn("COLUMN_TRANSACTION", 2, 5, sessionTransactionValue),
+                     numberColumn("COLUMN_READS", 1, 6, rateValue<&SessionRates::recordsRead>),
+                     numberColumn("COLUMN_WRITES", 1, 7, writesValue),
+                     numberColumn("COLUMN_DISK", 3, 6, rateValue<&SessionRates::diskAccesses>),
+                     numberColumn("COLUMN_CACHE", 4, 6, cacheValue),
+                     numberColumn("COLUMN_HANDLES", 5, 7, handlesValue<&HandleCounts::all>),
+                     numberColumn("COLUMN_WAITING", 5, 5, handlesValue<&HandleCounts::waiting>),
+                     numberColumn("COLUMN_INSERTS", 6, 6, rateValue<&SessionRates::recordsInserted>),
+                     numberColumn("COLUMN_UPDATES", 6, 6, rateValue<&SessionRates::recordsUpdated>),
+                     numberColumn("COLUMN_DELETES", 6, 6, rateValue<&SessionRates::recordsDeleted>),
+                     upward(numberColumn("COLUMN_PID", 7, 7, numberValueOf<&SessionItem::pid>)),
+                     upward(wordColumn("COLUMN_SITE", 8, 6, siteValue)),
+                     nameColumn("COLUMN_CLIENT_ID", 9, 12, 12, Cut::kMiddle, nameValue<&SessionItem::clientId>),
+                     upward(numberColumn("COLUMN_TASK", 10, 5, numberValueOf<&SessionItem::taskNumber>)),
+                     upward(numberColumn("COLUMN_CONNECTION", 11, 5, connectionNumberValue))},
         4,
-        [](const Facts& f, std::uint32_t) { return placesFrom(0, f.now().sessions.size()); },
+        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().sessions.size());},
         matchSessions,
     };
     return kSheet;
@@ -102,24 +125,16 @@ const Sheet& sessionHandlesSheet() {
     static const Sheet kSheet = {
         "SESSION_HANDLES",
         Section::kSessions,
-        {
-            {"COLUMN_FILE", [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(handle(f, i).file)); }, 12,
-             40, 0, Side::kLeft, Cut::kStart, false},
-            {"COLUMN_WAITS_FOR", [](const Facts& f, std::uint32_t i) { return waitValue(f, handle(f, i).state.waitState); },
-             6, 6, 1, Side::kLeft},
-            {"COLUMN_LOCK", [](const Facts& f, std::uint32_t i) { return recordLockValue(f, handle(f, i).state); }, 6, 6, 1,
-             Side::kLeft},
-            {"COLUMN_TRANSACTION",
-             [](const Facts& f, std::uint32_t i) { return transactionValue(f, handle(f, i).state.transactionState); }, 5, 5,
-             1, Side::kLeft},
-            {"COLUMN_MODE", [](const Facts& f, std::uint32_t i) { return openModeValue(f, handle(f, i).state); }, 8, 8, 2,
-             Side::kLeft},
-        },
+        {nameColumn("COLUMN_FILE", 0, 12, 40, Cut::kStart, fileValue),
+                     wordColumn("COLUMN_WAITS_FOR", 1, 6, stateValue<waitStateValue>),
+                     wordColumn("COLUMN_LOCK", 1, 6, stateValue<recordLockValue>),
+                     wordColumn("COLUMN_TRANSACTION", 1, 5, stateValue<transactionStateValue>),
+                     wordColumn("COLUMN_MODE", 2, 8, stateValue<openModeValue>)},
         1,
-        [](const Facts& f, std::uint32_t owner) {
-            const HandleRange range = session(f, owner).handles;
+        [](const Facts& facts, std::uint32_t owner) {
+            const HandleRange range = session(facts, owner).handles;
             return placesFrom(range.first, range.count);
-        },
+                     },
         matchSessionHandles,
     };
     return kSheet;
@@ -129,36 +144,15 @@ const Sheet& connectionsSheet() {
     static const Sheet kSheet = {
         "CONNECTIONS",
         Section::kConnections,
-        {
-            {"COLUMN_USER", [](const Facts& f, std::uint32_t i) { return connectionText(f, i, &ConnectionItem::user); }, 8,
-             14, 0, Side::kLeft, Cut::kMiddle, false},
-            {"COLUMN_HOST", [](const Facts& f, std::uint32_t i) { return connectionText(f, i, &ConnectionItem::host); }, 8,
-             14, 1, Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_ADDRESS",
-             [](const Facts& f, std::uint32_t i) { return connectionText(f, i, &ConnectionItem::address); }, 15, 15, 3,
-             Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_APPLICATION",
-             [](const Facts& f, std::uint32_t i) { return connectionText(f, i, &ConnectionItem::application); }, 8, 16, 2,
-             Side::kLeft, Cut::kMiddle, false},
-            {"COLUMN_STATE",
-             [](const Facts& f, std::uint32_t i) {
-                 const std::uint16_t status = connection(f, i).status;
-                 return wordValue(f, Codes::kConnectionStatus, status, "STATE_");
-             },
-             7, 7, 1, Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_PERIOD",
-             [](const Facts& f, std::uint32_t i) {
-                 return numberValue(Kind::kMillis, static_cast<double>(connection(f, i).periodMs));
-             },
-             7, 7, 1},
-            {"COLUMN_DATA_SOURCE",
-             [](const Facts& f, std::uint32_t i) { return connectionText(f, i, &ConnectionItem::dataSource); }, 8, 14, 5,
-             Side::kLeft, Cut::kMiddle, false},
-            {"COLUMN_TOTAL", [](const Facts& f, std::uint32_t i) { return countValue(connection(f, i).totalTime); }, 10, 10,
-             5},
-        },
+        {nameColumn("COLUMN_USER", 0, 8, 14, Cut::kMiddle, connectionText<&ConnectionItem::user>),
+                        nameColumn("COLUMN_HOST", 1, 8, 14, Cut::kEnd, connectionText<&ConnectionItem::host>),
+                        upward(wordColumn("COLUMN_ADDRESS", 3, 15, connectionText<&ConnectionItem::address>)),
+                        nameColumn("COLUMN_APPLICATION", 2, 8, 16, Cut::kMiddle, connectionText<&ConnectionItem::application>),
+                        upward(wordColumn("COLUMN_STATE", 1, 7, statusValue)), numberColumn("COLUMN_PERIOD", 1, 7, periodValue),
+                        nameColumn("COLUMN_DATA_SOURCE", 5, 8, 14, Cut::kMiddle, connectionText<&ConnectionItem::dataSource>),
+                        numberColumn("COLUMN_TOTAL", 6, 10, totalTimeValue)},
         4,
-        [](const Facts& f, std::uint32_t) { return placesFrom(0, f.now().connections.size()); },
+        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().connections.size());},
         matchConnections,
     };
     return kSheet;

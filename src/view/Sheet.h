@@ -16,16 +16,35 @@ namespace vexo {
 enum class Side : std::uint8_t { kLeft, kRight };
 
 // Rows are items of a record, by their places there.
+using ColumnValue = Value (*)(const Facts& facts, std::uint32_t item);
+
 struct Column {
-    const char* heading;  // key of its text
-    Value (*value)(const Facts& facts, std::uint32_t item);
-    int least;     // columns of the screen without which it is not shown
-    int usual;     // and those that it gets before further columns appear; names may take more in the end
-    int priority;  // those of the smallest appear first
+    const char* heading = "";  // key of its text
+    ColumnValue value = nullptr;
+    int least = 0;     // columns of the screen without which it is not shown
+    int usual = 0;     // and those that it gets before further columns appear; names may take more in the end
+    int priority = 0;  // those of the smallest appear first
     Side side = Side::kRight;
     Cut cut = Cut::kEnd;
     bool sortsDown = true;  // at first
 };
+
+// Texts of any length, cut where they tell least.
+inline Column nameColumn(const char* heading, int priority, int least, int usual, Cut cut, ColumnValue value) {
+    return {heading, value, least, usual, priority, Side::kLeft, cut, false};
+}
+// Words of the program, and others that have to be whole.
+inline Column wordColumn(const char* heading, int priority, int width, ColumnValue value) {
+    return {heading, value, width, width, priority, Side::kLeft, Cut::kEnd, true};
+}
+inline Column numberColumn(const char* heading, int priority, int width, ColumnValue value) {
+    return {heading, value, width, width, priority, Side::kRight, Cut::kEnd, true};
+}
+// The least first.
+inline Column upward(Column column) {
+    column.sortsDown = false;
+    return column;
+}
 
 using Items = std::vector<std::uint32_t>;
 
@@ -56,9 +75,13 @@ const Sheet& communicationsSheet();
 // All places from `first` on.
 Items placesFrom(std::uint32_t first, std::size_t count);
 
-// What the tables of handles share.
+// What tables share. A count of handles is not known where none were asked for.
+Value handleCountValue(const Facts& facts, std::uint32_t count, Style style = Style::kPlain);
 Value openModeValue(const Facts& facts, const HandleState& state);
 Value recordLockValue(const Facts& facts, const HandleState& state);
+Value waitStateValue(const Facts& facts, const HandleState& state);
+Value transactionStateValue(const Facts& facts, const HandleState& state);
+// The same of what is no handle.
 Value waitValue(const Facts& facts, std::uint8_t waitState);
 Value transactionValue(const Facts& facts, std::int64_t transactionState);
 // A text of the program's, or the number of a code that has none.

@@ -12,18 +12,18 @@ using Kind = Value::Kind;
 struct Resource {
     const char* name;  // key of its text
     Amount Usage::*amount;
-    Kind kind = Kind::kCount;
+    Kind kind;
 };
 
 constexpr Resource kResources[] = {
-    {"RESOURCE_SESSIONS",       &Usage::sessions                    },
-    {"RESOURCE_USERS",          &Usage::users                       },
-    {"RESOURCE_CLIENTS",        &Usage::clients                     },
-    {"RESOURCE_FILES",          &Usage::files                       },
-    {"RESOURCE_HANDLES",        &Usage::handles                     },
-    {"RESOURCE_LOCKS",          &Usage::locks                       },
-    {"RESOURCE_TRANSACTIONS",   &Usage::transactions                },
-    {"RESOURCE_WORKER_THREADS", &Usage::workerThreads               },
+    {"RESOURCE_SESSIONS",       &Usage::sessions,       Kind::kCount},
+    {"RESOURCE_USERS",          &Usage::users,          Kind::kCount},
+    {"RESOURCE_CLIENTS",        &Usage::clients,        Kind::kCount},
+    {"RESOURCE_FILES",          &Usage::files,          Kind::kCount},
+    {"RESOURCE_HANDLES",        &Usage::handles,        Kind::kCount},
+    {"RESOURCE_LOCKS",          &Usage::locks,          Kind::kCount},
+    {"RESOURCE_TRANSACTIONS",   &Usage::transactions,   Kind::kCount},
+    {"RESOURCE_WORKER_THREADS", &Usage::workerThreads,  Kind::kCount},
     {"RESOURCE_DATA",           &Usage::dataInUseBytes, Kind::kBytes},
 };
 
@@ -37,25 +37,40 @@ Value limitValue(const Facts& facts, const Amount& amount, Kind kind) {
 }
 
 // Against the limit, or where there is none against the peak.
-Value barValue(const Amount& amount) {
+Value barValue(const Facts& facts, std::uint32_t item) {
+    const Amount& it = amount(facts, item);
     Value value = numberValue(Kind::kBar, 0.0);
-    value.isOpen = amount.limit <= 0;
-    const double whole = static_cast<double>(value.isOpen ? amount.peak : static_cast<std::uint64_t>(amount.limit));
+    value.isOpen = it.limit <= 0;
+    const double whole = static_cast<double>(value.isOpen ? it.peak : static_cast<std::uint64_t>(it.limit));
     if (whole == 0) return value;
-    value.number = static_cast<double>(amount.current) / whole;
-    value.peak = static_cast<double>(amount.peak) / whole;
+    value.number = static_cast<double>(it.current) / whole;
+    value.peak = static_cast<double>(it.peak) / whole;
     return value;
 }
 
-Value shareValue(const Amount& amount) {
-    if (amount.limit <= 0) return {};
-    return numberValue(Kind::kShare, static_cast<double>(amount.current) / static_cast<double>(amount.limit));
+Value shareValue(const Facts& facts, std::uint32_t item) {
+    const Amount& it = amount(facts, item);
+    if (it.limit <= 0) return {};
+    return numberValue(Kind::kShare, static_cast<double>(it.current) / static_cast<double>(it.limit));
+}
+
+Value resourceValue(const Facts& facts, std::uint32_t item) {
+    return textValue(facts.texts()[kResources[item].name]);
+}
+
+template <std::uint64_t Amount::*part>
+Value partValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(kResources[item].kind, static_cast<double>(amount(facts, item).*part));
+}
+
+Value resourceLimitValue(const Facts& facts, std::uint32_t item) {
+    return limitValue(facts, amount(facts, item), kResources[item].kind);
 }
 
 // One line of the communications.
 struct CommunicationLine {
-    const char* name;                 // key of its text
-    const ProtocolItem* protocol;     // null for the engine as a whole
+    const char* name;                    // key of its text
+    const ProtocolItem* protocol;        // null for the engine as a whole
     std::optional<std::uint64_t> count;  // since the engine started
     Rate rate;
     std::optional<std::uint64_t> current;
@@ -72,19 +87,24 @@ CommunicationLine fixedLine(const Facts& facts, std::uint32_t item) {
     };
     const CommunicationRates rates = facts.communication();
     switch (item) {
-        case 0: return {"COMM_REQUESTS", nullptr, all.requests, rates.requests, {}, {}};
-        case 1: return ofAmount("COMM_REMOTE_SESSIONS", all.remoteSessions);
-        case 2: return ofAmount("COMM_THREADS", all.threads);
-        case 3: return {"COMM_TIMEOUTS", nullptr, all.connectionTimeouts, rates.connectionTimeouts, {}, {}};
-        default: return {"COMM_RECOVERIES", nullptr, all.connectionRecoveries, rates.connectionRecoveries, {}, {}};
+        case 0:
+            return {"COMM_REQUESTS", nullptr, all.requests, rates.requests, {}, {}};
+        case 1:
+            return ofAmount("COMM_REMOTE_SESSIONS", all.remoteSessions);
+        case 2:
+            return ofAmount("COMM_THREADS", all.threads);
+        case 3:
+            return {"COMM_TIMEOUTS", nullptr, all.connectionTimeouts, rates.connectionTimeouts, {}, {}};
+        default:
+            return {"COMM_RECOVERIES", nullptr, all.connectionRecoveries, rates.connectionRecoveries, {}, {}};
     }
 }
 
 CommunicationLine line(const Facts& facts, std::uint32_t item) {
     if (item < kFixedLines) return fixedLine(facts, item);
     const ProtocolItem& protocol = facts.now().protocols[item - kFixedLines];
-    return {"COMM_PROTOCOL",          &protocol,           protocol.requests, facts.requestsOf(protocol),
-            protocol.sessionsCurrent, protocol.sessionsPeak};
+    return {"COMM_PROTOCOL",      &protocol, protocol.requests, facts.requestsOf(protocol), protocol.sessionsCurrent,
+            protocol.sessionsPeak};
 }
 
 Value lineNameValue(const Facts& facts, std::uint32_t item) {
@@ -95,32 +115,37 @@ Value lineNameValue(const Facts& facts, std::uint32_t item) {
     return value;
 }
 
+template <auto part>
+Value linePartValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(Kind::kCount, line(facts, item).*part);
+}
+
+Value lineRateValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(Kind::kRate, line(facts, item).rate);
+}
+
+Value lineLimitValue(const Facts& facts, std::uint32_t item) {
+    const Amount* const amount = line(facts, item).amount;
+    return amount ? limitValue(facts, *amount, Kind::kCount) : Value{};
+}
+
+Column barColumn(const char* heading, int priority, int least, int usual) {
+    return {heading, barValue, least, usual, priority, Side::kLeft};
+}
+
 }  // namespace
 
 const Sheet& usageSheet() {
     static const Sheet kSheet = {
         "USAGE",
         Section::kUsage,
-        {
-            {"COLUMN_RESOURCE", [](const Facts& f, std::uint32_t i) { return textValue(f.texts()[kResources[i].name]); }, 14,
-             18, 0, Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_NOW",
-             [](const Facts& f, std::uint32_t i) {
-                 return numberValue(kResources[i].kind, static_cast<double>(amount(f, i).current));
-             },
-             7, 7, 0},
-            {"COLUMN_PEAK",
-             [](const Facts& f, std::uint32_t i) {
-                 return numberValue(kResources[i].kind, static_cast<double>(amount(f, i).peak));
-             },
-             7, 7, 1},
-            {"COLUMN_LIMIT", [](const Facts& f, std::uint32_t i) { return limitValue(f, amount(f, i), kResources[i].kind); },
-             10, 10, 1},
-            {"COLUMN_USED", [](const Facts& f, std::uint32_t i) { return shareValue(amount(f, i)); }, 5, 5, 2},
-            {"COLUMN_BAR", [](const Facts& f, std::uint32_t i) { return barValue(amount(f, i)); }, 12, 26, 3, Side::kLeft},
-        },
+        {nameColumn("COLUMN_RESOURCE", 0, 14, 18, Cut::kEnd, resourceValue),
+                  numberColumn("COLUMN_NOW", 0, 7, partValue<&Amount::current>),
+                  numberColumn("COLUMN_PEAK", 1, 7, partValue<&Amount::peak>),
+                  numberColumn("COLUMN_LIMIT", 1, 10, resourceLimitValue), numberColumn("COLUMN_USED", 2, 5, shareValue),
+                  barColumn("COLUMN_BAR", 3, 12, 26)},
         kUnsorted,
-        [](const Facts& f, std::uint32_t) { return placesFrom(0, f.now().usage ? std::size(kResources) : 0); },
+        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().usage ? std::size(kResources) : 0);   },
     };
     return kSheet;
 }
@@ -129,27 +154,16 @@ const Sheet& communicationsSheet() {
     static const Sheet kSheet = {
         "COMMUNICATIONS",
         Section::kCommunications,
-        {
-            {"COLUMN_WHAT", lineNameValue, 16, 28, 0, Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_RATE", [](const Facts& f, std::uint32_t i) { return numberValue(Kind::kRate, line(f, i).rate); }, 7, 7,
-             0},
-            {"COLUMN_COUNT", [](const Facts& f, std::uint32_t i) { return numberValue(Kind::kCount, line(f, i).count); }, 10,
-             12, 1},
-            {"COLUMN_NOW", [](const Facts& f, std::uint32_t i) { return numberValue(Kind::kCount, line(f, i).current); }, 7,
-             7, 0},
-            {"COLUMN_PEAK", [](const Facts& f, std::uint32_t i) { return numberValue(Kind::kCount, line(f, i).peak); }, 7, 7,
-             1},
-            {"COLUMN_LIMIT",
-             [](const Facts& f, std::uint32_t i) {
-                 const Amount* const amount = line(f, i).amount;
-                 return amount ? limitValue(f, *amount, Kind::kCount) : Value{};
-             },
-             10, 10, 2},
-        },
+        {nameColumn("COLUMN_WHAT", 0,   16, 28, Cut::kEnd, lineNameValue),
+                           numberColumn("COLUMN_RATE", 0, 7, lineRateValue),
+                           numberColumn("COLUMN_COUNT", 1, 12, linePartValue<&CommunicationLine::count>),
+                           numberColumn("COLUMN_NOW", 0, 7, linePartValue<&CommunicationLine::current>),
+                           numberColumn("COLUMN_PEAK", 1, 7, linePartValue<&CommunicationLine::peak>),
+                           numberColumn("COLUMN_LIMIT", 2, 10, lineLimitValue)},
         kUnsorted,
-        [](const Facts& f, std::uint32_t) {
-            return placesFrom(0, f.now().communication ? kFixedLines + f.now().protocols.size() : 0);
-        },
+        [](const Facts& facts, std::uint32_t) {
+            return placesFrom(0, facts.now().communication ? kFixedLines + facts.now().protocols.size() : 0);
+                           },
     };
     return kSheet;
 }

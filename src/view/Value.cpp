@@ -72,16 +72,25 @@ std::string shownText(const Value& value, int columns, Cut cut) {
 
 std::string shownNumber(const Value& value, int columns) {
     switch (value.kind) {
-        case Value::Kind::kCount: return shownCount(value.number, columns);
+        case Value::Kind::kCount:
+            return shownCount(value.number, columns);
         case Value::Kind::kBytes:
-        case Value::Kind::kByteRate: return shownBytes(value.number);
-        case Value::Kind::kRate: return shownRate(value.number, columns);
-        case Value::Kind::kShare: return fixed(value.number * 100, 0);
-        case Value::Kind::kMillis: return shownDuration(value.number);
-        case Value::Kind::kAtLeast: return ">=" + shownDuration(value.number);
-        case Value::Kind::kClock: return shownClock(static_cast<std::int64_t>(value.number));
-        case Value::Kind::kBar: return shownBar(value, columns);
-        default: return "-";
+        case Value::Kind::kByteRate:
+            return shownBytes(value.number);
+        case Value::Kind::kRate:
+            return shownRate(value.number, columns);
+        case Value::Kind::kShare:
+            return fixed(value.number * 100, 0);
+        case Value::Kind::kMillis:
+            return shownDuration(value.number);
+        case Value::Kind::kAtLeast:
+            return ">=" + shownDuration(value.number);
+        case Value::Kind::kClock:
+            return shownClock(static_cast<std::int64_t>(value.number));
+        case Value::Kind::kBar:
+            return shownBar(value, columns);
+        default:
+            return "-";
     }
 }
 
@@ -90,7 +99,8 @@ std::string shownNumber(const Value& value, int columns) {
 std::string shownClock(std::int64_t epochMs) {
     const std::string whole = localTime(epochMs);
     const std::size_t blank = whole.find(' ');
-    return blank == std::string::npos ? whole : whole.substr(blank + 1, whole.find_first_of(" +-", blank + 1) - blank - 1);
+    return blank == std::string::npos ? whole
+                                      : whole.substr(blank + 1, whole.find_first_of(" +-", blank + 1) - blank - 1);
 }
 
 std::string shownDuration(double millis) {

@@ -125,43 +125,43 @@ private:
 };
 
 const Viewer::Implementation::Binding Viewer::Implementation::kBindings[] = {
-    {KeyKind::kUp,        0,         &Implementation::move<-1>                         },
-    {KeyKind::kDown,      0,         &Implementation::move<1>                          },
-    {KeyKind::kCharacter, 'k',       &Implementation::move<-1>                         },
-    {KeyKind::kCharacter, 'j',       &Implementation::move<1>                          },
-    {KeyKind::kPageUp,    0,         &Implementation::turn<-1>                         },
-    {KeyKind::kPageDown,  0,         &Implementation::turn<1>                          },
-    {KeyKind::kHome,      0,         &Implementation::toStart                          },
-    {KeyKind::kEnd,       0,         &Implementation::toEnd                            },
-    {KeyKind::kEnter,     0,         &Implementation::open                             },
-    {KeyKind::kEscape,    0,         &Implementation::back                             },
-    {KeyKind::kTab,       0,         &Implementation::otherView<1>                     },
-    {KeyKind::kBackTab,   0,         &Implementation::otherView<-1>                    },
-    {KeyKind::kCharacter, '<',       &Implementation::sort<-1>                         },
-    {KeyKind::kCharacter, '>',       &Implementation::sort<1>                          },
-    {KeyKind::kF6,        0,         &Implementation::sort<1>                          },
-    {KeyKind::kCharacter, 'I',       &Implementation::invert                           },
-    {KeyKind::kCharacter, '/',       &Implementation::openPrompt<Asked::kFilter>       },
-    {KeyKind::kF4,        0,         &Implementation::openPrompt<Asked::kFilter>       },
-    {KeyKind::kF3,        0,         &Implementation::openPrompt<Asked::kSearch>       },
-    {KeyKind::kCharacter, 'n',       &Implementation::searchOn                         },
-    {KeyKind::kCharacter, 'F',       &Implementation::follow                           },
-    {KeyKind::kCharacter, 'z',       &Implementation::ask<RequestKind::kPause>         },
-    {KeyKind::kCharacter, ' ',       &Implementation::ask<RequestKind::kPause>         },
-    {KeyKind::kCharacter, 'i',       &Implementation::openPrompt<Asked::kInterval>     },
-    {KeyKind::kCharacter, 't',       &Implementation::step<RequestKind::kNextRecord>   },
+    {KeyKind::kUp,        0,         &Implementation::move<-1>                          },
+    {KeyKind::kDown,      0,         &Implementation::move<1>                           },
+    {KeyKind::kCharacter, 'k',       &Implementation::move<-1>                          },
+    {KeyKind::kCharacter, 'j',       &Implementation::move<1>                           },
+    {KeyKind::kPageUp,    0,         &Implementation::turn<-1>                          },
+    {KeyKind::kPageDown,  0,         &Implementation::turn<1>                           },
+    {KeyKind::kHome,      0,         &Implementation::toStart                           },
+    {KeyKind::kEnd,       0,         &Implementation::toEnd                             },
+    {KeyKind::kEnter,     0,         &Implementation::open                              },
+    {KeyKind::kEscape,    0,         &Implementation::back                              },
+    {KeyKind::kTab,       0,         &Implementation::otherView<1>                      },
+    {KeyKind::kBackTab,   0,         &Implementation::otherView<-1>                     },
+    {KeyKind::kCharacter, '<',       &Implementation::sort<-1>                          },
+    {KeyKind::kCharacter, '>',       &Implementation::sort<1>                           },
+    {KeyKind::kF6,        0,         &Implementation::sort<1>                           },
+    {KeyKind::kCharacter, 'I',       &Implementation::invert                            },
+    {KeyKind::kCharacter, '/',       &Implementation::openPrompt<Asked::kFilter>        },
+    {KeyKind::kF4,        0,         &Implementation::openPrompt<Asked::kFilter>        },
+    {KeyKind::kF3,        0,         &Implementation::openPrompt<Asked::kSearch>        },
+    {KeyKind::kCharacter, 'n',       &Implementation::searchOn                          },
+    {KeyKind::kCharacter, 'F',       &Implementation::follow                            },
+    {KeyKind::kCharacter, 'z',       &Implementation::ask<RequestKind::kPause>          },
+    {KeyKind::kCharacter, ' ',       &Implementation::ask<RequestKind::kPause>          },
+    {KeyKind::kCharacter, 'i',       &Implementation::openPrompt<Asked::kInterval>      },
+    {KeyKind::kCharacter, 't',       &Implementation::step<RequestKind::kNextRecord>    },
     {KeyKind::kCharacter, 'T',       &Implementation::step<RequestKind::kPreviousRecord>},
-    {KeyKind::kCharacter, 'r',       &Implementation::step<RequestKind::kFirstRecord>  },
-    {KeyKind::kCharacter, 'Z',       &Implementation::step<RequestKind::kLastRecord>   },
-    {KeyKind::kCharacter, 'b',       &Implementation::openPrompt<Asked::kTime>         },
-    {KeyKind::kCharacter, 'w',       &Implementation::step<RequestKind::kNextWait>     },
-    {KeyKind::kCharacter, 'W',       &Implementation::step<RequestKind::kPreviousWait> },
-    {KeyKind::kCharacter, 'g',       &Implementation::step<RequestKind::kNextGap>      },
-    {KeyKind::kCharacter, 'G',       &Implementation::step<RequestKind::kPreviousGap>  },
-    {KeyKind::kCharacter, kControlL, &Implementation::ask<RequestKind::kRedraw>        },
-    {KeyKind::kCharacter, '?',       &Implementation::openHelp                         },
-    {KeyKind::kF1,        0,         &Implementation::openHelp                         },
-    {KeyKind::kCharacter, 'q',       &Implementation::ask<RequestKind::kQuit>          },
+    {KeyKind::kCharacter, 'r',       &Implementation::step<RequestKind::kFirstRecord>   },
+    {KeyKind::kCharacter, 'Z',       &Implementation::step<RequestKind::kLastRecord>    },
+    {KeyKind::kCharacter, 'b',       &Implementation::openPrompt<Asked::kTime>          },
+    {KeyKind::kCharacter, 'w',       &Implementation::step<RequestKind::kNextWait>      },
+    {KeyKind::kCharacter, 'W',       &Implementation::step<RequestKind::kPreviousWait>  },
+    {KeyKind::kCharacter, 'g',       &Implementation::step<RequestKind::kNextGap>       },
+    {KeyKind::kCharacter, 'G',       &Implementation::step<RequestKind::kPreviousGap>   },
+    {KeyKind::kCharacter, kControlL, &Implementation::ask<RequestKind::kRedraw>         },
+    {KeyKind::kCharacter, '?',       &Implementation::openHelp                          },
+    {KeyKind::kF1,        0,         &Implementation::openHelp                          },
+    {KeyKind::kCharacter, 'q',       &Implementation::ask<RequestKind::kQuit>           },
 };
 
 void Viewer::Implementation::show(RecordPtr now, RecordPtr before) {
@@ -180,9 +180,11 @@ Request Viewer::Implementation::press(Key key) {
     if (key.kind == KeyKind::kCharacter && key.character >= '1' && key.character < '1' + kViews) {
         return toView(static_cast<ViewName>(key.character - '1'));
     }
-    const auto* const binding = std::find_if(std::begin(kBindings), std::end(kBindings), [key](const Binding& candidate) {
-        return candidate.kind == key.kind && (key.kind != KeyKind::kCharacter || candidate.character == key.character);
-    });
+    const auto* const binding =
+        std::find_if(std::begin(kBindings), std::end(kBindings), [key](const Binding& candidate) {
+            return candidate.kind == key.kind &&
+                   (key.kind != KeyKind::kCharacter || candidate.character == key.character);
+        });
     return binding == std::end(kBindings) ? Request{} : (this->*binding->action)();
 }
 
@@ -216,9 +218,12 @@ Request Viewer::Implementation::accept(const std::string& text) {
         case Asked::kSearch:
             if (!text.empty()) m_needle = text;
             return searchOn();
-        case Asked::kTime: return text.empty() ? Request{} : Request{RequestKind::kJump, text};
-        case Asked::kInterval: return text.empty() ? Request{} : Request{RequestKind::kSetInterval, text};
-        default: return {};
+        case Asked::kTime:
+            return text.empty() ? Request{} : Request{RequestKind::kJump, text};
+        case Asked::kInterval:
+            return text.empty() ? Request{} : Request{RequestKind::kSetInterval, text};
+        default:
+            return {};
     }
 }
 
@@ -237,10 +242,15 @@ Request Viewer::Implementation::openHelp() {
 Request Viewer::Implementation::pressInHelp(Key key) {
     switch (key.kind) {
         case KeyKind::kDown:
-        case KeyKind::kPageDown: ++m_helpTop; break;
+        case KeyKind::kPageDown:
+            ++m_helpTop;
+            break;
         case KeyKind::kUp:
-        case KeyKind::kPageUp: m_helpTop -= m_helpTop > 0 ? 1 : 0; break;
-        default: m_isHelp = false;
+        case KeyKind::kPageUp:
+            m_helpTop -= m_helpTop > 0 ? 1 : 0;
+            break;
+        default:
+            m_isHelp = false;
     }
     return {};
 }
@@ -290,7 +300,9 @@ Picture Viewer::Implementation::picture(Size size) {
     Picture picture;
     if (size.rows < 1 || size.columns < 1) return picture;
     if (size.rows < kSmallest.rows || size.columns < kSmallest.columns) {
-        picture.lines.push_back({{cutTo(m_facts.texts()["TOO_SMALL"], size.columns, Cut::kEnd), Style::kPlain}});
+        picture.lines.push_back({
+            {cutTo(m_facts.texts()["TOO_SMALL"], size.columns, Cut::kEnd), Style::kPlain}
+        });
         return picture;
     }
     picture.lines.push_back(firstHeaderLine(m_facts, m_situation, m_view, size.columns));
@@ -317,7 +329,9 @@ void Viewer::Implementation::addTable(Picture& picture, Size size) {
 }
 
 void Viewer::Implementation::addHelp(Picture& picture, Size size) {
-    picture.lines.push_back({{std::string(static_cast<std::size_t>(size.columns), '-'), Style::kPlain}});
+    picture.lines.push_back({
+        {std::string(static_cast<std::size_t>(size.columns), '-'), Style::kPlain}
+    });
     const std::vector<Line> lines = helpLines(m_facts.texts(), size.columns);
     const auto room = static_cast<std::size_t>(size.rows) - picture.lines.size() - 1;
     m_helpTop = std::min(m_helpTop, lines.size() > room ? lines.size() - room : 0);
@@ -331,7 +345,9 @@ void Viewer::Implementation::addLastLine(Picture& picture, Size size) const {
         picture.lines.push_back(m_prompt->line(size.columns, column));
         picture.cursor = Position{size.rows - 1, column};
     } else if (!m_told.empty()) {
-        picture.lines.push_back({{cutTo(m_told, size.columns, Cut::kEnd), Style::kStrong}});
+        picture.lines.push_back({
+            {cutTo(m_told, size.columns, Cut::kEnd), Style::kStrong}
+        });
     } else {
         picture.lines.push_back(keysLine(size.columns));
     }

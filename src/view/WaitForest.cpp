@@ -23,7 +23,7 @@ struct ClientFacts {
 
 // What the handles of one file tell about those who wait for it.
 struct FileFacts {
-    std::vector<std::uint32_t> holders;                     // the likeliest first, of like ones those who wait elsewhere
+    std::vector<std::uint32_t> holders;  // the likeliest first, of like ones those who wait elsewhere
     std::unordered_map<std::uint64_t, ClientFacts> clients;  // those who may hold anything
     std::uint32_t locking = 0;                               // handles that may lock records, waiting ones as well
     std::uint32_t exclusive = 0;
@@ -151,9 +151,8 @@ private:
         // The deepest first, so that each tells all that is below it.
         for (std::uint32_t place = 0; place < m_nodes.size(); ++place)
             way.push_back(place);
-        std::sort(way.begin(), way.end(), [&](std::uint32_t left, std::uint32_t right) {
-            return m_nodes[left].depth > m_nodes[right].depth;
-        });
+        std::sort(way.begin(), way.end(),
+                  [&](std::uint32_t left, std::uint32_t right) { return m_nodes[left].depth > m_nodes[right].depth; });
         for (const std::uint32_t place : way)
             if (m_nodes[place].parent != kNowhere) m_nodes[m_nodes[place].parent].blocked += m_nodes[place].blocked + 1;
     }

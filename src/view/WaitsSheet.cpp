@@ -45,37 +45,46 @@ Value addressValue(const Facts& facts, NameId client) {
     return textValue(facts.now().name(facts.now().sessions[session].address));
 }
 
+Value fileValue(const Facts& facts, std::uint32_t item) {
+    return textValue(facts.now().name(wait(facts, item).file));
+}
+
+Value waitsForValue(const Facts& facts, std::uint32_t item) {
+    return waitValue(facts, wait(facts, item).waitState);
+}
+
+Value blockedValue(const Facts& facts, std::uint32_t item) {
+    return countValue(facts.waits()[item].blocked);
+}
+
+Value sinceValue(const Facts& facts, std::uint32_t item) {
+    return numberValue(Value::Kind::kClock, static_cast<double>(wait(facts, item).sinceMs));
+}
+
+Value waiterAddressValue(const Facts& facts, std::uint32_t item) {
+    return addressValue(facts, wait(facts, item).client);
+}
+
+Value holderAddressValue(const Facts& facts, std::uint32_t item) {
+    const std::uint32_t holder = facts.waits()[item].holder;
+    return holder == kNowhere ? Value{} : addressValue(facts, facts.now().fileHandles[holder].client);
+}
+
 }  // namespace
 
 const Sheet& waitsSheet() {
     static const Sheet kSheet = {
         "WAITS",
         Section::kFiles,
-        {
-            {"COLUMN_WAITED", waitedValue, 8, 8, 0, Side::kLeft},
-            {"COLUMN_WAITS_FOR", [](const Facts& f, std::uint32_t i) { return waitValue(f, wait(f, i).waitState); }, 6, 6, 2,
-             Side::kLeft},
-            {"COLUMN_FILE", [](const Facts& f, std::uint32_t i) { return textValue(f.now().name(wait(f, i).file)); }, 10, 26,
-             1, Side::kLeft, Cut::kStart, false},
-            {"COLUMN_WAITER", waiterValue, 10, 16, 0, Side::kLeft, Cut::kMiddle, false},
-            {"COLUMN_HOLDER", holderValue, 12, 20, 0, Side::kLeft, Cut::kMiddle, false},
-            {"COLUMN_BLOCKS", [](const Facts& f, std::uint32_t i) { return countValue(f.waits()[i].blocked); }, 6, 6, 5},
-            {"COLUMN_SINCE",
-             [](const Facts& f, std::uint32_t i) {
-                 return numberValue(Value::Kind::kClock, static_cast<double>(wait(f, i).sinceMs));
-             },
-             8, 8, 5, Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_ADDRESS", [](const Facts& f, std::uint32_t i) { return addressValue(f, wait(f, i).client); }, 15, 15, 5,
-             Side::kLeft, Cut::kEnd, false},
-            {"COLUMN_HOLDER_ADDRESS",
-             [](const Facts& f, std::uint32_t i) {
-                 const std::uint32_t holder = f.waits()[i].holder;
-                 return holder == kNowhere ? Value{} : addressValue(f, f.now().fileHandles[holder].client);
-             },
-             15, 15, 6, Side::kLeft, Cut::kEnd, false},
-        },
+        {wordColumn("COLUMN_WAITED", 0,                8, waitedValue), wordColumn("COLUMN_WAITS_FOR", 2, 6, waitsForValue),
+                  nameColumn("COLUMN_FILE", 1, 10, 26, Cut::kStart, fileValue),
+                  nameColumn("COLUMN_WAITER", 0, 10, 16, Cut::kMiddle, waiterValue),
+                  nameColumn("COLUMN_HOLDER", 0, 12, 20, Cut::kMiddle, holderValue),
+                  numberColumn("COLUMN_BLOCKS", 5, 6, blockedValue), upward(wordColumn("COLUMN_SINCE", 5, 8, sinceValue)),
+                  upward(wordColumn("COLUMN_ADDRESS", 6, 15, waiterAddressValue)),
+                  upward(wordColumn("COLUMN_HOLDER_ADDRESS", 7, 15, holderAddressValue))},
         0,
-        [](const Facts& f, std::uint32_t) { return placesFrom(0, f.now().waits.size()); },
+        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().waits.size());                          },
         matchWaits,
         true,
     };

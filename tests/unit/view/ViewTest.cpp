@@ -57,8 +57,9 @@ RecordPtr made(const std::vector<File>& files, const std::vector<Session>& sessi
         item.sizeBytes = file.sizeBytes;
         item.handles.first = static_cast<std::uint32_t>(record->fileHandles.size());
         for (const Handle& handle : file.handles) {
-            const HandleState state{static_cast<std::uint16_t>(handle.transaction), static_cast<std::uint8_t>(handle.mode),
-                                    static_cast<std::uint8_t>(handle.lock), static_cast<std::uint8_t>(handle.waitsFor)};
+            const HandleState state{static_cast<std::uint16_t>(handle.transaction),
+                                    static_cast<std::uint8_t>(handle.mode), static_cast<std::uint8_t>(handle.lock),
+                                    static_cast<std::uint8_t>(handle.waitsFor)};
             const NameId client = names.add(handle.client);
             record->fileHandles.push_back({7, client, state});
             ++item.counts.all;
@@ -147,17 +148,17 @@ TEST(ViewText, IsMeasuredAndCutByWhatATerminalShows) {
         Cut cut;
         const char* cutText;
     } kRows[] = {
-        {"STOCK.DAT",            9,  9, Cut::kStart,  "STOCK.DAT" },
-        {"/srv/shop/STOCK.DAT", 19, 10, Cut::kStart,  "…STOCK.DAT"},
-        {"/srv/shop/STOCK.DAT", 19,  9, Cut::kMiddle, "/srv….DAT" },
-        {"WAREHOUSE",            9,  4, Cut::kEnd,    "WAR…"      },
-        {"WAREHOUSE",            9,  1, Cut::kStart,  "…"         },
-        {"WAREHOUSE",            9,  0, Cut::kEnd,    ""          },
-        {"在庫表",               6,  5, Cut::kEnd,    "在庫…"     },
-        {"在庫表",               6,  4, Cut::kEnd,    "在…"       },
-        {"在庫表",               6,  4, Cut::kStart,  "…表"       },
-        {"Lu\u0308cke\u0301",    5,  4, Cut::kEnd,    "Lu\u0308c…"},
-        {"Lu\u0308cke\u0301",    5,  3, Cut::kStart,  "…ke\u0301" },
+        {"STOCK.DAT", 9, 9, Cut::kStart, "STOCK.DAT"},
+        {"/srv/shop/STOCK.DAT", 19, 10, Cut::kStart, "…STOCK.DAT"},
+        {"/srv/shop/STOCK.DAT", 19, 9, Cut::kMiddle, "/srv….DAT"},
+        {"WAREHOUSE", 9, 4, Cut::kEnd, "WAR…"},
+        {"WAREHOUSE", 9, 1, Cut::kStart, "…"},
+        {"WAREHOUSE", 9, 0, Cut::kEnd, ""},
+        {"在庫表", 6, 5, Cut::kEnd, "在庫…"},
+        {"在庫表", 6, 4, Cut::kEnd, "在…"},
+        {"在庫表", 6, 4, Cut::kStart, "…表"},
+        {"Lu\u0308cke\u0301", 5, 4, Cut::kEnd, "Lu\u0308c…"},
+        {"Lu\u0308cke\u0301", 5, 3, Cut::kStart, "…ke\u0301"},
     };
     for (const char* const locale : {"C.UTF-8", "C"}) {
         ASSERT_TRUE(std::setlocale(LC_CTYPE, locale)) << locale;
@@ -166,7 +167,8 @@ TEST(ViewText, IsMeasuredAndCutByWhatATerminalShows) {
             EXPECT_EQ(cutTo(row.text, row.columns, row.cut), row.cutText) << row.columns << " in " << locale;
         }
     }
-    EXPECT_EQ(screenText(std::string_view("a\x1b[31m\xff\xe2\x80\xae\xef\xbf\xbf")), "a\\x1b[31m\\xff\\u{202e}\\u{ffff}");
+    EXPECT_EQ(screenText(std::string_view("a\x1b[31m\xff\xe2\x80\xae\xef\xbf\xbf")),
+              "a\\x1b[31m\\xff\\u{202e}\\u{ffff}");
 }
 
 TEST(ViewValue, IsWrittenWithoutNeedlessDigitsAndFitsItsColumn) {
@@ -177,31 +179,31 @@ TEST(ViewValue, IsWrittenWithoutNeedlessDigitsAndFitsItsColumn) {
         int columns;
         const char* text;
     } kRows[] = {
-        {Kind::kCount,    902'211,       7,  "902211"  },
-        {Kind::kCount,    4'294'967'295, 7,  "4.3G"    },
-        {Kind::kCount,    999'960,       5,  "1.0M"    },
-        {Kind::kCount,    -5,            7,  "-5"      },
-        {Kind::kBytes,    512,           5,  "512"     },
-        {Kind::kBytes,    1024 * 1024,   5,  "1.0M"    },
-        {Kind::kBytes,    20'979'712,    5,  "20M"     },
-        {Kind::kBytes,    1'048'000,     5,  "1023K"   },
-        {Kind::kByteRate, -2048,         6,  "-2.0K"   },
-        {Kind::kByteRate, 0.3,           6,  "0"       },
-        {Kind::kRate,     0,             6,  "0"       },
-        {Kind::kRate,     0.01,          6,  "<0.1"    },
-        {Kind::kRate,     0.5,           6,  "0.5"     },
-        {Kind::kRate,     2,             6,  "2"       },
-        {Kind::kRate,     812.4,         6,  "812"     },
-        {Kind::kRate,     41'872'000,    6,  "42M"     },
-        {Kind::kShare,    0.976,         6,  "98"      },
-        {Kind::kMillis,   250,           7,  "0.2s"    },
-        {Kind::kMillis,   40'000,        7,  "40s"     },
-        {Kind::kMillis,   370'000,       7,  "6m10"    },
-        {Kind::kMillis,   720'000,       7,  "12m"     },
-        {Kind::kMillis,   47'100'000,    7,  "13h05"   },
-        {Kind::kMillis,   198'800'000,   7,  "2d07h"   },
-        {Kind::kAtLeast,  40'000,        8,  ">=40s"   },
-        {Kind::kUnknown,  3,             8,  "-"       },
+        {Kind::kCount, 902'211, 7, "902211"},
+        {Kind::kCount, 4'294'967'295, 7, "4.3G"},
+        {Kind::kCount, 999'960, 5, "1.0M"},
+        {Kind::kCount, -5, 7, "-5"},
+        {Kind::kBytes, 512, 5, "512"},
+        {Kind::kBytes, 1024 * 1024, 5, "1.0M"},
+        {Kind::kBytes, 20'979'712, 5, "20M"},
+        {Kind::kBytes, 1'048'000, 5, "1023K"},
+        {Kind::kByteRate, -2048, 6, "-2.0K"},
+        {Kind::kByteRate, 0.3, 6, "0"},
+        {Kind::kRate, 0, 6, "0"},
+        {Kind::kRate, 0.01, 6, "<0.1"},
+        {Kind::kRate, 0.5, 6, "0.5"},
+        {Kind::kRate, 2, 6, "2"},
+        {Kind::kRate, 812.4, 6, "812"},
+        {Kind::kRate, 41'872'000, 6, "42M"},
+        {Kind::kShare, 0.976, 6, "98"},
+        {Kind::kMillis, 250, 7, "0.2s"},
+        {Kind::kMillis, 40'000, 7, "40s"},
+        {Kind::kMillis, 370'000, 7, "6m10"},
+        {Kind::kMillis, 720'000, 7, "12m"},
+        {Kind::kMillis, 47'100'000, 7, "13h05"},
+        {Kind::kMillis, 198'800'000, 7, "2d07h"},
+        {Kind::kAtLeast, 40'000, 8, ">=40s"},
+        {Kind::kUnknown, 3, 8, "-"},
     };
     for (const auto& row : kRows)
         EXPECT_EQ(shown(numberValue(row.kind, row.number), row.columns, Cut::kEnd), row.text) << row.number;
@@ -245,9 +247,7 @@ TEST(WaitsView, ShowsChainsAsTreesWithTheLongestFirst) {
         {"a file is held by the only one who does not wait for it",
          {{"A", {{"writer", 'N', 0, 0, kConcurrent}, {"w1", 'N', kFile, 9}, {"w2", 'N', kFile, 10}}}},
          {">=10s file A w2 writer", ">=9s file A w1 writer"}},
-        {"nobody is known",
-         {{"A", {{"idle"}, {"waiter", 'N', kRecord, 1}}}},
-         {">=1s record A waiter -"}},
+        {"nobody is known", {{"A", {{"idle"}, {"waiter", 'N', kRecord, 1}}}}, {">=1s record A waiter -"}},
         {"the waiter itself is no candidate",
          {{"A", {{"waiter", 'S'}, {"waiter", 'N', kRecord, 1}}}},
          {">=1s record A waiter -"}},
@@ -322,7 +322,8 @@ TEST(Viewer, DrawsInAnySizeWithoutHarm) {
                     EXPECT_EQ(text.find("_VIEW_"), std::string::npos) << text;
                     const String shown = widen(text);
                     const int width = ::wcswidth(shown.c_str(), shown.size());
-                    EXPECT_TRUE(width >= 0 && width <= size.columns) << view << keys << " " << size.columns << ": " << text;
+                    EXPECT_TRUE(width >= 0 && width <= size.columns)
+                        << view << keys << " " << size.columns << ": " << text;
                 }
             }
         }
@@ -331,7 +332,7 @@ TEST(Viewer, DrawsInAnySizeWithoutHarm) {
 
 TEST(Viewer, ShowsInEveryLanguageAllThatBelongsOn80Columns) {
     // The columns that each view has there at least, and the handles of a file and of a session.
-    constexpr std::pair<const char*, std::size_t> kColumns[] = {{"1", 7}, {"2", 5}, {"3", 8}, {"4", 6},
+    constexpr std::pair<const char*, std::size_t> kColumns[] = {{"1", 7}, {"2", 5}, {"3", 8},   {"4", 6},
                                                                 {"5", 6}, {"6", 6}, {"1\n", 7}, {"3\n", 5}};
     for (const char* const language : {"C", "de_DE"}) {
         ::setenv("LC_ALL", language, 1);
@@ -392,8 +393,9 @@ TEST(Viewer, KeepsTheCursorInItsPlaceOrWithAnItem) {
 TEST(Viewer, SortsByAnyColumnWithTheUnknownLast) {
     const RecordPtr before = made({}, {{"s1", "", 100}, {"s2", "", 100}, {"s3", "", 100}});
     Screen screen(ViewName::kSessions);
-    screen.viewer->show(made({}, {{"s0", "10.0.0.4"}, {"s1", "10.0.0.3", 150}, {"s2", "10.0.0.3", 50}, {"s3", "10.0.0.1", 900}}, 2),
-                        before);
+    screen.viewer->show(
+        made({}, {{"s0", "10.0.0.4"}, {"s1", "10.0.0.3", 150}, {"s2", "10.0.0.3", 50}, {"s3", "10.0.0.1", 900}}, 2),
+        before);
     EXPECT_EQ(screen.firsts(), "s3 s1 s0 s2 ");  // 80 and 5 a second, one without a rate, one that fell
     EXPECT_NE(screen.line(2).find("sort: READ/s desc"), std::string::npos);
     screen.press('I');
@@ -408,12 +410,14 @@ TEST(Viewer, SortsByAnyColumnWithTheUnknownLast) {
 
 TEST(Viewer, FiltersAndSearchesInTextsAsTheyAreShown) {
     Screen screen(ViewName::kFiles);
-    screen.viewer->show(made({{"stock", {{"Till-1"}}}, {"ORDERS", {}}, {"b\x1b[d", {}}, {"Bücher", {}}, {"tills", {}}}), nullptr);
+    screen.viewer->show(made({{"stock", {{"Till-1"}}}, {"ORDERS", {}}, {"b\x1b[d", {}}, {"Bücher", {}}, {"tills", {}}}),
+                        nullptr);
     constexpr struct {
         const char* filter;
         const char* rows;
     } kRows[] = {
-        {"ORD", "ORDERS "}, {"ord", "ORDERS "}, {"\\X1b", "b\\x1b[d "}, {"büch", "Bücher "}, {"none", "No row contains "},
+        {"ORD", "ORDERS "},  {"ord", "ORDERS "},           {"\\X1b", "b\\x1b[d "},
+        {"büch", "Bücher "}, {"none", "No row contains "},
     };
     for (const auto& row : kRows) {
         screen.press('/');
@@ -446,7 +450,8 @@ TEST(Viewer, FiltersAndSearchesInTextsAsTheyAreShown) {
 
 TEST(Viewer, GoesFromFilesToSessionsAndBackWhereNamesAreUnambiguous) {
     const std::vector<File> files = {{"A", {{"solo"}, {"twin"}, {"none"}}}, {"B", {}}, {"B", {}}};
-    const std::vector<Session> sessions = {{"solo", "10.0.0.1", 0, {"A", "B", "C"}}, {"twin", "10.0.0.2"}, {"twin", "10.0.0.3"}};
+    const std::vector<Session> sessions = {
+        {"solo", "10.0.0.1", 0, {"A", "B", "C"}}, {"twin", "10.0.0.2"}, {"twin", "10.0.0.3"}};
     Screen screen(ViewName::kFiles);
     screen.viewer->show(made(files, sessions), nullptr);
     screen.press(KeyKind::kEnter);
@@ -492,21 +497,21 @@ TEST(Viewer, AsksForWhatItCannotDoItself) {
         RequestKind replay;
         const char* text;
     } kRows[] = {
-        {'q', nullptr, RequestKind::kQuit,        RequestKind::kQuit,           ""    },
-        {'z', nullptr, RequestKind::kPause,       RequestKind::kPause,          ""    },
-        {' ', nullptr, RequestKind::kPause,       RequestKind::kPause,          ""    },
-        {12,  nullptr, RequestKind::kRedraw,      RequestKind::kRedraw,         ""    },
-        {'i', "5s",    RequestKind::kSetInterval, RequestKind::kSetInterval,    "5s"  },
-        {'b', "-2h",   RequestKind::kNone,        RequestKind::kJump,           "-2h" },
-        {'t', nullptr, RequestKind::kNone,        RequestKind::kNextRecord,     ""    },
-        {'T', nullptr, RequestKind::kNone,        RequestKind::kPreviousRecord, ""    },
-        {'r', nullptr, RequestKind::kNone,        RequestKind::kFirstRecord,    ""    },
-        {'Z', nullptr, RequestKind::kNone,        RequestKind::kLastRecord,     ""    },
-        {'w', nullptr, RequestKind::kNone,        RequestKind::kNextWait,       ""    },
-        {'W', nullptr, RequestKind::kNone,        RequestKind::kPreviousWait,   ""    },
-        {'g', nullptr, RequestKind::kNone,        RequestKind::kNextGap,        ""    },
-        {'G', nullptr, RequestKind::kNone,        RequestKind::kPreviousGap,    ""    },
-        {'x', nullptr, RequestKind::kNone,        RequestKind::kNone,           ""    },
+        {'q', nullptr, RequestKind::kQuit, RequestKind::kQuit, ""},
+        {'z', nullptr, RequestKind::kPause, RequestKind::kPause, ""},
+        {' ', nullptr, RequestKind::kPause, RequestKind::kPause, ""},
+        {12, nullptr, RequestKind::kRedraw, RequestKind::kRedraw, ""},
+        {'i', "5s", RequestKind::kSetInterval, RequestKind::kSetInterval, "5s"},
+        {'b', "-2h", RequestKind::kNone, RequestKind::kJump, "-2h"},
+        {'t', nullptr, RequestKind::kNone, RequestKind::kNextRecord, ""},
+        {'T', nullptr, RequestKind::kNone, RequestKind::kPreviousRecord, ""},
+        {'r', nullptr, RequestKind::kNone, RequestKind::kFirstRecord, ""},
+        {'Z', nullptr, RequestKind::kNone, RequestKind::kLastRecord, ""},
+        {'w', nullptr, RequestKind::kNone, RequestKind::kNextWait, ""},
+        {'W', nullptr, RequestKind::kNone, RequestKind::kPreviousWait, ""},
+        {'g', nullptr, RequestKind::kNone, RequestKind::kNextGap, ""},
+        {'G', nullptr, RequestKind::kNone, RequestKind::kPreviousGap, ""},
+        {'x', nullptr, RequestKind::kNone, RequestKind::kNone, ""},
     };
     for (const bool isReplay : {false, true}) {
         for (const auto& row : kRows) {
