@@ -76,45 +76,48 @@ Value stateValue(const Facts& facts, std::uint32_t item) {
     return word(facts, handle(facts, item).state);
 }
 
+constexpr Column kFilesColumns[] = {
+    nameColumn("COLUMN_FILE", 0, 12, 60, Cut::kStart, nameValue),
+    numberColumn("COLUMN_SIZE", 1, 5, sizeValue),
+    numberColumn("COLUMN_GROWTH", 4, 6, growthValue),
+    numberColumn("COLUMN_HANDLES", 1, 7, countValueOf<&HandleCounts::all>),
+    numberColumn("COLUMN_LOCKING", 2, 5, countValueOf<&HandleCounts::locking>),
+    numberColumn("COLUMN_WAITING", 1, 5, countValueOf<&HandleCounts::waiting>),
+    wordColumn("COLUMN_FLAGS", 4, 8, flagsValue),
+    numberColumn("COLUMN_PAGE", 6, 5, pageSizeValue),
+};
+
+constexpr Column kFileHandlesColumns[] = {
+    nameColumn("COLUMN_CLIENT", 0, 12, 48, Cut::kMiddle, clientValue),
+    upward(numberColumn("COLUMN_INDEX", 3, 6, clientIndexValue)),
+    wordColumn("COLUMN_WAITS_FOR", 1, 6, stateValue<waitStateValue>),
+    wordColumn("COLUMN_LOCK", 1, 6, stateValue<recordLockValue>),
+    wordColumn("COLUMN_TRANSACTION", 1, 5, stateValue<transactionStateValue>),
+    wordColumn("COLUMN_MODE", 2, 8, stateValue<openModeValue>),
+    upward(wordColumn("COLUMN_ADDRESS", 4, 15, ofSession<&SessionItem::address>)),
+    upward(numberColumn("COLUMN_PID", 5, 7, ofSession<&SessionItem::pid>)),
+    numberColumn("COLUMN_LOCKS", 6, 6, ofSession<&SessionItem::locksUsed>),
+};
+
+Items rowsOfFiles(const Facts& facts, std::uint32_t /*owner*/) {
+    return placesFrom(0, facts.now().files.size());
+}
+
+Items rowsOfFileHandles(const Facts& facts, std::uint32_t owner) {
+    const HandleRange range = file(facts, owner).handles;
+    return placesFrom(range.first, range.count);
+}
+
 }  // namespace
 
 const Sheet& filesSheet() {
-    static const Sheet kSheet = {
-        "FILES",
-        Section::kFiles,
-        {nameColumn("COLUMN_FILE", 0,    12, 34, Cut::kStart, nameValue), numberColumn("COLUMN_SIZE", 1, 5, sizeValue),
-                  numberColumn("COLUMN_GROWTH", 4, 6, growthValue),
-                  numberColumn("COLUMN_HANDLES", 1, 7, countValueOf<&HandleCounts::all>),
-                  numberColumn("COLUMN_LOCKING", 2, 5, countValueOf<&HandleCounts::locking>),
-                  numberColumn("COLUMN_WAITING", 1, 5, countValueOf<&HandleCounts::waiting>),
-                  wordColumn("COLUMN_FLAGS", 4, 8, flagsValue), numberColumn("COLUMN_PAGE", 6, 5, pageSizeValue)},
-        3,
-        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().files.size());},
-        matchFiles,
-    };
+    static const Sheet kSheet = {"FILES", Section::kFiles, columnsOf(kFilesColumns), 3, rowsOfFiles, matchFiles};
     return kSheet;
 }
 
 const Sheet& fileHandlesSheet() {
-    static const Sheet kSheet = {
-        "FILE_HANDLES",
-        Section::kFiles,
-        {nameColumn("COLUMN_CLIENT", 0, 12,  26, Cut::kMiddle, clientValue),
-                  upward(numberColumn("COLUMN_INDEX", 3, 6, clientIndexValue)),
-                  wordColumn("COLUMN_WAITS_FOR", 1, 6, stateValue<waitStateValue>),
-                  wordColumn("COLUMN_LOCK", 1, 6, stateValue<recordLockValue>),
-                  wordColumn("COLUMN_TRANSACTION", 1, 5, stateValue<transactionStateValue>),
-                  wordColumn("COLUMN_MODE", 2, 8, stateValue<openModeValue>),
-                  upward(wordColumn("COLUMN_ADDRESS", 4, 15, ofSession<&SessionItem::address>)),
-                  upward(numberColumn("COLUMN_PID", 5, 7, ofSession<&SessionItem::pid>)),
-                  numberColumn("COLUMN_LOCKS", 6, 6, ofSession<&SessionItem::locksUsed>)},
-        2,
-        [](const Facts& facts, std::uint32_t owner) {
-            const HandleRange range = file(facts, owner).handles;
-            return placesFrom(range.first, range.count);
-                  },
-        matchFileHandles,
-    };
+    static const Sheet kSheet = {"FILE_HANDLES",    Section::kFiles, columnsOf(kFileHandlesColumns), 2,
+                                 rowsOfFileHandles, matchFileHandles};
     return kSheet;
 }
 

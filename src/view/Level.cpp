@@ -19,6 +19,12 @@ void append(Line& line, std::string text, Style style) {
     }
 }
 
+// What a value takes where there is room enough.
+int widthOf(const Column& column, const Value& value) {
+    if (value.kind == Value::Kind::kBar) return column.most;
+    return vexo::widthOf(value.before) + vexo::widthOf(screenText(value.text)) + vexo::widthOf(value.behind);
+}
+
 }  // namespace
 
 void Anchor::moveTo(const RecordPtr& now, Match match) {
@@ -59,13 +65,9 @@ void Level::measure(const Facts& facts) {
     m_widest.resize(m_sheet->columns.size(), 0);
     for (std::size_t column = 0; column < m_widest.size(); ++column) {
         const Column& it = m_sheet->columns[column];
-        if (it.least == it.usual) continue;  // its width is what it is
-        for (const std::uint32_t item : m_rows) {
-            const Value value = it.value(facts, item);
-            if (value.kind != Value::Kind::kText) continue;
-            const int width = widthOf(value.before) + widthOf(screenText(value.text)) + widthOf(value.behind);
-            m_widest[column] = std::max(m_widest[column], width);
-        }
+        if (it.least == it.most) continue;  // its width is what it is
+        for (const std::uint32_t item : m_rows)
+            m_widest[column] = std::max(m_widest[column], widthOf(it, it.value(facts, item)));
     }
 }
 
@@ -134,7 +136,7 @@ int Level::widthOfColumn(const Facts& facts, std::size_t column, int width) cons
     return std::max(width, widthOf(facts.texts()[m_sheet->columns[column].heading]));
 }
 
-// First all columns that fit, by their priorities; then names grow, to their usual width and then to the widest of them.
+// First all columns that fit, by their priorities; then names grow, all alike, each to the widest of them.
 std::vector<PlacedColumn> Level::layOut(const Facts& facts, int columns) const {
     const auto& specs = m_sheet->columns;
     std::vector<std::size_t> byPriority(specs.size());
@@ -142,13 +144,17 @@ std::vector<PlacedColumn> Level::layOut(const Facts& facts, int columns) const {
         byPriority[column] = column;
     std::stable_sort(byPriority.begin(), byPriority.end(),
                      [&](std::size_t left, std::size_t right) { return specs[left].priority < specs[right].priority; });
+    // What a column gets before further ones appear: all that its texts take, within reason.
+    const auto comfortable = [&](std::size_t column) {
+        return std::clamp(m_widest[column], specs[column].least, specs[column].most);
+    };
     std::vector<PlacedColumn> placed;
     int least = -kBetween;
-    int usual = -kBetween;
+    int comfort = -kBetween;
     for (const std::size_t column : byPriority) {
         least += kBetween + widthOfColumn(facts, column, specs[column].least);
-        usual += kBetween + widthOfColumn(facts, column, specs[column].usual);
-        const bool fits = (specs[column].priority <= kLastOfUsual ? least : usual) <= columns;
+        comfort += kBetween + widthOfColumn(facts, column, comfortable(column));
+        const bool fits = (specs[column].priority <= kLastOfUsual ? least : comfort) <= columns;
         if (!fits && !placed.empty()) break;
         placed.push_back({column, widthOfColumn(facts, column, specs[column].least)});
     }
@@ -157,19 +163,15 @@ std::vector<PlacedColumn> Level::layOut(const Facts& facts, int columns) const {
     int room = columns + kBetween;
     for (const PlacedColumn& column : placed)
         room -= column.width + kBetween;
-    const auto grow = [&](auto wanted) {
-        for (bool grew = true; grew && room > 0;) {
-            grew = false;
-            for (PlacedColumn& column : placed) {
-                if (room == 0 || column.width >= wanted(column.column)) continue;
-                ++column.width;
-                --room;
-                grew = true;
-            }
+    for (bool grew = true; grew && room > 0;) {
+        grew = false;
+        for (PlacedColumn& column : placed) {
+            if (room == 0 || column.width >= m_widest[column.column]) continue;
+            ++column.width;
+            --room;
+            grew = true;
         }
-    };
-    grow([&](std::size_t column) { return specs[column].usual; });
-    grow([&](std::size_t column) { return m_widest.empty() ? 0 : m_widest[column]; });
+    }
     return placed;
 }
 

@@ -90,71 +90,76 @@ Value totalTimeValue(const Facts& facts, std::uint32_t item) {
     return countValue(connection(facts, item).totalTime);
 }
 
+constexpr Column kSessionsColumns[] = {
+    nameColumn("COLUMN_SESSION", 0, 12, 44, Cut::kMiddle, nameValue<&SessionItem::name>),
+    upward(wordColumn("COLUMN_ADDRESS", 2, 15, nameValue<&SessionItem::address>)),
+    numberColumn("COLUMN_LOCKS", 1, 5, numberValueOf<&SessionItem::locksUsed>),
+    wordColumn("COLUMN_TRANSACTION", 2, 5, sessionTransactionValue),
+    numberColumn("COLUMN_READS", 1, 6, rateValue<&SessionRates::recordsRead>),
+    numberColumn("COLUMN_WRITES", 1, 7, writesValue),
+    numberColumn("COLUMN_DISK", 3, 6, rateValue<&SessionRates::diskAccesses>),
+    numberColumn("COLUMN_CACHE", 4, 6, cacheValue),
+    numberColumn("COLUMN_HANDLES", 5, 7, handlesValue<&HandleCounts::all>),
+    numberColumn("COLUMN_WAITING", 5, 5, handlesValue<&HandleCounts::waiting>),
+    numberColumn("COLUMN_INSERTS", 6, 6, rateValue<&SessionRates::recordsInserted>),
+    numberColumn("COLUMN_UPDATES", 6, 6, rateValue<&SessionRates::recordsUpdated>),
+    numberColumn("COLUMN_DELETES", 6, 6, rateValue<&SessionRates::recordsDeleted>),
+    upward(numberColumn("COLUMN_PID", 7, 7, numberValueOf<&SessionItem::pid>)),
+    upward(wordColumn("COLUMN_SITE", 8, 6, siteValue)),
+    nameColumn("COLUMN_CLIENT_ID", 9, 12, 12, Cut::kMiddle, nameValue<&SessionItem::clientId>),
+    upward(numberColumn("COLUMN_TASK", 10, 5, numberValueOf<&SessionItem::taskNumber>)),
+    upward(numberColumn("COLUMN_CONNECTION", 11, 5, connectionNumberValue)),
+};
+
+constexpr Column kSessionHandlesColumns[] = {
+    nameColumn("COLUMN_FILE", 0, 12, 80, Cut::kStart, fileValue),
+    wordColumn("COLUMN_WAITS_FOR", 1, 6, stateValue<waitStateValue>),
+    wordColumn("COLUMN_LOCK", 1, 6, stateValue<recordLockValue>),
+    wordColumn("COLUMN_TRANSACTION", 1, 5, stateValue<transactionStateValue>),
+    wordColumn("COLUMN_MODE", 2, 8, stateValue<openModeValue>),
+};
+
+constexpr Column kConnectionsColumns[] = {
+    nameColumn("COLUMN_USER", 0, 8, 28, Cut::kMiddle, connectionText<&ConnectionItem::user>),
+    nameColumn("COLUMN_HOST", 1, 8, 28, Cut::kEnd, connectionText<&ConnectionItem::host>),
+    upward(wordColumn("COLUMN_ADDRESS", 3, 15, connectionText<&ConnectionItem::address>)),
+    nameColumn("COLUMN_APPLICATION", 2, 8, 28, Cut::kMiddle, connectionText<&ConnectionItem::application>),
+    upward(wordColumn("COLUMN_STATE", 1, 7, statusValue)),
+    numberColumn("COLUMN_PERIOD", 1, 7, periodValue),
+    nameColumn("COLUMN_DATA_SOURCE", 5, 8, 28, Cut::kMiddle, connectionText<&ConnectionItem::dataSource>),
+    numberColumn("COLUMN_TOTAL", 6, 10, totalTimeValue),
+};
+
+Items rowsOfSessions(const Facts& facts, std::uint32_t /*owner*/) {
+    return placesFrom(0, facts.now().sessions.size());
+}
+
+Items rowsOfSessionHandles(const Facts& facts, std::uint32_t owner) {
+    const HandleRange range = session(facts, owner).handles;
+    return placesFrom(range.first, range.count);
+}
+
+Items rowsOfConnections(const Facts& facts, std::uint32_t /*owner*/) {
+    return placesFrom(0, facts.now().connections.size());
+}
+
 }  // namespace
 
 const Sheet& sessionsSheet() {
-    static const Sheet kSheet = {
-        "SESSIONS",
-        Section::kSessions,
-        {nameColumn("COLUMN_SESSION", 0,        12, 22, Cut::kMiddle, nameValue<&SessionItem::name>),
-                     upward(wordColumn("COLUMN_ADDRESS", 2, 15, nameValue<&SessionItem::address>)),
-                     numberColumn("COLUMN_LOCKS", 1, 5, numberValueOf<&SessionItem::locksUsed>),
-                     wordColumn("COLUMN_TRANSACTION", 2, 5, sessionTransactionValue),
-                     numberColumn("COLUMN_READS", 1, 6, rateValue<&SessionRates::recordsRead>),
-                     numberColumn("COLUMN_WRITES", 1, 7, writesValue),
-                     numberColumn("COLUMN_DISK", 3, 6, rateValue<&SessionRates::diskAccesses>),
-                     numberColumn("COLUMN_CACHE", 4, 6, cacheValue),
-                     numberColumn("COLUMN_HANDLES", 5, 7, handlesValue<&HandleCounts::all>),
-                     numberColumn("COLUMN_WAITING", 5, 5, handlesValue<&HandleCounts::waiting>),
-                     numberColumn("COLUMN_INSERTS", 6, 6, rateValue<&SessionRates::recordsInserted>),
-                     numberColumn("COLUMN_UPDATES", 6, 6, rateValue<&SessionRates::recordsUpdated>),
-                     numberColumn("COLUMN_DELETES", 6, 6, rateValue<&SessionRates::recordsDeleted>),
-                     upward(numberColumn("COLUMN_PID", 7, 7, numberValueOf<&SessionItem::pid>)),
-                     upward(wordColumn("COLUMN_SITE", 8, 6, siteValue)),
-                     nameColumn("COLUMN_CLIENT_ID", 9, 12, 12, Cut::kMiddle, nameValue<&SessionItem::clientId>),
-                     upward(numberColumn("COLUMN_TASK", 10, 5, numberValueOf<&SessionItem::taskNumber>)),
-                     upward(numberColumn("COLUMN_CONNECTION", 11, 5, connectionNumberValue))},
-        4,
-        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().sessions.size());},
-        matchSessions,
-    };
+    static const Sheet kSheet = {"SESSIONS", Section::kSessions, columnsOf(kSessionsColumns),
+                                 4,          rowsOfSessions,     matchSessions};
     return kSheet;
 }
 
 const Sheet& sessionHandlesSheet() {
-    static const Sheet kSheet = {
-        "SESSION_HANDLES",
-        Section::kSessions,
-        {nameColumn("COLUMN_FILE", 0, 12, 40, Cut::kStart, fileValue),
-                     wordColumn("COLUMN_WAITS_FOR", 1, 6, stateValue<waitStateValue>),
-                     wordColumn("COLUMN_LOCK", 1, 6, stateValue<recordLockValue>),
-                     wordColumn("COLUMN_TRANSACTION", 1, 5, stateValue<transactionStateValue>),
-                     wordColumn("COLUMN_MODE", 2, 8, stateValue<openModeValue>)},
-        1,
-        [](const Facts& facts, std::uint32_t owner) {
-            const HandleRange range = session(facts, owner).handles;
-            return placesFrom(range.first, range.count);
-                     },
-        matchSessionHandles,
-    };
+    static const Sheet kSheet = {"SESSION_HANDLES",    Section::kSessions, columnsOf(kSessionHandlesColumns), 1,
+                                 rowsOfSessionHandles, matchSessionHandles};
     return kSheet;
 }
 
 const Sheet& connectionsSheet() {
-    static const Sheet kSheet = {
-        "CONNECTIONS",
-        Section::kConnections,
-        {nameColumn("COLUMN_USER", 0, 8, 14, Cut::kMiddle, connectionText<&ConnectionItem::user>),
-                        nameColumn("COLUMN_HOST", 1, 8, 14, Cut::kEnd, connectionText<&ConnectionItem::host>),
-                        upward(wordColumn("COLUMN_ADDRESS", 3, 15, connectionText<&ConnectionItem::address>)),
-                        nameColumn("COLUMN_APPLICATION", 2, 8, 16, Cut::kMiddle, connectionText<&ConnectionItem::application>),
-                        upward(wordColumn("COLUMN_STATE", 1, 7, statusValue)), numberColumn("COLUMN_PERIOD", 1, 7, periodValue),
-                        nameColumn("COLUMN_DATA_SOURCE", 5, 8, 14, Cut::kMiddle, connectionText<&ConnectionItem::dataSource>),
-                        numberColumn("COLUMN_TOTAL", 6, 10, totalTimeValue)},
-        4,
-        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().connections.size());},
-        matchConnections,
-    };
+    static const Sheet kSheet = {"CONNECTIONS",     Section::kConnections, columnsOf(kConnectionsColumns), 4,
+                                 rowsOfConnections, matchConnections};
     return kSheet;
 }
 

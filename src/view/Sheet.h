@@ -21,8 +21,8 @@ using ColumnValue = Value (*)(const Facts& facts, std::uint32_t item);
 struct Column {
     const char* heading = "";  // key of its text
     ColumnValue value = nullptr;
-    int least = 0;     // columns of the screen without which it is not shown
-    int usual = 0;     // and those that it gets before further columns appear; names may take more in the end
+    int least = 0;  // columns of the screen without which it is not shown
+    int most = 0;   // and up to which it grows with its texts before further ones appear; in the end to all they take
     int priority = 0;  // those of the smallest appear first
     Side side = Side::kRight;
     Cut cut = Cut::kEnd;
@@ -30,20 +30,25 @@ struct Column {
 };
 
 // Texts of any length, cut where they tell least.
-inline Column nameColumn(const char* heading, int priority, int least, int usual, Cut cut, ColumnValue value) {
-    return {heading, value, least, usual, priority, Side::kLeft, cut, false};
+constexpr Column nameColumn(const char* heading, int priority, int least, int most, Cut cut, ColumnValue value) {
+    return {heading, value, least, most, priority, Side::kLeft, cut, false};
 }
 // Words of the program, and others that have to be whole.
-inline Column wordColumn(const char* heading, int priority, int width, ColumnValue value) {
+constexpr Column wordColumn(const char* heading, int priority, int width, ColumnValue value) {
     return {heading, value, width, width, priority, Side::kLeft, Cut::kEnd, true};
 }
-inline Column numberColumn(const char* heading, int priority, int width, ColumnValue value) {
+constexpr Column numberColumn(const char* heading, int priority, int width, ColumnValue value) {
     return {heading, value, width, width, priority, Side::kRight, Cut::kEnd, true};
 }
 // The least first.
-inline Column upward(Column column) {
+constexpr Column upward(Column column) {
     column.sortsDown = false;
     return column;
+}
+
+template <std::size_t count>
+std::vector<Column> columnsOf(const Column (&columns)[count]) {
+    return {columns, columns + count};
 }
 
 using Items = std::vector<std::uint32_t>;

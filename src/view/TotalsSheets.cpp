@@ -129,42 +129,46 @@ Value lineLimitValue(const Facts& facts, std::uint32_t item) {
     return amount ? limitValue(facts, *amount, Kind::kCount) : Value{};
 }
 
-Column barColumn(const char* heading, int priority, int least, int usual) {
-    return {heading, barValue, least, usual, priority, Side::kLeft};
+constexpr Column barColumn(const char* heading, int priority, int least, int most) {
+    return {heading, barValue, least, most, priority, Side::kLeft};
+}
+
+constexpr Column kUsageColumns[] = {
+    nameColumn("COLUMN_RESOURCE", 0, 14, 24, Cut::kEnd, resourceValue),
+    numberColumn("COLUMN_NOW", 0, 7, partValue<&Amount::current>),
+    numberColumn("COLUMN_PEAK", 1, 7, partValue<&Amount::peak>),
+    numberColumn("COLUMN_LIMIT", 1, 10, resourceLimitValue),
+    numberColumn("COLUMN_USED", 2, 5, shareValue),
+    barColumn("COLUMN_BAR", 3, 12, 60),
+};
+
+constexpr Column kCommunicationsColumns[] = {
+    nameColumn("COLUMN_WHAT", 0, 16, 28, Cut::kEnd, lineNameValue),
+    numberColumn("COLUMN_RATE", 0, 7, lineRateValue),
+    numberColumn("COLUMN_COUNT", 1, 12, linePartValue<&CommunicationLine::count>),
+    numberColumn("COLUMN_NOW", 0, 7, linePartValue<&CommunicationLine::current>),
+    numberColumn("COLUMN_PEAK", 1, 7, linePartValue<&CommunicationLine::peak>),
+    numberColumn("COLUMN_LIMIT", 2, 10, lineLimitValue),
+};
+
+Items rowsOfUsage(const Facts& facts, std::uint32_t /*owner*/) {
+    return placesFrom(0, facts.now().usage ? std::size(kResources) : 0);
+}
+
+Items rowsOfCommunications(const Facts& facts, std::uint32_t /*owner*/) {
+    return placesFrom(0, facts.now().communication ? kFixedLines + facts.now().protocols.size() : 0);
 }
 
 }  // namespace
 
 const Sheet& usageSheet() {
-    static const Sheet kSheet = {
-        "USAGE",
-        Section::kUsage,
-        {nameColumn("COLUMN_RESOURCE", 0, 14, 18, Cut::kEnd, resourceValue),
-                  numberColumn("COLUMN_NOW", 0, 7, partValue<&Amount::current>),
-                  numberColumn("COLUMN_PEAK", 1, 7, partValue<&Amount::peak>),
-                  numberColumn("COLUMN_LIMIT", 1, 10, resourceLimitValue), numberColumn("COLUMN_USED", 2, 5, shareValue),
-                  barColumn("COLUMN_BAR", 3, 12, 26)},
-        kUnsorted,
-        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().usage ? std::size(kResources) : 0);   },
-    };
+    static const Sheet kSheet = {"USAGE", Section::kUsage, columnsOf(kUsageColumns), kUnsorted, rowsOfUsage};
     return kSheet;
 }
 
 const Sheet& communicationsSheet() {
-    static const Sheet kSheet = {
-        "COMMUNICATIONS",
-        Section::kCommunications,
-        {nameColumn("COLUMN_WHAT", 0,   16, 28, Cut::kEnd, lineNameValue),
-                           numberColumn("COLUMN_RATE", 0, 7, lineRateValue),
-                           numberColumn("COLUMN_COUNT", 1, 12, linePartValue<&CommunicationLine::count>),
-                           numberColumn("COLUMN_NOW", 0, 7, linePartValue<&CommunicationLine::current>),
-                           numberColumn("COLUMN_PEAK", 1, 7, linePartValue<&CommunicationLine::peak>),
-                           numberColumn("COLUMN_LIMIT", 2, 10, lineLimitValue)},
-        kUnsorted,
-        [](const Facts& facts, std::uint32_t) {
-            return placesFrom(0, facts.now().communication ? kFixedLines + facts.now().protocols.size() : 0);
-                           },
-    };
+    static const Sheet kSheet = {"COMMUNICATIONS", Section::kCommunications, columnsOf(kCommunicationsColumns),
+                                 kUnsorted, rowsOfCommunications};
     return kSheet;
 }
 

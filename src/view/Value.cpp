@@ -84,7 +84,7 @@ std::string shownNumber(const Value& value, int columns) {
         case Value::Kind::kMillis:
             return shownDuration(value.number);
         case Value::Kind::kAtLeast:
-            return ">=" + shownDuration(value.number);
+            return shownAtLeast(value.number);
         case Value::Kind::kClock:
             return shownClock(static_cast<std::int64_t>(value.number));
         case Value::Kind::kBar:
@@ -117,6 +117,10 @@ std::string shownDuration(double millis) {
     if (hours < 2) return std::to_string(minutes) + "m";
     if (hours < 48) return inParts(hours, "h", minutes % 60);
     return inParts(hours / 24, "d", hours % 24) + "h";
+}
+
+std::string shownAtLeast(double millis) {
+    return ">=" + shownDuration(std::floor(millis / 1000) * 1000);
 }
 
 std::string shown(const Value& value, int columns, Cut cut) {

@@ -70,24 +70,26 @@ Value holderAddressValue(const Facts& facts, std::uint32_t item) {
     return holder == kNowhere ? Value{} : addressValue(facts, facts.now().fileHandles[holder].client);
 }
 
+constexpr Column kWaitsColumns[] = {
+    wordColumn("COLUMN_WAITED", 0, 8, waitedValue),
+    wordColumn("COLUMN_WAITS_FOR", 2, 6, waitsForValue),
+    nameColumn("COLUMN_FILE", 1, 10, 50, Cut::kStart, fileValue),
+    nameColumn("COLUMN_WAITER", 0, 10, 36, Cut::kMiddle, waiterValue),
+    nameColumn("COLUMN_HOLDER", 0, 12, 42, Cut::kMiddle, holderValue),
+    numberColumn("COLUMN_BLOCKS", 5, 6, blockedValue),
+    upward(wordColumn("COLUMN_SINCE", 5, 8, sinceValue)),
+    upward(wordColumn("COLUMN_ADDRESS", 6, 15, waiterAddressValue)),
+    upward(wordColumn("COLUMN_HOLDER_ADDRESS", 7, 15, holderAddressValue)),
+};
+
+Items rowsOfWaits(const Facts& facts, std::uint32_t /*owner*/) {
+    return placesFrom(0, facts.now().waits.size());
+}
+
 }  // namespace
 
 const Sheet& waitsSheet() {
-    static const Sheet kSheet = {
-        "WAITS",
-        Section::kFiles,
-        {wordColumn("COLUMN_WAITED", 0,                8, waitedValue), wordColumn("COLUMN_WAITS_FOR", 2, 6, waitsForValue),
-                  nameColumn("COLUMN_FILE", 1, 10, 26, Cut::kStart, fileValue),
-                  nameColumn("COLUMN_WAITER", 0, 10, 16, Cut::kMiddle, waiterValue),
-                  nameColumn("COLUMN_HOLDER", 0, 12, 20, Cut::kMiddle, holderValue),
-                  numberColumn("COLUMN_BLOCKS", 5, 6, blockedValue), upward(wordColumn("COLUMN_SINCE", 5, 8, sinceValue)),
-                  upward(wordColumn("COLUMN_ADDRESS", 6, 15, waiterAddressValue)),
-                  upward(wordColumn("COLUMN_HOLDER_ADDRESS", 7, 15, holderAddressValue))},
-        0,
-        [](const Facts& facts, std::uint32_t) { return placesFrom(0, facts.now().waits.size());                          },
-        matchWaits,
-        true,
-    };
+    static const Sheet kSheet = {"WAITS", Section::kFiles, columnsOf(kWaitsColumns), 0, rowsOfWaits, matchWaits, true};
     return kSheet;
 }
 

