@@ -47,15 +47,18 @@ record_packages=(libsimdjson-dev libsqlitecpp-dev libzstd-dev)
 # What serves metrics, and what reads them in the tests.
 metrics_packages=(libmicrohttpd-dev)
 metrics_test_packages=(prometheus python3-prometheus-client)
+# What the screen is drawn with, and what shows it in the tests.
+screen_packages=(libncurses-dev)
+screen_test_packages=(tmux ncurses-term)
 # What the back end for MariaDB is built with, and the server that its tests run.
 mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
 test_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
-    "${metrics_test_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev
-    python3 python3-jsonschema valgrind)
+    "${metrics_test_packages[@]}" "${screen_packages[@]}" "${screen_test_packages[@]}" "${mariadb_packages[@]}"
+    libgtest-dev locales nlohmann-json3-dev python3 python3-jsonschema valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
 # What the Debian packages are made with, and looked at.
-package_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}" pkg-config libmariadb-dev
-    libgtest-dev libncurses-dev debhelper dpkg-dev git lintian blhc)
+package_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
+    "${screen_packages[@]}" pkg-config libmariadb-dev libgtest-dev debhelper dpkg-dev git lintian blhc)
 
 # Configures build/NAME; further arguments go to cmake.
 configure() {

@@ -100,25 +100,35 @@ RecordPtr Player::readBeyondDamage(Read read) {
     RecordPtr record;
     try {
         record = read();
-    } catch (const HistoryException& error) {
-        m_notice = error.message();
+    } catch (const HistoryException&) {
         m_readerAt = 0;
-        for (bool passed = false; !passed;) {
-            m_reader.passDamage();
-            try {
-                record = m_reader.next();
-                passed = true;
-            } catch (const HistoryException&) {
-                // The next group is damaged too: it was told already that something is.
-            }
-        }
+        const RecordRange passed = m_reader.passDamage();
+        tellPassed(passed);
+        record = nextReadable(passed.first);
     }
     if (record) m_readerAt = record->number;
     return record;
 }
 
+// The next record, behind all groups of records that are damaged; `first` is the first of them.
+RecordPtr Player::nextReadable(std::uint64_t first) {
+    for (;;) {
+        try {
+            return m_reader.next();
+        } catch (const HistoryException&) {
+            tellPassed({first, m_reader.passDamage().last});
+        }
+    }
+}
+
+void Player::tellPassed(RecordRange records) {
+    m_notice = MessageHelper("TOP", "TOP_")
+                   .getResStr("PASSED", std::to_string(records.first).c_str(), std::to_string(records.last).c_str());
+}
+
 // The nearest one before `record`; null if there is none. Damage is passed group by group.
 RecordPtr Player::readableBefore(std::uint64_t record) {
+    const std::uint64_t last = record - 1;
     while (record > 1) {
         try {
             m_readerAt = 0;
@@ -127,9 +137,8 @@ RecordPtr Player::readableBefore(std::uint64_t record) {
             if (before && before->number >= record) before = m_reader.previous();
             if (before) m_readerAt = before->number;
             return before;
-        } catch (const HistoryException& error) {
-            if (m_notice.empty()) m_notice = error.message();
-            --record;
+        } catch (const HistoryException&) {
+            tellPassed({--record, last});
         }
     }
     return nullptr;

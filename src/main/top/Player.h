@@ -49,6 +49,8 @@ public:
 
 private:
     std::uint64_t number() const { return m_place.now ? m_place.now->number : 0; }
+    RecordPtr nextReadable(std::uint64_t first);
+    void tellPassed(RecordRange records);
     template <typename Read>
     RecordPtr readBeyondDamage(Read read);
     RecordPtr readableBefore(std::uint64_t record);

@@ -144,6 +144,7 @@ std::map<std::string, std::string> argumentsOfTexts() {
     // The same of TOP.
     const std::pair<const char*, const char*> screen[] = {
         {"s", "NAME ERR_TERMINAL_UNKNOWN ERR_TERMINAL_POOR ERR_EMPTY BAD_INTERVAL BAD_TIME BEGINS ENDS"},
+        {"ss", "PASSED"},
         {"",
          "HELP_USAGE HELP_SCREEN HELP_OTHER ERR_NO_SOURCE ERR_NO_TERMINAL ONLY_LIVE NO_PAUSE NO_NEXT_RECORD "
          "NO_PREVIOUS_RECORD NO_NEXT_WAIT NO_PREVIOUS_WAIT NO_NEXT_GAP NO_PREVIOUS_GAP"}};
