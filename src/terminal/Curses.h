@@ -16,4 +16,18 @@
 #undef tab
 #undef newline
 
+#include <cstdint>
+#include <string>
+
+namespace vexo {
+
+// A text of the terminal's description, which is loaded; null where it has none.
+inline const char* capabilityOf(const char* name) {
+    std::string copy = name;  // the library takes no name that is const
+    const char* const value = ::tigetstr(copy.data());
+    return reinterpret_cast<std::intptr_t>(value) == -1 ? nullptr : value;
+}
+
+}  // namespace vexo
+
 #endif

@@ -72,30 +72,60 @@ short pairOf(Style style, bool hasColours) {
     return style == Style::kGap ? kGapPair : static_cast<short>(0);
 }
 
-// A place of the screen and the marks on its character.
-class Cell {
+// The first character of a text, and the bytes that it takes.
+struct Glyph {
+    wchar_t character = 0;
+    int width = 1;
+    std::size_t bytes = 1;
+    bool isKnown = false;
+};
+
+Glyph firstGlyph(std::string_view text, const Alphabet& alphabet) {
+    const utf8::Character decoded = utf8::firstCharacter(text);
+    if (decoded.size == 0) return {};
+    const auto character = static_cast<wchar_t>(decoded.code);
+    const int width = decoded.size == 1 ? 1 : widthOf(text.substr(0, decoded.size));
+    return {character, width, decoded.size, alphabet.has(character)};
+}
+
+// Writes characters one behind the other. Each has its place by its width, so that nothing shifts where a terminal or an
+// encoding lacks one.
+class Pen {
 public:
-    void begin(wchar_t character, int width) {
+    Pen(int row, int column, attr_t attribute, short pair)
+        : m_row(row), m_column(column), m_attribute(attribute), m_pair(pair) {}
+    ~Pen() { finish(); }
+    Pen(const Pen&) = delete;
+    Pen& operator=(const Pen&) = delete;
+
+    // Behind the last character.
+    int column() const { return m_column + m_width; }
+    void put(wchar_t character, int width) {
+        finish();
+        m_column += m_width;
+        m_width = width;
         m_text = {character};
         m_size = 1;
-        m_width = width;
     }
+    // A mark on the last character.
     void mark(wchar_t combining) {
         if (m_size > 0 && m_size + 1 < m_text.size()) m_text[m_size++] = combining;
     }
-    bool isEmpty() const { return m_size == 0; }
-    int width() const { return m_width; }
-    void put(int row, int column, attr_t attribute, short pair) const {
-        cchar_t cell{};
-        std::array<wchar_t, CCHARW_MAX + 1> text = m_text;
-        text[m_size] = L'\0';
-        if (::setcchar(&cell, text.data(), attribute, pair, nullptr) == OK) ::mvadd_wch(row, column, &cell);
-    }
 
 private:
-    std::array<wchar_t, CCHARW_MAX + 1> m_text{};
-    std::size_t m_size = 0;
+    void finish() const {
+        cchar_t cell{};
+        if (m_size == 0) return;
+        if (::setcchar(&cell, m_text.data(), m_attribute, m_pair, nullptr) == OK) ::mvadd_wch(m_row, m_column, &cell);
+    }
+
+    const int m_row;
+    int m_column;
+    const attr_t m_attribute;
+    const short m_pair;
     int m_width = 0;
+    std::array<wchar_t, CCHARW_MAX + 1> m_text{};  // ends with a NUL
+    std::size_t m_size = 0;
 };
 
 }  // namespace
@@ -137,37 +167,20 @@ void Painter::putLine(int row, const Line& line) const {
         column = putSpan(row, column, span);
 }
 
-// The column behind it. Every character has its place by its width, so that nothing shifts where a terminal or an encoding
-// lacks one.
+// The column behind it.
 int Painter::putSpan(int row, int column, const Span& span) const {
-    const attr_t attribute = attributeOf(span.style, m_hasColours);
-    const short pair = pairOf(span.style, m_hasColours);
-    Cell cell;
-    const auto finish = [&] {
-        if (!cell.isEmpty()) cell.put(row, column - cell.width(), attribute, pair);
-    };
+    Pen pen(row, column, attributeOf(span.style, m_hasColours), pairOf(span.style, m_hasColours));
     for (std::string_view rest = span.text; !rest.empty();) {
-        const utf8::Character decoded = utf8::firstCharacter(rest);
-        const std::string_view one = rest.substr(0, decoded.size != 0 ? decoded.size : 1);
-        rest.remove_prefix(one.size());
-        const auto character = static_cast<wchar_t>(decoded.code);
-        const int width = one.size() == 1 ? 1 : widthOf(one);
-        const bool isKnown = decoded.size != 0 && m_alphabet.has(character);
-        if (width == 0) {
-            if (isKnown) cell.mark(character);
-            continue;
-        }
-        finish();
+        const Glyph glyph = firstGlyph(rest, m_alphabet);
+        rest.remove_prefix(glyph.bytes);
+        if (glyph.isKnown && glyph.width == 0) pen.mark(glyph.character);
+        if (glyph.isKnown && glyph.width > 0) pen.put(glyph.character, glyph.width);
+        if (glyph.isKnown) continue;
         // As many substitutes as the character has columns.
-        for (int place = isKnown ? width : 1; place < width; ++place) {
-            cell.begin(L'?', 1);
-            cell.put(row, column++, attribute, pair);
-        }
-        cell.begin(isKnown ? character : substituteOf(character), isKnown ? width : 1);
-        column += cell.width();
+        for (int place = 0; place < glyph.width; ++place)
+            pen.put(substituteOf(glyph.character), 1);
     }
-    finish();
-    return column;
+    return pen.column();
 }
 
 }  // namespace vexo

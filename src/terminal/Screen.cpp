@@ -24,12 +24,6 @@ template <typename... Arguments>
     throw TerminalException(MessageHelper("TOP", "TOP_").getResStr(key, arguments...));
 }
 
-bool hasCapability(const char* name) {
-    std::string copy = name;  // the library takes no name that is const
-    const char* const value = ::tigetstr(copy.data());
-    return value && value != reinterpret_cast<const char*>(-1);
-}
-
 // What every picture needs: reaching a place, and an empty screen to begin with.
 void examineTerminal() {
     if (::isatty(STDIN_FILENO) == 0 || ::isatty(STDOUT_FILENO) == 0) refuse("ERR_NO_TERMINAL");
@@ -37,7 +31,7 @@ void examineTerminal() {
     int found = 0;
     if (!type || !*type || ::setupterm(nullptr, STDOUT_FILENO, &found) != OK)
         refuse("ERR_TERMINAL_UNKNOWN", type ? type : "");
-    if (!hasCapability("cup") || !hasCapability("clear")) refuse("ERR_TERMINAL_POOR", type);
+    if (!capabilityOf("cup") || !capabilityOf("clear")) refuse("ERR_TERMINAL_POOR", type);
 }
 
 // Curses on the standard streams.

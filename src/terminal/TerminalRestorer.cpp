@@ -22,12 +22,9 @@ Noted s_noted;
 std::atomic<bool> s_isTaken{false};
 
 // A capability without its delays, such as "$<5/>", which only tputs() understands.
-std::string capability(const char* name) {
-    // The library takes no name that is const.
-    std::string copy = name;
-    const char* const value = ::tigetstr(copy.data());
-    if (!value || value == reinterpret_cast<const char*>(-1)) return {};
-    std::string text = value;
+std::string plainCapability(const char* name) {
+    const char* const value = capabilityOf(name);
+    std::string text = value ? value : "";
     for (std::size_t start = 0; (start = text.find("$<", start)) != std::string::npos;) {
         const std::size_t end = text.find('>', start);
         if (end == std::string::npos) break;
@@ -43,7 +40,7 @@ void noteTerminal() {
     // Attributes, colours, the keypad, the cursor, and the screen that was there before.
     s_noted.farewell.clear();
     for (const char* name : {"sgr0", "rmkx", "cnorm", "rmcup"})
-        s_noted.farewell += capability(name);
+        s_noted.farewell += plainCapability(name);
     s_noted.farewell += "\r\n";
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Utf8.h"
@@ -60,16 +61,46 @@ String textOf(const Line& line) {
     return text;
 }
 
-void print(const Picture& picture, TextWriter& out) {
-    // The last line tells the keys. Below the last row there are blank ones.
-    std::vector<String> lines;
-    for (auto line = picture.lines.begin(); line + 1 < picture.lines.end(); ++line)
-        lines.push_back(textOf(*line));
-    while (!lines.empty() && lines.back().empty())
-        lines.pop_back();
-    for (const String& line : lines)
-        out.writeLine(line);
-}
+class Printer {
+public:
+    explicit Printer(ViewName view)
+        : m_out(TextWriter::onStandardOutput(TextWriter::Flushing::kByHand)),
+          m_columns(std::min(fromEnvironment("COLUMNS").value_or(kUsualColumns), kMostColumns)),
+          m_rows(fromEnvironment("LINES")),
+          m_viewer(view) {}
+
+    const RecordPtr& last() const { return m_last; }
+    std::uint64_t printed() const { return m_printed; }
+
+    void print(Scene scene) {
+        if (!scene.sentence.empty()) tell(narrow(fromUtf8(scene.sentence)));
+        m_last = scene.now;
+        m_viewer.show(std::move(scene.now), std::move(scene.before));
+        m_viewer.setSituation(std::move(scene.situation));
+        if (m_printed++ != 0) m_out->writeLine(L"");
+        printPicture(m_viewer.picture({m_rows.value_or(rowsOf(*m_last)), m_columns}));
+        m_out->flush();
+    }
+
+private:
+    void printPicture(const Picture& picture) const {
+        // The last line tells the keys. Below the last row there are blank ones.
+        std::vector<String> lines;
+        for (auto line = picture.lines.begin(); line + 1 < picture.lines.end(); ++line)
+            lines.push_back(textOf(*line));
+        while (!lines.empty() && lines.back().empty())
+            lines.pop_back();
+        for (const String& line : lines)
+            m_out->writeLine(line);
+    }
+
+    const Ref<TextWriter> m_out;
+    const int m_columns;
+    const std::optional<int> m_rows;  // else as many as there are
+    Viewer m_viewer;
+    RecordPtr m_last;
+    std::uint64_t m_printed = 0;
+};
 
 // Whoever asks for a text wants no screen that waits for an engine.
 void refuseUnreached(const Situation& situation) {
@@ -79,28 +110,20 @@ void refuseUnreached(const Situation& situation) {
 }  // namespace
 
 void printBatch(Feed& feed, const TopOptions& options, const WakeUp& woken, const TerminalSignals& signals) {
-    const int columns = std::min(fromEnvironment("COLUMNS").value_or(kUsualColumns), kMostColumns);
-    const auto rows = fromEnvironment("LINES");
-    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kByHand);
-    Viewer viewer(options.view);
-    RecordPtr last;
-    for (std::uint64_t printed = 0; printed < options.count && !signals.stopRequested();) {
+    Printer printer(options.view);
+    while (!signals.stopRequested()) {
         const bool isAtEnd = feed.isAtEnd();
         Scene scene = feed.look();
-        if (scene.now == last) {
-            if (isAtEnd) return;
-            if (!last) refuseUnreached(scene.situation);
+        if (scene.now != printer.last()) {
+            printer.print(std::move(scene));
+            if (printer.printed() == options.count) return;
+            if (!feed.advancesByItself()) feed.ask({RequestKind::kNextRecord, {}});
+        } else if (isAtEnd) {
+            return;
+        } else {
+            if (!printer.last()) refuseUnreached(scene.situation);
             woken.wait(kTurnUs);
-            continue;
         }
-        if (!scene.sentence.empty()) tell(narrow(fromUtf8(scene.sentence)));
-        last = scene.now;
-        viewer.show(scene.now, scene.before);
-        viewer.setSituation(std::move(scene.situation));
-        if (printed++ != 0) out->writeLine(L"");
-        print(viewer.picture({rows.value_or(rowsOf(*last)), columns}), *out);
-        out->flush();
-        if (!feed.advancesByItself() && printed != options.count) feed.ask({RequestKind::kNextRecord, {}});
     }
 }
 
