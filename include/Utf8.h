@@ -8,6 +8,13 @@
 
 namespace utf8 {
 
+// `content` without the byte order mark that some editors write at the start of a file.
+inline std::string_view withoutByteOrderMark(std::string_view content) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    const bool marked = content.substr(0, kByteOrderMark.size()) == kByteOrderMark;
+    return content.substr(marked ? kByteOrderMark.size() : 0);
+}
+
 // A decoded character and the bytes it takes; no bytes for a sequence that is not UTF-8.
 struct Character {
     char32_t code = 0;

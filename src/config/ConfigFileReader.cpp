@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "config/ConfigException.h"
+#include "config/SettingLine.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
 #include "util/NumberFormatException.h"
@@ -12,11 +13,6 @@
 
 namespace vexo {
 namespace {
-
-constexpr std::size_t kKeyLength = 4;
-constexpr std::int32_t kMinRefreshSeconds = 5;
-// Far longer than any setting, yet little memory when the file is not text at all.
-constexpr std::size_t kMaxLineBytes = std::size_t{1} << 20U;
 
 // An unreadable or negative number silently counts as 0.
 std::int32_t parseCount(const String& text) {
@@ -44,14 +40,14 @@ std::unique_ptr<ConfigData> ConfigFileReader::readConfiguration() {
     m_settings.max_load_factor(0.75F);
     m_settings.rehash(101);
 
-    LineReader reader(std::move(file), m_path, kMaxLineBytes);
+    LineReader reader(std::move(file), m_path, kMaxSettingLineBytes);
     try {
         readSettings(reader);
     } catch (const StreamException& failure) {
         throwReadError(systemReason(failure.errorNumber()), failure.code());
     } catch (const LineTooLongException&) {
         throw ConfigException(m_messages->getResStr("ERR_LINE_TOO_LONG", narrow(m_path).c_str(), reader.lineNumber(),
-                                                    static_cast<int>(kMaxLineBytes)));
+                                                    static_cast<int>(kMaxSettingLineBytes)));
     }
     m_data = std::make_unique<ConfigData>();
     setValues();
@@ -61,19 +57,13 @@ std::unique_ptr<ConfigData> ConfigFileReader::readConfiguration() {
 void ConfigFileReader::readSettings(LineReader& reader) {
     String line;
     while (reader.readLine(line)) {
-        const StringView setting = trim(line);
-        const bool comment = setting.substr(0, 2) == L"//";
-        if (!setting.empty() && !comment) addConfigSetting(String(setting), reader.lineNumber());
+        const StringView setting = settingIn(line);
+        if (!setting.empty()) addConfigSetting(setting, reader.lineNumber());
     }
 }
 
-void ConfigFileReader::addConfigSetting(const String& line, int lineNumber) {
-    if (line.find(L'=') == String::npos) return;
-    const std::vector<StringView> pieces = split(line, L'=');
-    if (pieces.empty()) return;
-    // A value that holds "=" itself comes out empty; blanks around "=" belong to key and value.
-    const StringView value = pieces.size() == 2 ? pieces[1] : StringView();
-    m_settings[toUpper(pieces[0].substr(0, kKeyLength))] = {String(value), lineNumber};
+void ConfigFileReader::addConfigSetting(StringView setting, int lineNumber) {
+    if (const auto parts = takeApart(setting)) m_settings[keyOf(parts->name)] = {String(parts->value), lineNumber};
 }
 
 void ConfigFileReader::setValues() {

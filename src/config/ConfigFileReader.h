@@ -40,7 +40,7 @@ private:
     };
 
     void readSettings(LineReader& reader);
-    void addConfigSetting(const String& line, int lineNumber);
+    void addConfigSetting(StringView setting, int lineNumber);
     void setValues();
     void setRefreshRate();
     void setRefreshlimit();

@@ -7,12 +7,11 @@
 #include <cerrno>
 #include <utility>
 
+#include "Utf8.h"
 #include "foundation/Encoding.h"
 
 namespace vexo {
 namespace {
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // The number of bytes read, 0 at the end of the file.
 std::size_t readSome(const FileDescriptor& file, char* buffer, std::size_t size, StringView name) {
@@ -47,8 +46,7 @@ bool LineReader::readLine(String& line) {
             break;
         }
     } while (fill());
-    const bool marked = m_lineNumber == 1 && m_line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0;
-    appendWide(line, std::string_view(m_line).substr(marked ? kByteOrderMark.size() : 0));
+    appendWide(line, m_lineNumber == 1 ? utf8::withoutByteOrderMark(m_line) : m_line);
     return true;
 }
 

@@ -186,8 +186,7 @@ std::vector<String> bundleDirectories() {
 }  // namespace
 
 std::optional<String> findProperty(std::string_view content, StringView key) {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    if (content.substr(0, kByteOrderMark.size()) == kByteOrderMark) content.remove_prefix(kByteOrderMark.size());
+    content = utf8::withoutByteOrderMark(content);
     std::optional<String> found;
     std::string joined;
     while (!content.empty()) {

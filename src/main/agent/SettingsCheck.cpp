@@ -9,6 +9,7 @@
 #include <string>
 
 #include "config/ConfigFileReader.h"
+#include "config/SettingLine.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
 #include "foundation/LineReader.h"
@@ -20,10 +21,7 @@
 namespace vexo {
 namespace {
 
-constexpr std::size_t kKeyLength = 4;
-constexpr std::size_t kMaxLineBytes = std::size_t{1} << 20U;
 constexpr std::size_t kMaxCredentialBytes = 255;
-constexpr int kMinRefreshSeconds = 5;
 
 enum class Kind { kText, kCredential, kNumber, kSwitch, kOutput };
 
@@ -48,12 +46,11 @@ constexpr Setting kSettings[] = {
     {L"HANDLES",        Kind::kSwitch    },
 };
 
-// The setting that a name in the file sets: its first four letters count.
+// The setting that a name in the file sets.
 const Setting* settingOf(StringView written) {
-    const String key = toUpper(written.substr(0, kKeyLength));
-    const auto* const found = std::find_if(std::begin(kSettings), std::end(kSettings), [&key](const Setting& setting) {
-        return setting.name.substr(0, kKeyLength) == key;
-    });
+    const String key = keyOf(written);
+    const auto* const found = std::find_if(std::begin(kSettings), std::end(kSettings),
+                                           [&key](const Setting& setting) { return keyOf(setting.name) == key; });
     return found != std::end(kSettings) ? found : nullptr;
 }
 
@@ -105,12 +102,12 @@ private:
 };
 
 std::vector<Finding> Check::run() {
-    LineReader reader(openForReading(m_path), m_path, kMaxLineBytes);
+    LineReader reader(openForReading(m_path), m_path, kMaxSettingLineBytes);
     String line;
     while (reader.readLine(line)) {
         m_line = reader.lineNumber();
-        const StringView trimmed = trim(line);
-        if (!trimmed.empty() && trimmed.substr(0, 2) != L"//") examineLine(trimmed);
+        const StringView setting = settingIn(line);
+        if (!setting.empty()) examineLine(setting);
     }
     examineWhole();
     std::stable_sort(m_findings.begin(), m_findings.end(),
@@ -119,23 +116,22 @@ std::vector<Finding> Check::run() {
 }
 
 void Check::examineLine(StringView line) {
-    const std::vector<StringView> pieces = split(line, L'=');
-    if (line.find(L'=') == StringView::npos) return add(true, "CHECK_NO_EQUALS", narrow(line).c_str());
-    if (pieces.empty()) return add(true, "CHECK_NO_NAME");
-    const StringView written = pieces[0];
-    const Setting* const setting = settingOf(written);
-    const std::string name = narrow(trim(written));
-    if (!setting) return add(true, "CHECK_UNKNOWN", name.c_str());
-    examineName(written, *setting);
+    // The line is not shown: what has no name may be the password.
+    const auto separators = std::count(line.begin(), line.end(), L'=');
+    const auto parts = takeApart(line);
+    if (separators == 0) return add(true, "CHECK_NO_EQUALS");
+    if (!parts) return add(true, "CHECK_NO_NAME");
+    const Setting* const setting = settingOf(parts->name);
+    if (!setting) return add(true, "CHECK_UNKNOWN", narrow(trim(parts->name)).c_str());
+    examineName(parts->name, *setting);
 
-    const StringView value = pieces.size() == 2 ? pieces[1] : StringView();
+    const StringView value = parts->value;
     const auto [known, fresh] = m_known.try_emplace(setting->name, Known{m_line, String(value)});
     if (!fresh) {
         add(true, "CHECK_REPEATED", narrow(setting->name).c_str(), known->second.line);
         known->second = {m_line, String(value)};
     }
-    const auto separators = std::count(line.begin(), line.end(), L'=');
-    if (pieces.size() > 2) return add(true, "CHECK_EQUALS_EMPTY", narrow(setting->name).c_str());
+    if (parts->pieces > 2) return add(true, "CHECK_EQUALS_EMPTY", narrow(setting->name).c_str());
     if (separators > 1) return add(true, "CHECK_EQUALS_LOST", narrow(setting->name).c_str());
     examineValue(*setting, value);
 }
