@@ -50,17 +50,22 @@ int listenOn(const addrinfo& address, bool alsoIpv4, FileDescriptor& listener) {
     return ::listen(listener.get(), SOMAXCONN) != 0 ? errno : 0;
 }
 
+void setPort(addrinfo& address, std::uint16_t port) {
+    // Both kinds of address have the port in the same place.
+    reinterpret_cast<sockaddr_in*>(address.ai_addr)->sin_port = htons(port);
+}
+
 // This machine, or a name of it, may lack one kind of address.
 bool isMissingKind(int error) {
     return error == EADDRNOTAVAIL || error == EAFNOSUPPORT;
 }
 
-Addresses resolve(const std::string& host, std::uint16_t port, std::string& reason) {
+Addresses resolve(const std::string& host, std::string& reason) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_NUMERICSERV | AI_PASSIVE;
+    hints.ai_flags = AI_PASSIVE;
     addrinfo* found = nullptr;
-    const int error = ::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found);
+    const int error = ::getaddrinfo(host.c_str(), nullptr, &hints, &found);
     if (error != 0) reason = error == EAI_SYSTEM ? std::strerror(errno) : ::gai_strerror(error);
     return Addresses(error == 0 ? found : nullptr);
 }
@@ -88,8 +93,9 @@ std::vector<FileDescriptor> ListenAddress::listen() const {
     std::uint16_t port = m_port;
     const bool everywhere = m_host == kEveryAddress;
     for (const std::string& host : hosts()) {
-        const Addresses addresses = resolve(host, port, reason);
-        for (const addrinfo* address = addresses.get(); address; address = address->ai_next) {
+        const Addresses addresses = resolve(host, reason);
+        for (addrinfo* address = addresses.get(); address; address = address->ai_next) {
+            setPort(*address, port);  // any free one is the same for all addresses
             FileDescriptor listener;
             const int error = listenOn(*address, everywhere, listener);
             if (error == 0) {
