@@ -14,7 +14,8 @@ constexpr std::int64_t kQuietMs = 60'000;
 
 // Events that come with every record for as long as something is wrong.
 bool comesInRows(EventKind kind) {
-    return kind == EventKind::kConnectFailed || kind == EventKind::kRecordsDropped || kind == EventKind::kTicksMissed;
+    return kind == EventKind::kConnectFailed || kind == EventKind::kRecordsDropped || kind == EventKind::kTicksMissed ||
+           kind == EventKind::kClockChanged;
 }
 
 bool isRoutine(EventKind kind) {
