@@ -7,10 +7,12 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
-#include "foundation/FileDescriptor.h"
+#include "messages/MessageHelper.h"
+#include "sink/FileLock.h"
 
 namespace vexo {
 namespace {
@@ -25,24 +27,37 @@ int writeAll(int descriptor, std::string_view text) {
     return 0;
 }
 
-int writeNew(const std::string& path, std::string_view text) {
+int writeNew(const std::string& path, std::string_view text, FileDescriptor& file) {
+    constexpr mode_t kOwnerOnly = 0600;
     constexpr mode_t kReadableByAll = 0644;
     // What a crash left behind goes. The new file is ours alone, even where others may write to the directory.
     ::unlink(path.c_str());
-    const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kReadableByAll));
-    if (file.get() < 0 || ::fchmod(file.get(), kReadableByAll) != 0) return errno;
-    return writeAll(file.get(), text);
+    file = FileDescriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly));
+    if (file.get() < 0) return errno;
+    lockForWriting(file.get());  // before others may read the file and lock it for that
+    return ::fchmod(file.get(), kReadableByAll) != 0 ? errno : writeAll(file.get(), text);
 }
 
 }  // namespace
 
-void replaceTextfile(const std::string& path, std::string_view text) {
-    const std::string beside = path + ".tmp";
-    int error = writeNew(beside, text);
-    if (error == 0 && std::rename(beside.c_str(), path.c_str()) != 0) error = errno;
-    if (error == 0) return;
+void Textfile::replace(std::string_view text) {
+    if (isAnothers()) throw Exception(MessageHelper("AGENT", "AGENT_").getResStr("ERR_IN_USE", m_path.c_str()));
+    const std::string beside = m_path + ".tmp";
+    FileDescriptor file;
+    int error = writeNew(beside, text, file);
+    if (error == 0 && std::rename(beside.c_str(), m_path.c_str()) != 0) error = errno;
+    if (error == 0) {
+        m_current = std::move(file);
+        return;
+    }
     ::unlink(beside.c_str());
-    throw StreamException(widen(path), error);
+    throw StreamException(widen(m_path), error);
+}
+
+// Looked at each time: of two programs that start at once both may find no file.
+bool Textfile::isAnothers() const {
+    const FileDescriptor found(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    return found.get() >= 0 && !isSameFile(found.get(), m_current.get()) && isLockedByAnother(found.get());
 }
 
 }  // namespace vexo

@@ -5,13 +5,31 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "foundation/FileDescriptor.h"
 
 namespace vexo {
 
-// Puts `text` in place of the file `path` (bytes), mode 0644 whatever the umask. A reader finds the text before or this
-// one, never a part: it is written beside the file, as `path` and ".tmp", and renamed. Throws StreamException, and leaves
-// the file as it was and nothing beside it.
-void replaceTextfile(const std::string& path, std::string_view text);
+class Textfile {
+public:
+    // The path in bytes. Writes nothing yet.
+    explicit Textfile(std::string path) : m_path(std::move(path)) {}
+
+    // Puts `text` in place of the file, mode 0644 whatever the umask. A reader finds the text before or this one, never a
+    // part: it is written beside the file, as its path and ".tmp", and renamed. The file is locked as long as this object
+    // lives. Throws an Exception with a message when another program has it locked, StreamException when the text cannot
+    // be written; the file stays as it was then, and nothing beside it.
+    void replace(std::string_view text);
+
+    const std::string& path() const { return m_path; }
+
+private:
+    bool isAnothers() const;
+
+    const std::string m_path;
+    FileDescriptor m_current;  // what was put in place last
+};
 
 }  // namespace vexo
 

@@ -3,7 +3,6 @@
 
 #include <utility>
 
-#include "export/Textfile.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
 #include "messages/MessageHelper.h"
@@ -11,7 +10,7 @@
 namespace vexo {
 
 TextfileSink::TextfileSink(std::string path, std::string server, std::uint64_t stallMs, SinkHealthSource sinks)
-    : m_path(std::move(path)), m_server(std::move(server)), m_page(stallMs, std::move(sinks)) {
+    : m_file(std::move(path)), m_server(std::move(server)), m_page(stallMs, std::move(sinks)) {
 }
 
 // A path that cannot be written is found at the start. Until the first record the file says that the engine is down.
@@ -25,12 +24,13 @@ void TextfileSink::write(const RecordPtr& record) {
     replace();
 }
 
-void TextfileSink::replace() const {
+void TextfileSink::replace() {
     try {
-        replaceTextfile(m_path, m_page.render(ExpositionFormat::kText, m_server));
+        m_file.replace(m_page.render(ExpositionFormat::kText, m_server));
     } catch (const StreamException& error) {
         const String reason = systemReason(error.errorNumber());
-        throw Exception(MessageHelper("VEXO", "VEXO_").getResStr("ERR_WRITE", m_path.c_str(), narrow(reason).c_str()));
+        throw Exception(
+            MessageHelper("VEXO", "VEXO_").getResStr("ERR_WRITE", m_file.path().c_str(), narrow(reason).c_str()));
     }
 }
 

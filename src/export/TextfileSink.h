@@ -6,6 +6,7 @@
 #include <string>
 
 #include "export/MetricsPage.h"
+#include "export/Textfile.h"
 #include "sink/Sink.h"
 
 namespace vexo {
@@ -18,14 +19,14 @@ public:
     TextfileSink(std::string path, std::string server, std::uint64_t stallMs, SinkHealthSource sinks);
 
     std::string name() const override { return "textfile"; }
-    std::string target() const override { return m_path; }
+    std::string target() const override { return m_file.path(); }
     std::optional<RecordPlace> open() override;
     void write(const RecordPtr& record) override;
 
 private:
-    void replace() const;
+    void replace();
 
-    const std::string m_path;
+    Textfile m_file;
     const std::string m_server;
     MetricsPage m_page;
 };

@@ -11,6 +11,7 @@
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
 #include "messages/MessageHelper.h"
+#include "sink/FileLock.h"
 #include "sink/Sink.h"
 
 namespace vexo {
@@ -33,9 +34,15 @@ void OutputFile::open() {
     const int descriptor = isStandardOutput() ? STDOUT_FILENO : opened.get();
     struct stat status {};
     if (::fstat(descriptor, &status) != 0) fail(errno);
-    m_file = std::move(opened);
-    m_descriptor = descriptor;
-    m_isRegular = S_ISREG(status.st_mode) && !isStandardOutput();
+    const bool regular = S_ISREG(status.st_mode) && !isStandardOutput();
+    if (!isSameFile(m_file.get(), opened.get())) {
+        // What is cut off after a failed write could be the other program's.
+        if (regular && !lockForWriting(descriptor))
+            throw Exception(MessageHelper("AGENT", "AGENT_").getResStr("ERR_IN_USE", m_path.c_str()));
+        m_file = std::move(opened);
+        m_descriptor = descriptor;
+    }
+    m_isRegular = regular;
     m_size = m_isRegular ? static_cast<std::uint64_t>(status.st_size) : 0;
     if (m_isRegular && m_size != 0) endLastLine();
 }

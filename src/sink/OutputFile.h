@@ -19,8 +19,9 @@ public:
     // `path` is in bytes; "-" is standard output. Opens nothing yet.
     explicit OutputFile(std::string path);
 
-    // Opens the file, created with mode 0600 when missing. An incomplete last line, which a crash of the machine left, is
-    // ended. Opening a FIFO does not wait for its reader.
+    // Opens the file, created with mode 0600 when missing, and keeps other programs from doing the same. An incomplete
+    // last line, which a crash of the machine left, is ended. Opening a FIFO does not wait for its reader. Throws an
+    // Exception with a message when another program writes to a regular file.
     void open();
     // The first bytes of a file that has some, at most as many as asked for.
     std::string head(std::size_t most) const;

@@ -218,10 +218,11 @@ TEST(Textfile, IsReplacedAsAWhole) {
     ::umask(077);
     const std::string texts[] = {std::string(100'000, 'a'), std::string(200'000, 'b')};
     std::atomic<bool> done = false;
-    replaceTextfile("vexo.prom", texts[0]);
+    Textfile file("vexo.prom");
+    file.replace(texts[0]);
     std::thread writer([&] {
         for (int round = 0; round < 200; ++round)
-            replaceTextfile("vexo.prom", texts[round % 2]);
+            file.replace(texts[round % 2]);
         done = true;
     });
     while (!done) {
@@ -231,13 +232,16 @@ TEST(Textfile, IsReplacedAsAWhole) {
     writer.join();
     ::umask(022);
     EXPECT_EQ(std::filesystem::status("vexo.prom").permissions(), std::filesystem::perms(0644));
+    EXPECT_EQ(failure([] { Textfile("vexo.prom").replace("another's"); }), L"Exception: vexo.prom in use");
+    std::filesystem::rename("vexo.prom", "moved.prom");
+    Textfile("vexo.prom").replace("another's, which has ended");
     // What somebody put in the way is not written through.
     std::filesystem::create_symlink("victim", "vexo.prom.tmp");
-    replaceTextfile("vexo.prom", "new");
+    file.replace("new");
     EXPECT_EQ(contents("vexo.prom"), "new");
     EXPECT_FALSE(std::filesystem::exists("victim"));
     std::filesystem::create_directory("taken.prom");
-    EXPECT_EQ(failure([] { replaceTextfile("taken.prom", "x"); }), L"StreamException: taken.prom: Is a directory");
+    EXPECT_EQ(failure([] { Textfile("taken.prom").replace("x"); }), L"StreamException: taken.prom: Is a directory");
     EXPECT_FALSE(std::filesystem::exists("taken.prom.tmp"));
 }
 
