@@ -46,7 +46,7 @@ void Distributor::note(EventItem event) {
 void Distributor::publish(std::shared_ptr<Record> record) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (const auto& sink : m_sinks)
-        heed(sink->takeEvents());
+        heed(sink->takeEvents(m_drops));
     record->number = m_number++;
     record->events = std::exchange(m_events, {});
     const RecordPtr shared = std::move(record);
@@ -74,6 +74,15 @@ void Distributor::publishFailure(int status, const String& text) {
         result.text = narrow(text);
     }
     publish(std::move(record));
+}
+
+void Distributor::publishEnd(const String& text) {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_drops = SinkRunner::Drops::kAll;
+    }
+    note(eventNow(EventKind::kStopped, text));
+    publishFailure(0, text);
 }
 
 std::vector<std::string> Distributor::takeTexts() {

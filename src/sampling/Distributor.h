@@ -35,6 +35,8 @@ public:
     void publish(std::shared_ptr<Record> record);
     // The same for a record that could not be read: every section that was asked for has failed with this status and text.
     void publishFailure(int status, const String& text);
+    // The last record, which tells that recording ends, and of every record that was dropped until now.
+    void publishEnd(const String& text);
 
     // Texts of the events since the call before, for people. Of events that tend to come in rows those within a minute
     // are left out.
@@ -51,6 +53,7 @@ private:
     std::mutex m_mutex;
     // Everything below is guarded by the mutex.
     std::uint64_t m_number;
+    SinkRunner::Drops m_drops = SinkRunner::Drops::kDue;
     std::vector<EventItem> m_events;
     std::vector<std::string> m_texts;
     std::map<EventKind, std::int64_t> m_toldMs;

@@ -43,6 +43,12 @@ void SinkRunner::finish() {
     m_wanted.notify_one();
 }
 
+void SinkRunner::giveUp() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    while (const RecordPtr record = m_queue.take())
+        drop(record);
+}
+
 bool SinkRunner::finished() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_finished;
@@ -58,17 +64,17 @@ SinkHealth SinkRunner::health() const {
     return {m_sink->name(), m_up, m_dropped, m_sink->bytes()};
 }
 
-std::vector<EventItem> SinkRunner::takeEvents() {
+std::vector<EventItem> SinkRunner::takeEvents(Drops drops) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (shallTellDrops()) {
+    if (m_droppedUntold != 0 && (drops == Drops::kAll || areDropsDue())) {
         m_wroteSinceTold = false;
         m_dropsToldUs = RecordClocks::systemMonotonicUs();
         const std::string count = std::to_string(m_droppedUntold);
-        EventItem drops = event(EventKind::kRecordsDropped,
-                                m_messages->getResStr("EVENT_DROPPED", m_sink->name().c_str(), count.c_str()));
-        drops.endMs = std::exchange(drops.startMs, m_firstDropMs);
-        drops.count = std::exchange(m_droppedUntold, 0);
-        m_events.push_back(std::move(drops));
+        EventItem told = event(EventKind::kRecordsDropped,
+                               m_messages->getResStr("EVENT_DROPPED", m_sink->name().c_str(), count.c_str()));
+        told.endMs = std::exchange(told.startMs, m_firstDropMs);
+        told.count = std::exchange(m_droppedUntold, 0);
+        m_events.push_back(std::move(told));
     }
     return std::exchange(m_events, {});
 }
@@ -79,9 +85,8 @@ void SinkRunner::run() {
         const Task task = nextTask(record);
         more = perform(task, record);
     }
+    giveUp();
     const std::lock_guard<std::mutex> lock(m_mutex);
-    while (const RecordPtr record = m_queue.take())
-        drop(record);
     m_finished = true;
     m_changed();  // still under the lock: whoever sees that this has finished may destroy it
 }
@@ -151,9 +156,8 @@ RecordPtr SinkRunner::withLostEvents(RecordPtr record) {
     return copy;
 }
 
-bool SinkRunner::shallTellDrops() const {
+bool SinkRunner::areDropsDue() const {
     constexpr std::int64_t kQuietUs = 60'000'000;
-    if (m_droppedUntold == 0) return false;
     if (m_finished || m_finish) return true;
     return m_up && (m_wroteSinceTold || RecordClocks::systemMonotonicUs() - m_dropsToldUs >= kQuietUs);
 }

@@ -32,13 +32,16 @@ public:
     void reopen();
     // Lets the sink write what is queued, and close.
     void finish();
+    // Counts as dropped what waits for a sink that is blocked in the end.
+    void giveUp();
     // Whether the sink is closed, after finish() or because it is gone for good, and why it is gone.
     bool finished() const;
     std::optional<String> gone() const;
     SinkHealth health() const;
-    // What happened to the sink since the call before: records dropped, failed, recovered. Drops are told at once when
-    // they begin, then once a minute for as long as the sink is blocked, and all together when it recovers.
-    std::vector<EventItem> takeEvents();
+    // What happened to the sink since the call before: records dropped, failed, recovered. Drops that are due are told at
+    // once when they begin, then once a minute for as long as the sink is blocked, and all together when it recovers.
+    enum class Drops { kDue, kAll };
+    std::vector<EventItem> takeEvents(Drops drops = Drops::kDue);
 
 private:
     enum class Task { kWrite, kReopen, kClose };
@@ -50,7 +53,7 @@ private:
     void failed(const String& reason, const RecordPtr& record);
     void drop(const RecordPtr& record);
     RecordPtr withLostEvents(RecordPtr record);
-    bool shallTellDrops() const;
+    bool areDropsDue() const;
     EventItem event(EventKind kind, const String& text) const;
 
     const std::unique_ptr<Sink> m_sink;

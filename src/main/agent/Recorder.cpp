@@ -49,7 +49,6 @@ int Recorder::run() {
     stopSampler();
     noteEnd();
     closeSinks();
-    tellEvents();
     tellFailure();
     // Threads that are blocked still use what would be destroyed here.
     if (!m_sampler->finished() || !areFinished()) std::_Exit(status());
@@ -175,19 +174,20 @@ void Recorder::stopSampler() {
 // What is bounded gives as many records as were asked for, and none about its end.
 void Recorder::noteEnd() {
     if (m_options.isBounded() && !isHurried()) return;
-    const String text = m_messages->getResStr(m_abandoned ? "EVENT_ABANDONED" : "EVENT_STOPPED");
-    m_records->note(eventNow(EventKind::kStopped, text));
-    m_records->publishFailure(0, text);
+    m_records->publishEnd(m_messages->getResStr(m_abandoned ? "EVENT_ABANDONED" : "EVENT_STOPPED"));
 }
 
 void Recorder::closeSinks() {
     for (const auto& sink : m_sinks)
         sink->finish();
     waitFor([this] { return areFinished(); });
-    // What happened to a sink after the last record.
-    for (const auto& sink : m_sinks)
-        for (EventItem& event : sink->takeEvents())
-            m_records->note(std::move(event));
+    tellEvents();
+    // What happened to a sink after the last record is told here alone, so all of it.
+    for (const auto& sink : m_sinks) {
+        sink->giveUp();
+        for (const EventItem& event : sink->takeEvents(SinkRunner::Drops::kAll))
+            tell(event.text);
+    }
 }
 
 // A reader that is slow has all the time it wants, unless somebody asked for the end.
