@@ -59,6 +59,8 @@ RecordNumbers numbersOf(SQLite::Statement& row) {
     numbers.epochMs /= kMicrosPerMilli;
     columns(numbers.monotonicUs);
     columns(numbers.tookUs);
+    columns(numbers.items);
+    columns(numbers.isKey);
     return numbers;
 }
 
@@ -115,9 +117,10 @@ void join(SQLite::Database& database, const char* query, std::vector<RecordNumbe
 }
 
 std::vector<RecordNumbers> numbersIn(SQLite::Database& database, RecordRange range) {
-    SQLite::Statement records(database,
-                              "SELECT rec, run, start_us, mono_us, took_us FROM record WHERE rec BETWEEN ? AND ? "
-                              "ORDER BY rec LIMIT ?");
+    SQLite::Statement records(
+        database,
+        "SELECT rec, run, start_us, mono_us, took_us, items, key_rec = rec FROM record WHERE rec BETWEEN ? AND ? "
+        "ORDER BY rec LIMIT ?");
     records.bind(1, sqlNumber(range.first));
     records.bind(2, sqlNumber(range.last));
     records.bind(3, kPortion);

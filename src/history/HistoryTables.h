@@ -22,6 +22,8 @@ struct RecordNumbers {
     std::int64_t epochMs = 0;
     std::int64_t monotonicUs = 0;  // compares within a run only
     std::uint64_t tookUs = 0;
+    std::uint64_t items = 0;  // lines between the first and the last
+    bool isKey = false;       // packed on its own, so that it is read with the least effort
     // None, and no protocols, where the section was off or failed.
     std::optional<Usage> usage;
     std::optional<Communication> communication;  // without the further counts
