@@ -50,11 +50,13 @@ metrics_test_packages=(prometheus python3-prometheus-client)
 # What the screen is drawn with, and what shows it in the tests.
 screen_packages=(libncurses-dev)
 screen_test_packages=(tmux ncurses-term)
+# What shows the pages of reports in the tests.
+report_test_packages=(chromium)
 # What the back end for MariaDB is built with, and the server that its tests run.
 mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
 test_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
-    "${metrics_test_packages[@]}" "${screen_packages[@]}" "${screen_test_packages[@]}" "${mariadb_packages[@]}"
-    libgtest-dev locales nlohmann-json3-dev python3 python3-jsonschema valgrind)
+    "${metrics_test_packages[@]}" "${screen_packages[@]}" "${screen_test_packages[@]}" "${report_test_packages[@]}"
+    "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev python3 python3-jsonschema valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
 # What the Debian packages are made with, and looked at.
 package_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"

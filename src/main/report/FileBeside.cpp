@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#include "main/report/FileBeside.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+
+namespace vexo {
+namespace {
+
+// What a symbolic link leads to keeps its place.
+std::string resolved(const std::string& path) {
+    std::error_code error;
+    const std::string target = std::filesystem::canonical(path, error).string();
+    return error ? path : target;
+}
+
+bool isWrittenItself(const std::string& path) {
+    struct stat file {};
+    return path == "-" || (::stat(path.c_str(), &file) == 0 && !S_ISREG(file.st_mode) && !S_ISDIR(file.st_mode));
+}
+
+std::string withoutSlashes(std::string path) {
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    return path;
+}
+
+}  // namespace
+
+FileBeside::FileBeside(const std::string& target) : m_target(target), m_path(target) {
+    m_isFinished = isWrittenItself(target);
+    if (m_isFinished) return;
+    m_target = resolved(withoutSlashes(target));
+    m_path = m_target + ".new-" + std::to_string(::getpid());
+}
+
+FileBeside::~FileBeside() {
+    if (m_isFinished) return;
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+void FileBeside::finish() {
+    if (m_isFinished) return;
+    if (std::rename(m_path.c_str(), m_target.c_str()) != 0) throw StreamException(widen(m_target), errno);
+    m_isFinished = true;
+}
+
+}  // namespace vexo

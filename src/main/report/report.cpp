@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+// vexo-report: a page, JSON lines or tables of what was recorded.
+#include <algorithm>
+#include <filesystem>
+#include <new>
+
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+#include "foundation/Process.h"
+#include "foundation/TextWriter.h"
+#include "history/HistoryCheck.h"
+#include "history/HistoryFile.h"
+#include "main/companion/ErrorStream.h"
+#include "main/companion/Options.h"
+#include "main/report/FileBeside.h"
+#include "main/report/ReportOptions.h"
+#include "messages/MessageHelper.h"
+#include "output/Version.h"
+#include "record/PointInTime.h"
+#include "record/RecordCollector.h"
+#include "report/Page.h"
+#include "report/RecordWalk.h"
+#include "report/ReportReader.h"
+#include "sink/CsvSink.h"
+#include "sink/NdjsonSink.h"
+#include "sink/SinkText.h"
+
+namespace vexo {
+namespace {
+
+constexpr int kMade = 0;
+constexpr int kRefused = 1;
+constexpr int kUnreadable = 2;
+
+using Out = Ref<TextWriter>;
+
+void print(std::initializer_list<String> lines) {
+    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kByHand);
+    for (const String& line : lines)
+        out->writeLine(line);
+    out->flush();
+}
+
+// Tells why there is nothing to be made.
+[[noreturn]] void failEmpty(const MessageHelper& messages, const ReportOptions& options) {
+    const char* const path = options.history.c_str();
+    const auto whole = wholeSpan(options.history);
+    if (!whole) throw HistoryException(messages.getResStr("ERR_EMPTY", path));
+    const std::string from = localTime(options.fromMs.value_or(whole->first.epochMs));
+    const std::int64_t last = std::max(whole->last.epochMs, options.fromMs.value_or(whole->last.epochMs));
+    const std::string to = localTime(options.toMs.value_or(last));
+    throw HistoryException(messages.getResStr("ERR_SPAN", path, from.c_str(), to.c_str(),
+                                              std::to_string(whole->records).c_str(),
+                                              localTime(whole->first.epochMs).c_str(), localTime(whole->last.epochMs).c_str()));
+}
+
+void makePage(const ReportOptions& options, const HistorySpan& span) {
+    FileBeside file(*options.page);
+    ReportData data = readReport(options.history, span);
+    data.historyName = std::filesystem::path(options.history).filename().string();
+    data.fromMs = options.fromMs;
+    data.toMs = options.toMs;
+    data.madeMs = RecordClocks::systemEpochMs();
+    data.madeBy = narrow(MessageHelper("REPORT", "REPORT_").getResStr("NAME", kProgramVersion));
+    const std::string page = makePage(std::move(data));
+    OutputFile out(file.path());
+    out.open();
+    out.append(page);
+    file.finish();
+}
+
+// Gives all records of the span to a sink. Records that are damaged are told.
+int exportTo(Sink& sink, const ReportOptions& options, const HistorySpan& span) {
+    sink.open();
+    RecordWalk records(options.history, {span.first.number, span.last.number});
+    while (const RecordPtr record = records.next())
+        sink.write(record);
+    sink.close();
+    for (const RecordRange& lost : records.lost())
+        tell(narrow(historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(),
+                                   std::to_string(lost.last).c_str())));
+    return records.lost().empty() ? kMade : kUnreadable;
+}
+
+int exportRecords(const ReportOptions& options, const HistorySpan& span) {
+    FileBeside target(options.ndjson ? *options.ndjson : *options.csv);
+    const auto finish = [&](Sink&& sink) {
+        const int status = exportTo(sink, options, span);
+        target.finish();
+        return status;
+    };
+    return options.ndjson ? finish(NdjsonSink(target.path())) : finish(CsvSink(target.path(), options.csvFormulas));
+}
+
+int check(const MessageHelper& messages, const ReportOptions& options) {
+    const HistoryCheck result = checkHistory(options.history);
+    for (const String& finding : result.findings)
+        print({finding});
+    print({messages.getResStr(result.findings.empty() ? "CHECK_SOUND" : "CHECK_DAMAGED", options.history.c_str(),
+                              std::to_string(result.records).c_str())});
+    return result.findings.empty() ? kMade : kUnreadable;
+}
+
+int run(int argc, char** argv) {
+    const MessageHelper messages("REPORT", "REPORT_");
+    const ReportOptions options = readReportOptions(argc, argv);
+    if (options.help) {
+        print({messages.getResStr("HELP_USAGE"), messages.getResStr("HELP_OUTPUT"), messages.getResStr("HELP_OTHER")});
+        return kMade;
+    }
+    if (options.version) {
+        print({messages.getResStr("NAME", kProgramVersion)});
+        return kMade;
+    }
+    if (options.check) return check(messages, options);
+    if (options.backup) {
+        backUpHistory(options.history, *options.backup);
+        return kMade;
+    }
+    const auto span = findSpan(options.history, options.fromMs, options.toMs);
+    if (!span) failEmpty(messages, options);
+    if (!options.page) return exportRecords(options, *span);
+    makePage(options, *span);
+    return kMade;
+}
+
+int runAndReport(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const OptionException& error) {
+        tell(narrow(error.message()));
+        tell(narrow(MessageHelper("OPTIONS", "OPTIONS_").getResStr("SEE_HELP", "vexo-report")));
+    } catch (const HistoryException& error) {
+        tell(narrow(error.message()));
+        return kUnreadable;
+    } catch (const Exception& error) {
+        tell(narrow(reasonOf(error)));
+    } catch (const std::bad_alloc&) {
+        tell("Out of memory");
+    }
+    return kRefused;
+}
+
+}  // namespace
+}  // namespace vexo
+
+int main(int argc, char** argv) {
+    vexo::prepareProcess();
+    return vexo::runAndReport(argc, argv);
+}

@@ -1,0 +1,245 @@
+// SPDX-License-Identifier: MIT
+// The tables of a report's page.
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <iterator>
+
+#include "record/Codes.h"
+#include "report/PageParts.h"
+
+namespace vexo {
+namespace {
+
+std::string amountOf(const ReportText& text, Quantity quantity, std::uint64_t value) {
+    return text.amount(quantity, static_cast<double>(value));
+}
+
+// The key of the text for a word.
+std::string keyOf(const char* start, std::string_view word) {
+    std::string key = start;
+    std::transform(word.begin(), word.end(), std::back_inserter(key),
+                   [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
+    return key;
+}
+
+// A bar beside the number that it shows.
+std::string shareHtml(const ReportText& text, double share) {
+    constexpr double kAll = 100;
+    const std::string width = std::to_string(static_cast<int>(std::lround(std::clamp(share, 0.0, 1.0) * kAll)));
+    return "<svg class=\"share\" viewBox=\"0 0 100 10\" preserveAspectRatio=\"none\" aria-hidden=\"true\">"
+           "<rect class=\"all\" width=\"100\" height=\"10\"/><rect class=\"part\" width=\"" +
+           width + "\" height=\"10\"/></svg> " + text.percent(share);
+}
+
+std::string growthHtml(const ReportText& text, std::int64_t bytes) {
+    return (bytes > 0 ? "+" : "") + text.amount(Quantity::kBytes, static_cast<double>(bytes));
+}
+
+std::string waitedHtml(const ReportText& text, std::uint64_t milliseconds) {
+    return milliseconds == 0 ? "–" : text.duration(milliseconds);
+}
+
+// Whether the growth of sessions and files is exact, or seen in some records only.
+void appendBasis(std::string& out, const PageContext& page, const char* allKey, const char* someKey) {
+    const auto& [data, text, span] = page;
+    const bool isExact = data.recordsRead == data.records;
+    appendParagraph(
+        out, text.text(isExact ? allKey : someKey, {text.number(data.recordsRead), text.number(data.records)}), "note");
+}
+
+void appendGroups(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    out += "<h3>" + text.text("WAIT_GROUPS") + "</h3>\n";
+    {
+        HtmlTable table(out, text, "wait-groups",
+                        {{"COLUMN_FILE"}, {"COLUMN_CLIENT"}, {"COLUMN_WAITS", true}, {"COLUMN_TOTAL", true},
+                         {"COLUMN_LONGEST", true}, {"COLUMN_LONGEST_FROM"}});
+        for (const WaitGroup& group : data.waitGroups.items) {
+            table.row({nameHtml(group.file), nameHtml(group.client), text.number(group.count),
+                       waitedHtml(text, group.totalMs), lastedHtml(text, group.longestMs),
+                       text.instant(group.longestStartMs)});
+        }
+    }
+    appendShown(out, text, data.waitGroups.items.size(), data.waitGroups.all);
+}
+
+void appendLongest(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    out += "<h3>" + text.text("WAIT_LONGEST") + "</h3>\n";
+    {
+        HtmlTable table(out, text, "longest-waits",
+                        {{"COLUMN_LASTED", true}, {"COLUMN_WHEN"}, {"COLUMN_FILE"}, {"COLUMN_CLIENT"},
+                         {"COLUMN_FOR"}, {"COLUMN_HOLDERS"}});
+        for (const ReportWait& wait : data.waits.items) {
+            if (wait.lastedMs == 0 && data.waits.items.size() > 1) break;
+            std::string holders;
+            for (const std::string& holder : wait.holders)
+                holders += (holders.empty() ? "" : ", ") + nameHtml(holder);
+            if (wait.moreHolders > 0) holders += ' ' + text.text("MORE", {text.number(wait.moreHolders)});
+            table.row({lastedHtml(text, wait.lastedMs), text.range(wait.startMs, wait.endMs), nameHtml(wait.file),
+                       nameHtml(wait.client), waitKind(text, wait.kind), holders.empty() ? "–" : holders});
+        }
+    }
+    const std::uint64_t longer = data.waits.all - data.seenOnce;
+    if (longer > 0) appendShown(out, text, std::min<std::uint64_t>(data.waits.items.size(), longer), longer);
+    if (data.seenOnce > 0) appendParagraph(out, text.counted("WAITS_ONCE", data.seenOnce), "note");
+}
+
+}  // namespace
+
+void appendGapTable(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    const HtmlSection section(out, text, "gaps", "GAPS");
+    if (data.gaps.items.empty()) return appendParagraph(out, text.text("SUM_NO_GAP"));
+    appendParagraph(out, text.text("GAPS_NOTE"), "note");
+    {
+        HtmlTable table(out, text, "gap-table", {{"COLUMN_LASTED", true}, {"COLUMN_WHEN"}, {"COLUMN_CAUSE"}});
+        for (const ReportGap& gap : data.gaps.items)
+            table.row({text.duration(gap.lengthMs()), text.range(gap.startMs, gap.endMs), causeOf(text, gap)});
+    }
+    appendShown(out, text, data.gaps.items.size(), data.gaps.all);
+}
+
+void appendWaitTables(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    const HtmlSection section(out, text, "waits", "WAITS");
+    if (!data.knowsWaits) return appendParagraph(out, text.text("SUM_WAITS_UNKNOWN"));
+    if (data.waits.items.empty()) return appendParagraph(out, text.text("SUM_NO_WAIT"));
+    appendParagraph(out, text.text("WAITS_NOTE"), "note");
+    appendGroups(out, page);
+    appendLongest(out, page);
+}
+
+void appendEventTable(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    const HtmlSection section(out, text, "events", "EVENTS");
+    if (data.events.items.empty()) return appendParagraph(out, text.text("NO_EVENT"));
+    {
+        HtmlTable table(out, text, "event-table", {{"COLUMN_WHEN"}, {"COLUMN_EVENT"}, {"COLUMN_TEXT"}});
+        for (const EventRow& row : data.events.items) {
+            const EventItem& event = row.first;
+            const std::string kind = text.text(keyOf("EVENT_", wordOf(event.kind)));
+            const bool lasted = row.lastMs > event.startMs;
+            std::string told = nameHtml(event.text);
+            if (row.count > 1) told += " (" + text.text("TIMES", {text.number(row.count)}) + ")";
+            table.row({lasted ? text.range(event.startMs, row.lastMs) : text.instant(event.startMs), kind, told});
+        }
+    }
+    appendShown(out, text, data.events.all - data.eventsLeftOut, data.events.all);
+}
+
+void appendCharts(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    const HtmlSection section(out, text, "charts", "CHARTS");
+    appendParagraph(out, text.text("CHARTS_NOTE", {text.duration(static_cast<std::uint64_t>(
+                                       data.of(Series::kSessions).buckets.stepMs()))}),
+                    "note");
+    struct Drawn {
+        Series series;
+        const char* id;
+        const char* key;
+        Quantity quantity;
+    };
+    constexpr Drawn kDrawn[] = {
+        {Series::kSessions,       "chart-sessions",     "CHART_SESSIONS",     Quantity::kCount    },
+        {Series::kWaiting,        "chart-waiting",      "CHART_WAITING",      Quantity::kCount    },
+        {Series::kLocks,          "chart-locks",        "CHART_LOCKS",        Quantity::kCount    },
+        {Series::kTransactions,   "chart-transactions", "CHART_TRANSACTIONS", Quantity::kCount    },
+        {Series::kRequests,       "chart-requests",     "CHART_REQUESTS",     Quantity::kPerSecond},
+        {Series::kRecordsRead,    "chart-read",         "CHART_READ",         Quantity::kPerSecond},
+        {Series::kRecordsWritten, "chart-written",      "CHART_WRITTEN",      Quantity::kPerSecond},
+        {Series::kHandles,        "chart-handles",      "CHART_HANDLES",      Quantity::kCount    },
+        {Series::kConnections,    "chart-connections",  "CHART_CONNECTIONS",  Quantity::kCount    },
+        {Series::kDataInUse,      "chart-data",         "CHART_DATA",         Quantity::kBytes    },
+    };
+    out += "<div class=\"charts\">\n";
+    for (const Drawn& drawn : kDrawn) {
+        appendChart(out, text, drawn.id, drawn.key, drawn.quantity, data.of(drawn.series), data.gaps.items);
+        out += '\n';
+    }
+    out += "</div>\n";
+}
+
+void appendResourceTable(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    const HtmlSection section(out, text, "limits", "LIMITS");
+    if (data.resources.empty()) return appendParagraph(out, text.text("NO_USAGE"));
+    HtmlTable table(out, text, "resource-table",
+                    {{"COLUMN_RESOURCE"}, {"COLUMN_LEAST", true}, {"COLUMN_MEAN", true}, {"COLUMN_GREATEST", true},
+                     {"COLUMN_GREATEST_AT"}, {"COLUMN_LIMIT", true}, {"COLUMN_SHARE", true}, {"COLUMN_PEAK", true}});
+    for (const ResourceUse& use : data.resources) {
+        const Statistics& current = use.current;
+        const bool isLimited = use.limit && *use.limit > 0;
+        const double limit = isLimited ? static_cast<double>(*use.limit) : 0;
+        table.row({text.text(use.key), text.amount(use.quantity, current.least),
+                   text.amount(use.quantity, current.mean()), text.amount(use.quantity, current.greatest),
+                   text.instant(current.greatestAtMs),
+                   isLimited ? text.amount(use.quantity, limit) : text.text("UNLIMITED"),
+                   isLimited ? shareHtml(text, current.greatest / limit) : "–",
+                   amountOf(text, use.quantity, use.peak)});
+    }
+}
+
+void appendSessionTable(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    const HtmlSection section(out, text, "sessions", "TOP_SESSIONS");
+    if (data.sessions.items.empty()) return appendParagraph(out, text.text("NO_SESSION"));
+    appendBasis(out, page, "SESSIONS_OF_ALL", "SESSIONS_OF_SOME");
+    {
+        HtmlTable table(out, text, "session-table",
+                        {{"COLUMN_SESSION"}, {"COLUMN_ADDRESS"}, {"COLUMN_SESSIONS", true}, {"COLUMN_READ", true},
+                         {"COLUMN_WRITTEN", true}, {"COLUMN_DISK", true}, {"COLUMN_CACHED", true},
+                         {"COLUMN_WAITED", true}});
+        for (const SessionUse& use : data.sessions.items) {
+            const std::uint64_t accesses = use.diskAccesses + use.cacheAccesses;
+            table.row({nameHtml(use.name), nameHtml(use.address), text.number(use.sessions),
+                       text.number(use.recordsRead), text.number(use.recordsWritten), text.number(use.diskAccesses),
+                       accesses == 0 ? "–"
+                                     : text.percent(static_cast<double>(use.cacheAccesses) /
+                                                    static_cast<double>(accesses)),
+                       waitedHtml(text, use.waitedMs)});
+        }
+    }
+    appendShown(out, text, data.sessions.items.size(), data.sessions.all);
+}
+
+void appendFileTable(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    const HtmlSection section(out, text, "files", "TOP_FILES");
+    if (data.files.items.empty()) return appendParagraph(out, text.text("NO_FILE"));
+    appendBasis(out, page, "FILES_OF_ALL", "FILES_OF_SOME");
+    {
+        HtmlTable table(out, text, "file-table",
+                        {{"COLUMN_FILE"}, {"COLUMN_SIZE", true}, {"COLUMN_GROWN", true}, {"COLUMN_HANDLES", true},
+                         {"COLUMN_WAITED", true}});
+        for (const FileUse& use : data.files.items) {
+            table.row({nameHtml(use.name), amountOf(text, Quantity::kBytes, use.sizeBytes),
+                       growthHtml(text, use.grownBytes), text.number(use.mostHandles),
+                       waitedHtml(text, use.waitedMs)});
+        }
+    }
+    appendShown(out, text, data.files.items.size(), data.files.all);
+}
+
+void appendProtocolTable(std::string& out, const PageContext& page) {
+    const auto& [data, text, span] = page;
+    const HtmlSection section(out, text, "protocols", "PROTOCOLS");
+    if (data.protocols.empty()) return appendParagraph(out, text.text("NO_PROTOCOL"));
+    HtmlTable table(out, text, "protocol-table",
+                    {{"COLUMN_PROTOCOL"}, {"COLUMN_REQUESTS", true}, {"COLUMN_RATE", true},
+                     {"COLUMN_REMOTE_MEAN", true}, {"COLUMN_REMOTE_MOST", true}});
+    for (const ProtocolUse& use : data.protocols) {
+        const std::string_view word = wordOf(Codes::kProtocol, use.type);
+        const std::string name =
+            word.empty() ? text.text("PROTOCOL_OTHER", {std::to_string(use.type)})
+                         : text.text(keyOf("PROTOCOL_", word));
+        constexpr double kSecond = 1000;
+        const double seconds = static_cast<double>(use.measuredMs) / kSecond;
+        table.row({name, text.number(use.requests),
+                   seconds > 0 ? text.number(static_cast<double>(use.requests) / seconds) : "–",
+                   text.number(use.sessions.mean()), text.number(use.sessions.greatest)});
+    }
+}
+
+}  // namespace vexo

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include "report/ReportReader.h"
+
+#include <algorithm>
+
+#include "history/HistoryReader.h"
+#include "record/Timestamp.h"
+#include "report/NumbersPass.h"
+#include "report/RecordsPass.h"
+#include "report/WaitsPass.h"
+
+namespace vexo {
+namespace {
+
+constexpr std::int64_t kDayMs = 86'400'000;
+constexpr std::size_t kEvents = 500;
+
+// The longest interval of the runs.
+std::int64_t intervalOf(const std::vector<HistoryRun>& runs) {
+    constexpr std::int64_t kDefaultMs = 10'000;
+    std::int64_t longest = 0;
+    for (const HistoryRun& run : runs)
+        longest = std::max(longest, static_cast<std::int64_t>(run.intervalMs));
+    return longest > 0 ? longest : kDefaultMs;
+}
+
+void addNew(std::vector<std::string>& known, const std::string& text) {
+    if (!text.empty() && std::find(known.begin(), known.end(), text) == known.end()) known.push_back(text);
+}
+
+void takeRuns(const std::vector<HistoryRun>& runs, ReportData& data) {
+    std::vector<std::string> servers;
+    data.runs = runs.size();
+    data.knowsWaits = false;
+    for (const HistoryRun& run : runs) {
+        addNew(servers, run.server);
+        addNew(data.engineVersions, run.engineVersion);
+        data.knowsWaits = data.knowsWaits || run.scope != HandleScope::kNone;
+    }
+    for (const std::string& server : servers)
+        data.server += (data.server.empty() ? "" : ", ") + server;
+}
+
+void readEvents(HistoryTables& tables, RecordRange range, ReportData& data) {
+    std::vector<EventRow>& rows = data.events.items;
+    tables.forEachEvent(range, [&](const HistoryEvent& found) {
+        const EventItem& event = found.event;
+        ++data.eventCounts[event.kind];
+        ++data.events.all;
+        const std::int64_t lastMs = event.endMs.value_or(event.startMs);
+        if (!rows.empty() && rows.back().first.kind == event.kind && rows.back().first.text == event.text) {
+            ++rows.back().count;
+            rows.back().lastMs = lastMs;
+        } else if (rows.size() < kEvents) {
+            rows.push_back({event, 1, lastMs});
+        } else {
+            ++data.eventsLeftOut;
+        }
+    });
+}
+
+// The times that the records of a span have: where the clock was set, not only those between its ends.
+std::pair<std::int64_t, std::int64_t> timesOf(HistoryTables& tables, const HistorySpan& span, bool clockWasSet) {
+    auto times = std::minmax(span.first.epochMs, span.last.epochMs);
+    std::pair<std::int64_t, std::int64_t> found(times.first, times.second);
+    if (!clockWasSet) return found;
+    tables.forEachRecord({span.first.number, span.last.number}, [&](const RecordNumbers& row) {
+        found.first = std::min(found.first, row.epochMs);
+        found.second = std::max(found.second, row.epochMs);
+    });
+    return found;
+}
+
+}  // namespace
+
+std::optional<HistorySpan> wholeSpan(const std::string& path) {
+    return HistoryTables(path).span(kFirstEpochMs, kLastEpochMs);
+}
+
+std::optional<HistorySpan> findSpan(const std::string& path, std::optional<std::int64_t> fromMs,
+                                    std::optional<std::int64_t> toMs) {
+    const auto whole = wholeSpan(path);
+    if (!whole) return std::nullopt;
+    const std::int64_t to = toMs.value_or(whole->last.epochMs);
+    return HistoryTables(path).span(fromMs.value_or(to - kDayMs), to);
+}
+
+ReportData readReport(const std::string& path, const HistorySpan& span) {
+    HistoryTables tables(path);
+    const RecordRange range = {span.first.number, span.last.number};
+    const std::vector<HistoryRun> runs = tables.runs(range);
+    ReportData events((Buckets(0, 0, 1)));
+    readEvents(tables, range, events);
+    const auto [firstMs, lastMs] = timesOf(tables, span, events.eventCounts.count(EventKind::kClockChanged) > 0);
+    const std::int64_t interval = intervalOf(runs);
+    const std::int64_t step =
+        stepAtLeast(std::max(interval, (lastMs - firstMs) / static_cast<std::int64_t>(kMaxBuckets - 2)));
+    ReportData data(Buckets(firstMs, lastMs, step));
+    data.events = std::move(events.events);
+    data.eventCounts = std::move(events.eventCounts);
+    data.eventsLeftOut = events.eventsLeftOut;
+    data.firstMs = firstMs;
+    data.lastMs = lastMs;
+    for (SeriesData& series : data.series)
+        series.bridgeMs = gapAfterMs(interval);
+    takeRuns(runs, data);
+    const std::vector<RecordRange> waiting = readWaits(tables, range, data);
+    const std::vector<std::uint64_t> keys = readNumbers(tables, range, runs, waiting, data);
+    readRecords(path, range, keys, data);
+    return data;
+}
+
+}  // namespace vexo
