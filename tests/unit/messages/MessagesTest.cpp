@@ -250,7 +250,7 @@ bool canBeShownIn(const char* encoding, std::string text) {
     char* to = converted.data();
     std::size_t left = text.size();
     std::size_t room = converted.size();
-    const iconv_t converter = ::iconv_open(encoding, "UTF-8");
+    auto* const converter = ::iconv_open(encoding, "UTF-8");
     const std::size_t result = ::iconv(converter, &from, &left, &to, &room);
     ::iconv_close(converter);
     return result == 0;
