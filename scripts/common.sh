@@ -52,11 +52,14 @@ screen_packages=(libncurses-dev)
 screen_test_packages=(tmux ncurses-term)
 # What shows the pages of reports in the tests.
 report_test_packages=(chromium)
+# What reads manual pages, units, log rotation and completion in the tests.
+install_test_packages=(mandoc man-db jq sqlite3 systemd logrotate bash-completion)
 # What the back end for MariaDB is built with, and the server that its tests run.
 mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
 test_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
     "${metrics_test_packages[@]}" "${screen_packages[@]}" "${screen_test_packages[@]}" "${report_test_packages[@]}"
-    "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev python3 python3-jsonschema valgrind)
+    "${install_test_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev python3
+    python3-jsonschema valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
 # What the Debian packages are made with, and looked at.
 package_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
