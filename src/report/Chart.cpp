@@ -187,7 +187,7 @@ std::string TimeSpan::percent(std::int64_t epochMs) const {
 
 void appendTimeLabels(std::string& out, const TimeSpan& span) {
     constexpr double kNearEnd = 0.94;  // a label there would leave the drawing
-    constexpr double kNearStart = 0.09;
+    constexpr double kNearStart = 0.05;
     out += "<div class=\"x\" aria-hidden=\"true\">";
     std::size_t place = 0;
     for (const TimeTick& tick : timeTicks(span.startMs, span.endMs, kTimeTicks)) {

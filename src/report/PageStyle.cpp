@@ -32,7 +32,7 @@ th,td{padding:.35rem .9rem .35rem 0;border-bottom:1px solid var(--rule)}
 td{vertical-align:top}
 th:last-child,td:last-child{padding-right:0}
 th.n,td.n{text-align:right;white-space:nowrap}
-td time{white-space:nowrap}
+time{white-space:nowrap}
 .share{width:4.5rem;height:.6rem;vertical-align:baseline}
 .share .all{fill:var(--rule)}.share .part{fill:var(--line)}
 .charts{display:grid;grid-template-columns:repeat(auto-fit,minmax(min(30rem,100%),1fr));gap:1.5rem 2.5rem}
@@ -89,6 +89,8 @@ figure,tr,li,.lane{break-inside:avoid}
 .charts{grid-template-columns:1fr 1fr;gap:1rem 1.5rem}
 .lane{grid-template-columns:14rem 1fr}
 .plot{grid-template-rows:7rem auto}
+#charts{break-before:page}
+.charts .minor{display:none}
 .scroll{overflow:visible}
 table{font-size:8pt}
 a{color:inherit;text-decoration:none}

@@ -69,7 +69,7 @@ void appendLongest(std::string& out, const PageContext& page) {
     out += "<h3>" + text.text("WAIT_LONGEST") + "</h3>\n";
     {
         HtmlTable table(out, text, "longest-waits",
-                        {{"COLUMN_LASTED", true}, {"COLUMN_WHEN"}, {"COLUMN_FILE"}, {"COLUMN_CLIENT"},
+                        {{"COLUMN_LASTED"}, {"COLUMN_WHEN"}, {"COLUMN_FILE"}, {"COLUMN_CLIENT"},
                          {"COLUMN_FOR"}, {"COLUMN_HOLDERS"}});
         for (const ReportWait& wait : data.waits.items) {
             if (wait.lastedMs == 0 && data.waits.items.size() > 1) break;
@@ -94,7 +94,7 @@ void appendGapTable(std::string& out, const PageContext& page) {
     if (data.gaps.items.empty()) return appendParagraph(out, text.text("SUM_NO_GAP"));
     appendParagraph(out, text.text("GAPS_NOTE"), "note");
     {
-        HtmlTable table(out, text, "gap-table", {{"COLUMN_LASTED", true}, {"COLUMN_WHEN"}, {"COLUMN_CAUSE"}});
+        HtmlTable table(out, text, "gap-table", {{"COLUMN_LASTED"}, {"COLUMN_WHEN"}, {"COLUMN_CAUSE"}});
         for (const ReportGap& gap : data.gaps.items)
             table.row({text.duration(gap.lengthMs()), text.range(gap.startMs, gap.endMs), causeOf(text, gap)});
     }

@@ -206,18 +206,22 @@ std::string ReportText::duration(std::uint64_t milliseconds) const {
     constexpr double kSecond = 1000;
     if (milliseconds < kTenthsBelow)
         return text("SECONDS", {number(std::round(static_cast<double>(milliseconds) / kSecond * 10) / 10)});
-    const std::uint64_t rounded = (milliseconds + kSecondMs / 2) / kSecondMs * kSecondMs;
     struct Unit {
         std::uint64_t ms;
         const char* key;
     };
-    constexpr std::array<Unit, 4> kUnits = {
+    static constexpr std::array<Unit, 4> kUnits = {
         {{kDayMs, "DAYS"}, {kHourMs, "HOURS"}, {kMinuteMs, "MINUTES"}, {kSecondMs, "SECONDS"}}
     };
-    const auto* unit = std::find_if(kUnits.begin(), kUnits.end(), [=](const Unit& one) { return one.ms <= rounded; });
+    // Two units are written, so the lesser one is rounded, which may make the greater one another.
+    const auto unitOf = [](std::uint64_t length) {
+        return std::find_if(kUnits.begin(), kUnits.end() - 1, [=](const Unit& one) { return one.ms <= length; });
+    };
+    const std::uint64_t least = std::min(unitOf(milliseconds) + 1, kUnits.end() - 1)->ms;
+    const std::uint64_t rounded = (milliseconds + least / 2) / least * least;
+    const auto* const unit = unitOf(rounded);
     std::string written = text(unit->key, {number(rounded / unit->ms)});
-    const auto* const smaller = unit + 1;
-    if (smaller == kUnits.end()) return written;
+    const auto* const smaller = std::min(unit + 1, kUnits.end() - 1);
     const std::uint64_t rest = rounded % unit->ms / smaller->ms;
     return rest == 0 ? written : written + " " + text(smaller->key, {number(rest)});
 }

@@ -40,7 +40,7 @@ public:
     // A quantity with its unit, as 20 MiB.
     std::string amount(Quantity quantity, double value) const;
     std::string percent(double share) const;
-    // To the second, as 4 min 10 s; below ten seconds with tenths where they are known.
+    // In two units, as 4 min 10 s; below ten seconds with tenths.
     std::string duration(std::uint64_t milliseconds) const;
     // The date, the time and the zone.
     std::string instant(std::int64_t epochMs) const;

@@ -60,9 +60,12 @@ std::vector<std::int64_t> roundTimes(std::int64_t startMs, std::int64_t endMs, s
 
 std::vector<TimeTick> timeTicks(std::int64_t startMs, std::int64_t endMs, std::size_t most) {
     const std::int64_t step = stepForTicks(endMs - startMs, most, 1);
+    // Places in "2026-11-21 14:03:20 +01:00".
+    constexpr std::size_t kYear = 4;
     constexpr std::size_t kDate = 10;
     constexpr std::size_t kMinutes = 5;
     constexpr std::size_t kSeconds = 8;
+    const bool isDays = step >= kDay;
     std::vector<TimeTick> ticks;
     std::string lastDate;
     std::string lastZone;
@@ -70,8 +73,9 @@ std::vector<TimeTick> timeTicks(std::int64_t startMs, std::int64_t endMs, std::s
         const std::string local = localTime(at);
         TimeTick& tick = ticks.emplace_back();
         tick.epochMs = at;
-        tick.time = local.substr(kDate + 1, step < kMinute ? kSeconds : kMinutes);
-        const std::string date = local.substr(0, kDate);
+        tick.time = isDays ? local.substr(kYear + 1, kDate - kYear - 1)
+                           : local.substr(kDate + 1, step < kMinute ? kSeconds : kMinutes);
+        const std::string date = local.substr(0, isDays ? kYear : kDate);
         const std::string zone = local.substr(local.rfind(' ') + 1);
         if (date != lastDate) tick.date = date;
         if (zone != lastZone) tick.zone = zone;

@@ -13,8 +13,8 @@ namespace vexo {
 // A place on the axis of time.
 struct TimeTick {
     std::int64_t epochMs = 0;
-    std::string time;  // such as "14:00"
-    std::string date;  // empty where it is that of the tick before
+    std::string time;  // such as "14:00", or "11-21" where a tick is a day or more
+    std::string date;  // with days the year alone; empty where it is that of the tick before
     std::string zone;  // the same
 };
 

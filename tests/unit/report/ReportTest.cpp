@@ -51,7 +51,7 @@ TEST(ReportText, WritesNumbersAndDurations) {
         EXPECT_EQ(text.number(value), written);
     const std::pair<std::uint64_t, std::string_view> durations[] = {
         {0, "0 s"}, {850, "0.9 s"}, {9'960, "10 s"}, {41'000, "41 s"}, {59'600, "1 min"}, {250'000, "4 min 10 s"},
-        {3'600'000, "1 h"}, {43'260'000, "12 h 1 min"}, {604'800'000, "7 d"}};
+        {3'600'000, "1 h"}, {43'260'000, "12 h 1 min"}, {604'790'000, "7 d"}, {3'599'700, "1 h"}};
     for (const auto& [milliseconds, written] : durations)
         EXPECT_EQ(text.duration(milliseconds), written) << milliseconds;
     EXPECT_EQ(text.amount(Quantity::kBytes, 1536.0 * 1024), "1.5\u00a0MiB");
