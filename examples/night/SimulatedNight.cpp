@@ -35,7 +35,7 @@ struct Stretch {
     bool holds(std::int64_t second) const { return second >= from && second < to; }
 };
 constexpr Stretch kShopOpen = {0, at(2, 0)};
-constexpr Stretch kInvoices = {at(2, 40), at(2, 52)};         // locks stock records
+constexpr Stretch kInvoices = {at(2, 40), at(2, 52)};  // locks stock records
 constexpr Stretch kSecondTillWaits = {at(2, 41, 10), at(2, 45, 20)};
 constexpr Stretch kThirdTillWaits = {at(2, 42, 40), at(2, 45, 10)};
 constexpr Stretch kBackup = {at(5, 0), at(5, 45)};
@@ -113,21 +113,47 @@ private:
         for (int till = 1; till <= 4; ++till) {
             const bool isLate = till <= 3 && second < at(3, 0);
             keep(isDay || isLate, second,
-                 {"TILL-0" + std::to_string(till), "192.168.20.1" + std::to_string(till), isDay ? 42.0 : 8, 1.6,
-                  {0, kStock, kOrders, 4, 6}, 0, {}});
+                 {
+                     "TILL-0" + std::to_string(till),
+                     "192.168.20.1" + std::to_string(till),
+                     isDay ? 42.0 : 8,
+                     1.6,
+                     {0,        kStock, kOrders, 4, 6},
+                     0,
+                     {      }
+            });
         }
-        keep(isDay, second, {"OFFICE-ANNA", "192.168.20.31", 12, 0.4, {2, kOrders, kInvoice}, 0, {}});
+        keep(isDay, second,
+             {
+                 "OFFICE-ANNA", "192.168.20.31", 12, 0.4, {2,         kOrders, kInvoice},
+                     0, {        }
+        });
         keep(kInvoices.holds(second), second,
-             {"INVOICE-RUN", "192.168.20.30", 310, 24, {kStock, kOrders, kInvoice}, 0, {}});
-        keep(kBackup.holds(second), second, {"BACKUP", "local", 2900, 0, {0, kStock, 2, kOrders, 4, kInvoice, 6}, 0, {}});
+             {
+                 "INVOICE-RUN", "192.168.20.30", 310, 24, {kStock,    kOrders, kInvoice},
+                     0, {        }
+        });
+        keep(kBackup.holds(second), second,
+             {
+                 "BACKUP", "local", 2900, 0, {0,  kStock, 2, kOrders, 4, kInvoice, 6},
+                     0, {}
+        });
         std::int64_t web = 3;
         if (kWebLeaks.holds(second)) web = std::min<std::int64_t>(3 + (second - kWebLeaks.from) / 90, kSessionLimit);
-        while (web > 3 && web + static_cast<std::int64_t>(m_stations.size()) -
-                                  countOf("WEBSHOP") > static_cast<std::int64_t>(kSessionLimit))
+        while (web > 3 && web + static_cast<std::int64_t>(m_stations.size()) - countOf("WEBSHOP") >
+                              static_cast<std::int64_t>(kSessionLimit))
             --web;
         for (std::int64_t place = 1; place <= 20; ++place)
-            keep(place <= web, second, {"WEBSHOP-" + std::to_string(place), "192.168.20.40",
-                                        place <= 3 ? 16.0 : 0.2, place <= 3 ? 0.3 : 0, {0, kStock, 6}, 0, {}});
+            keep(place <= web, second,
+                 {
+                     "WEBSHOP-" + std::to_string(place),
+                     "192.168.20.40",
+                     place <= 3 ? 16.0 : 0.2,
+                     place <= 3 ? 0.3 : 0,
+                     {0,  kStock, 6},
+                     0,
+                     { }
+            });
         for (Station& station : m_stations)
             work(station, second);
     }
@@ -348,7 +374,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     try {
-        Night(argv[1], argc > 2 ? std::atoll(argv[2]) : std::time(nullptr), argc > 3 ? std::atoll(argv[3]) : 10).write();
+        Night(argv[1], argc > 2 ? std::atoll(argv[2]) : std::time(nullptr), argc > 3 ? std::atoll(argv[3]) : 10)
+            .write();
     } catch (const Exception& error) {
         std::fprintf(stderr, "%s\n", narrow(error.message()).c_str());
         return 1;

@@ -13,9 +13,9 @@ constexpr std::int64_t kHour = 60 * kMinute;
 constexpr std::int64_t kDay = 24 * kHour;
 
 constexpr std::array<std::int64_t, 22> kSteps = {
-    100,        200,        500,         kSecond,     2 * kSecond, 5 * kSecond, 10 * kSecond, 30 * kSecond,
-    kMinute,    3 * kMinute, 5 * kMinute, 15 * kMinute, 30 * kMinute, kHour,     3 * kHour,    6 * kHour,
-    12 * kHour, kDay,       2 * kDay,    8 * kDay,    32 * kDay,   128 * kDay};
+    100,        200,         500,         kSecond,      2 * kSecond,  5 * kSecond, 10 * kSecond, 30 * kSecond,
+    kMinute,    3 * kMinute, 5 * kMinute, 15 * kMinute, 30 * kMinute, kHour,       3 * kHour,    6 * kHour,
+    12 * kHour, kDay,        2 * kDay,    8 * kDay,     32 * kDay,    128 * kDay};
 
 // Rounded down, below 1970 too.
 std::int64_t multipleBelow(std::int64_t value, std::int64_t step) {

@@ -148,8 +148,7 @@ std::string withoutTags(std::string_view html) {
 
 void appendNumbers(std::string& out, const ReportText& text, Quantity quantity, const SeriesData& series) {
     const Buckets& buckets = series.buckets;
-    const std::int64_t step =
-        stepForTicks(buckets.endMs() - buckets.startMs(), kTableRows, buckets.stepMs());
+    const std::int64_t step = stepForTicks(buckets.endMs() - buckets.startMs(), kTableRows, buckets.stepMs());
     std::vector<std::int64_t> starts = roundTimes(buckets.startMs(), buckets.endMs() - 1, step);
     if (starts.empty() || starts.front() != buckets.startMs()) starts.insert(starts.begin(), buckets.startMs());
     std::vector<Statistics> rows(starts.size());
@@ -158,8 +157,8 @@ void appendNumbers(std::string& out, const ReportText& text, Quantity quantity, 
         const auto row = std::upper_bound(starts.begin(), starts.end(), at) - starts.begin() - 1;
         rows[static_cast<std::size_t>(row)].add(buckets.buckets()[place]);
     }
-    out += "<details><summary>" + text.text("CHART_NUMBERS") + "</summary><div class=\"scroll\"><table><thead><tr><th>" +
-           text.text("COLUMN_FROM") + "</th>";
+    out += "<details><summary>" + text.text("CHART_NUMBERS") +
+           "</summary><div class=\"scroll\"><table><thead><tr><th>" + text.text("COLUMN_FROM") + "</th>";
     for (const char* const column : {"COLUMN_LEAST", "COLUMN_MEAN", "COLUMN_GREATEST"})
         out += "<th class=\"n\">" + text.text(column) + "</th>";
     out += "</tr></thead><tbody>";
@@ -194,8 +193,8 @@ void appendTimeLabels(std::string& out, const TimeSpan& span) {
         const double share = span.share(tick.epochMs);
         const char* const side = share > kNearEnd ? " end" : share < kNearStart ? " start" : "";
         const bool isMinor = place++ % 2 == 1 && tick.date.empty() && tick.zone.empty();
-        out += std::string("<span class=\"t") + side + (isMinor ? " minor" : "") + "\" style=\"left:" +
-               span.percent(tick.epochMs) + "\">" + escaped(tick.time);
+        out += std::string("<span class=\"t") + side + (isMinor ? " minor" : "") +
+               "\" style=\"left:" + span.percent(tick.epochMs) + "\">" + escaped(tick.time);
         for (const std::string& line : {tick.date, tick.zone})
             if (!line.empty()) out += "<br/><small>" + escaped(line) + "</small>";
         out += "</span>";
@@ -207,21 +206,20 @@ void appendGaps(std::string& out, const TimeSpan& span, const std::vector<Report
     for (const ReportGap& gap : gaps) {
         constexpr double kAll = 100;
         const double width = (span.share(gap.endMs) - span.share(gap.startMs)) * kAll;
-        out += "<div class=\"gap\" style=\"left:" + span.percent(gap.startMs) + ";width:" + fixed(width, 3) +
-               "%\"></div>";
+        out +=
+            "<div class=\"gap\" style=\"left:" + span.percent(gap.startMs) + ";width:" + fixed(width, 3) + "%\"></div>";
     }
 }
 
-void appendChart(std::string& out, const ReportText& text, std::string_view id, std::string_view key,
-                 Quantity quantity, const SeriesData& series, const std::vector<ReportGap>& gaps) {
+void appendChart(std::string& out, const ReportText& text, std::string_view id, std::string_view key, Quantity quantity,
+                 const SeriesData& series, const std::vector<ReportGap>& gaps) {
     const TimeSpan span = {series.buckets.startMs(), series.buckets.endMs()};
     const bool showsLimit = series.limit && *series.limit > 0 && *series.limit <= series.all.greatest * kFarLimit;
     const double top = std::max(series.all.greatest, showsLimit ? *series.limit : 0.0);
     const std::vector<double> ticks = valueTicks(top, stepsOf(quantity));
     const std::string caption = captionOf(text, quantity, series);
     const std::string name(id);
-    out += "<figure id=\"" + name + "\"><figcaption><h3>" + text.text(key) + "</h3><p>" + caption +
-           "</p></figcaption>";
+    out += "<figure id=\"" + name + "\"><figcaption><h3>" + text.text(key) + "</h3><p>" + caption + "</p></figcaption>";
     if (series.all.count == 0) {
         out += "</figure>";
         return;

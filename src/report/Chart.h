@@ -25,8 +25,8 @@ struct TimeSpan {
 
 // The band from least to greatest, the mean as a line, the limit as a broken one, the gaps hatched, and the numbers in a
 // table that unfolds. `id` is for links.
-void appendChart(std::string& out, const ReportText& text, std::string_view id, std::string_view key,
-                 Quantity quantity, const SeriesData& series, const std::vector<ReportGap>& gaps);
+void appendChart(std::string& out, const ReportText& text, std::string_view id, std::string_view key, Quantity quantity,
+                 const SeriesData& series, const std::vector<ReportGap>& gaps);
 
 // The labels below a drawing.
 void appendTimeLabels(std::string& out, const TimeSpan& span);

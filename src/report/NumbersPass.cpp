@@ -62,9 +62,9 @@ public:
         }
     }
     std::vector<ResourceUse> take() {
-        m_uses.erase(std::remove_if(m_uses.begin(), m_uses.end(),
-                                    [](const ResourceUse& use) { return use.current.count == 0; }),
-                     m_uses.end());
+        m_uses.erase(
+            std::remove_if(m_uses.begin(), m_uses.end(), [](const ResourceUse& use) { return use.current.count == 0; }),
+            m_uses.end());
         return std::move(m_uses);
     }
 
@@ -115,16 +115,20 @@ private:
     void look(const RecordNumbers& row) {
         const bool sameRun = row.run == m_last.run;
         // Within a run the clock that is never set counts.
-        const std::int64_t apartMs = sameRun ? (row.monotonicUs - m_last.monotonicUs) / 1000 : row.epochMs - m_last.epochMs;
+        const std::int64_t apartMs =
+            sameRun ? (row.monotonicUs - m_last.monotonicUs) / 1000 : row.epochMs - m_last.epochMs;
         if (apartMs <= m_after[row.run] || row.epochMs <= m_last.epochMs) return;
         using Cause = ReportGap::Cause;
         m_gaps.push_back({m_last.epochMs, row.epochMs,
-                          m_hasUnanswered ? Cause::kNoAnswer : sameRun ? Cause::kNoRecords : Cause::kNoRecorder});
+                          m_hasUnanswered ? Cause::kNoAnswer
+                          : sameRun       ? Cause::kNoRecords
+                                          : Cause::kNoRecorder});
     }
     void keepLongest() {
         if (m_gaps.size() <= kGaps) return;
-        std::nth_element(m_gaps.begin(), m_gaps.begin() + kGaps, m_gaps.end(),
-                         [](const ReportGap& one, const ReportGap& other) { return one.lengthMs() > other.lengthMs(); });
+        std::nth_element(
+            m_gaps.begin(), m_gaps.begin() + kGaps, m_gaps.end(),
+            [](const ReportGap& one, const ReportGap& other) { return one.lengthMs() > other.lengthMs(); });
         m_gaps.resize(kGaps);
         std::sort(m_gaps.begin(), m_gaps.end(),
                   [](const ReportGap& one, const ReportGap& other) { return one.startMs < other.startMs; });
@@ -154,8 +158,7 @@ void addUsage(ReportData& data, std::int64_t epochMs, const Usage& usage) {
 
 // Whether the counters of `row` go on from those of `last`.
 bool goesOn(const RecordNumbers& last, const RecordNumbers& row) {
-    const bool isRestarted =
-        last.usage && row.usage && row.usage->uptimeSeconds < last.usage->uptimeSeconds;
+    const bool isRestarted = last.usage && row.usage && row.usage->uptimeSeconds < last.usage->uptimeSeconds;
     return last.number != 0 && last.run == row.run && row.monotonicUs > last.monotonicUs && !isRestarted;
 }
 
@@ -188,8 +191,9 @@ public:
         std::vector<ProtocolUse> uses;
         for (const auto& [type, use] : m_uses)
             uses.push_back(use);
-        std::stable_sort(uses.begin(), uses.end(),
-                         [](const ProtocolUse& one, const ProtocolUse& other) { return one.requests > other.requests; });
+        std::stable_sort(uses.begin(), uses.end(), [](const ProtocolUse& one, const ProtocolUse& other) {
+            return one.requests > other.requests;
+        });
         return uses;
     }
 
@@ -202,6 +206,51 @@ private:
     std::map<std::uint32_t, ProtocolUse> m_uses;
 };
 
+// Takes the records of a span one by one.
+class Pass {
+public:
+    // Without `hasNumbers` no record has any, and every one counts as an answer.
+    Pass(const std::vector<HistoryRun>& runs, const std::vector<RecordRange>& waiting, bool hasNumbers,
+         ReportData& data)
+        : m_data(data),
+          m_hasNumbers(hasNumbers),
+          m_waitingNow(waiting),
+          m_gaps(runs, data.of(Series::kSessions).bridgeMs) {}
+
+    void take(const RecordNumbers& row) {
+        ++m_data.records;
+        m_data.items += row.items;
+        if (row.isKey) m_keys.push_back(row.number);
+        const bool isAnswered = row.usage || row.communication || !m_hasNumbers;
+        m_gaps.add(row, isAnswered);
+        m_resources.add(row);
+        m_protocols.add(row);
+        if (row.usage) addUsage(m_data, row.epochMs, *row.usage);
+        if (m_data.knowsWaits && isAnswered)
+            m_data.of(Series::kWaiting).add(row.epochMs, static_cast<double>(m_waitingNow.at(row.number)));
+        if (!row.communication) return;
+        addRequests(m_data, m_lastCounted, row);
+        m_lastCounted = row;
+    }
+    // Gives the numbers of the key records.
+    std::vector<std::uint64_t> finish() {
+        m_gaps.finish(m_data.lastMs, m_data);
+        m_data.resources = m_resources.take();
+        m_data.protocols = m_protocols.take();
+        return std::move(m_keys);
+    }
+
+private:
+    ReportData& m_data;
+    const bool m_hasNumbers;
+    std::vector<std::uint64_t> m_keys;
+    WaitingCount m_waitingNow;
+    Resources m_resources;
+    Protocols m_protocols;
+    Gaps m_gaps;
+    RecordNumbers m_lastCounted;
+};
+
 }  // namespace
 
 std::int64_t gapAfterMs(std::int64_t intervalMs) {
@@ -210,32 +259,16 @@ std::int64_t gapAfterMs(std::int64_t intervalMs) {
 
 std::vector<std::uint64_t> readNumbers(HistoryTables& tables, RecordRange range, const std::vector<HistoryRun>& runs,
                                        const std::vector<RecordRange>& waiting, ReportData& data) {
-    std::vector<std::uint64_t> keys;
-    WaitingCount waitingNow(waiting);
-    Resources resources;
-    Protocols protocols;
-    Gaps gaps(runs, data.of(Series::kSessions).bridgeMs);
-    RecordNumbers lastCounted;
-    tables.forEachRecord(range, [&](const RecordNumbers& row) {
-        ++data.records;
-        data.items += row.items;
-        if (row.isKey) keys.push_back(row.number);
-        const bool isAnswered = row.usage || row.communication;
-        data.unanswered += isAnswered ? 0U : 1U;
-        gaps.add(row, isAnswered);
-        resources.add(row);
-        protocols.add(row);
-        if (row.usage) addUsage(data, row.epochMs, *row.usage);
-        if (data.knowsWaits && isAnswered)
-            data.of(Series::kWaiting).add(row.epochMs, static_cast<double>(waitingNow.at(row.number)));
-        if (!row.communication) return;
-        addRequests(data, lastCounted, row);
-        lastCounted = row;
-    });
-    gaps.finish(data.lastMs, data);
-    data.resources = resources.take();
-    data.protocols = protocols.take();
-    return keys;
+    const auto read = [&](bool hasNumbers) {
+        data.records = data.items = 0;
+        Pass pass(runs, waiting, hasNumbers, data);
+        tables.forEachRecord(range, [&pass](const RecordNumbers& row) { pass.take(row); });
+        return pass.finish();
+    };
+    std::vector<std::uint64_t> keys = read(true);
+    // The sections with numbers were switched off: other items, beside events, show that the engine answered.
+    const bool isBare = data.resources.empty() && data.items > data.events.all;
+    return isBare ? read(false) : keys;
 }
 
 }  // namespace vexo

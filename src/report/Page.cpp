@@ -23,8 +23,8 @@ constexpr std::array<std::array<const char*, 2>, 8> kContents = {
 
 void appendHead(std::string& out, const PageContext& page) {
     const ReportText& text = page.text;
-    const std::string title =
-        text.text("TITLE", {page.data.server.empty() ? text.text("LOCAL_ENGINE") : escaped(safeText(page.data.server))});
+    const std::string title = text.text(
+        "TITLE", {page.data.server.empty() ? text.text("LOCAL_ENGINE") : escaped(safeText(page.data.server))});
     out += "<!DOCTYPE html>\n<html xmlns=\"http://www.w3.org/1999/xhtml\" lang=\"" + text.text("LANGUAGE") +
            "\">\n<head>\n<meta charset=\"utf-8\"/>\n"
            "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src 'unsafe-inline'\"/>\n"
@@ -51,12 +51,14 @@ void appendFoot(std::string& out, const PageContext& page) {
 std::string pageOf(const ReportData& data) {
     const ReportText text;
     const Buckets& buckets = data.of(Series::kSessions).buckets;
-    const PageContext page = {data, text, {buckets.startMs(), buckets.endMs()}};
+    const PageContext page = {
+        data, text, {buckets.startMs(), buckets.endMs()}
+    };
     std::string out;
     appendHead(out, page);
-    for (const auto part : {appendSummary, appendTimeline, appendGapTable, appendWaitTables, appendEventTable,
-                            appendCharts, appendResourceTable, appendSessionTable, appendFileTable,
-                            appendProtocolTable}) {
+    for (const auto part :
+         {appendSummary, appendTimeline, appendGapTable, appendWaitTables, appendEventTable, appendCharts,
+          appendResourceTable, appendSessionTable, appendFileTable, appendProtocolTable}) {
         part(out, page);
     }
     appendFoot(out, page);

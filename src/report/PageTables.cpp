@@ -53,8 +53,14 @@ void appendGroups(std::string& out, const PageContext& page) {
     out += "<h3>" + text.text("WAIT_GROUPS") + "</h3>\n";
     {
         HtmlTable table(out, text, "wait-groups",
-                        {{"COLUMN_FILE"}, {"COLUMN_CLIENT"}, {"COLUMN_WAITS", true}, {"COLUMN_TOTAL", true},
-                         {"COLUMN_LONGEST", true}, {"COLUMN_LONGEST_FROM"}});
+                        {
+                            {"COLUMN_FILE"   },
+                            {"COLUMN_CLIENT" },
+                            {"COLUMN_WAITS",   true},
+                            {"COLUMN_TOTAL",                true},
+                            {"COLUMN_LONGEST",true},
+                            {"COLUMN_LONGEST_FROM"}
+        });
         for (const WaitGroup& group : data.waitGroups.items) {
             table.row({nameHtml(group.file), nameHtml(group.client), text.number(group.count),
                        waitedHtml(text, group.totalMs), lastedHtml(text, group.longestMs),
@@ -69,8 +75,12 @@ void appendLongest(std::string& out, const PageContext& page) {
     out += "<h3>" + text.text("WAIT_LONGEST") + "</h3>\n";
     {
         HtmlTable table(out, text, "longest-waits",
-                        {{"COLUMN_LASTED"}, {"COLUMN_WHEN"}, {"COLUMN_FILE"}, {"COLUMN_CLIENT"},
-                         {"COLUMN_FOR"}, {"COLUMN_HOLDERS"}});
+                        {{"COLUMN_LASTED"},
+                         {"COLUMN_WHEN"},
+                         {"COLUMN_FILE"},
+                         {"COLUMN_CLIENT"},
+                         {"COLUMN_FOR"},
+                         {"COLUMN_HOLDERS"}});
         for (const ReportWait& wait : data.waits.items) {
             if (wait.lastedMs == 0 && data.waits.items.size() > 1) break;
             std::string holders;
@@ -132,8 +142,9 @@ void appendEventTable(std::string& out, const PageContext& page) {
 void appendCharts(std::string& out, const PageContext& page) {
     const auto& [data, text, span] = page;
     const HtmlSection section(out, text, "charts", "CHARTS");
-    appendParagraph(out, text.text("CHARTS_NOTE", {text.duration(static_cast<std::uint64_t>(
-                                       data.of(Series::kSessions).buckets.stepMs()))}),
+    appendParagraph(out,
+                    text.text("CHARTS_NOTE",
+                              {text.duration(static_cast<std::uint64_t>(data.of(Series::kSessions).buckets.stepMs()))}),
                     "note");
     struct Drawn {
         Series series;
@@ -166,18 +177,25 @@ void appendResourceTable(std::string& out, const PageContext& page) {
     const HtmlSection section(out, text, "limits", "LIMITS");
     if (data.resources.empty()) return appendParagraph(out, text.text("NO_USAGE"));
     HtmlTable table(out, text, "resource-table",
-                    {{"COLUMN_RESOURCE"}, {"COLUMN_LEAST", true}, {"COLUMN_MEAN", true}, {"COLUMN_GREATEST", true},
-                     {"COLUMN_GREATEST_AT"}, {"COLUMN_LIMIT", true}, {"COLUMN_SHARE", true}, {"COLUMN_PEAK", true}});
+                    {
+                        {"COLUMN_RESOURCE"},
+                        {              "COLUMN_LEAST",             true},
+                        {              "COLUMN_MEAN",             true},
+                        {              "COLUMN_GREATEST",             true},
+                        {              "COLUMN_GREATEST_AT"                },
+                        { "COLUMN_LIMIT",                 true},
+                        {                 "COLUMN_SHARE",                 true},
+                        {                  "COLUMN_PEAK",                 true}
+    });
     for (const ResourceUse& use : data.resources) {
         const Statistics& current = use.current;
         const bool isLimited = use.limit && *use.limit > 0;
         const double limit = isLimited ? static_cast<double>(*use.limit) : 0;
-        table.row({text.text(use.key), text.amount(use.quantity, current.least),
-                   text.amount(use.quantity, current.mean()), text.amount(use.quantity, current.greatest),
-                   text.instant(current.greatestAtMs),
-                   isLimited ? text.amount(use.quantity, limit) : text.text("UNLIMITED"),
-                   isLimited ? shareHtml(text, current.greatest / limit) : "–",
-                   amountOf(text, use.quantity, use.peak)});
+        table.row(
+            {text.text(use.key), text.amount(use.quantity, current.least), text.amount(use.quantity, current.mean()),
+             text.amount(use.quantity, current.greatest), text.instant(current.greatestAtMs),
+             isLimited ? text.amount(use.quantity, limit) : text.text("UNLIMITED"),
+             isLimited ? shareHtml(text, current.greatest / limit) : "–", amountOf(text, use.quantity, use.peak)});
     }
 }
 
@@ -188,16 +206,23 @@ void appendSessionTable(std::string& out, const PageContext& page) {
     appendBasis(out, page, "SESSIONS_OF_ALL", "SESSIONS_OF_SOME");
     {
         HtmlTable table(out, text, "session-table",
-                        {{"COLUMN_SESSION"}, {"COLUMN_ADDRESS"}, {"COLUMN_SESSIONS", true}, {"COLUMN_READ", true},
-                         {"COLUMN_WRITTEN", true}, {"COLUMN_DISK", true}, {"COLUMN_CACHED", true},
-                         {"COLUMN_WAITED", true}});
+                        {
+                            {"COLUMN_SESSION"},
+                            {                 "COLUMN_ADDRESS"               },
+                            { "COLUMN_SESSIONS",                true},
+                            {                    "COLUMN_READ",                true},
+                            {                 "COLUMN_WRITTEN",                true},
+                            {                    "COLUMN_DISK",                true},
+                            {                  "COLUMN_CACHED",                true},
+                            {                  "COLUMN_WAITED",                true}
+        });
         for (const SessionUse& use : data.sessions.items) {
             const std::uint64_t accesses = use.diskAccesses + use.cacheAccesses;
             table.row({nameHtml(use.name), nameHtml(use.address), text.number(use.sessions),
                        text.number(use.recordsRead), text.number(use.recordsWritten), text.number(use.diskAccesses),
-                       accesses == 0 ? "–"
-                                     : text.percent(static_cast<double>(use.cacheAccesses) /
-                                                    static_cast<double>(accesses)),
+                       accesses == 0
+                           ? "–"
+                           : text.percent(static_cast<double>(use.cacheAccesses) / static_cast<double>(accesses)),
                        waitedHtml(text, use.waitedMs)});
         }
     }
@@ -211,12 +236,16 @@ void appendFileTable(std::string& out, const PageContext& page) {
     appendBasis(out, page, "FILES_OF_ALL", "FILES_OF_SOME");
     {
         HtmlTable table(out, text, "file-table",
-                        {{"COLUMN_FILE"}, {"COLUMN_SIZE", true}, {"COLUMN_GROWN", true}, {"COLUMN_HANDLES", true},
-                         {"COLUMN_WAITED", true}});
+                        {
+                            {"COLUMN_FILE"},
+                            { "COLUMN_SIZE",         true},
+                            { "COLUMN_GROWN",         true},
+                            { "COLUMN_HANDLES",         true},
+                            { "COLUMN_WAITED",         true}
+        });
         for (const FileUse& use : data.files.items) {
             table.row({nameHtml(use.name), amountOf(text, Quantity::kBytes, use.sizeBytes),
-                       growthHtml(text, use.grownBytes), text.number(use.mostHandles),
-                       waitedHtml(text, use.waitedMs)});
+                       growthHtml(text, use.grownBytes), text.number(use.mostHandles), waitedHtml(text, use.waitedMs)});
         }
     }
     appendShown(out, text, data.files.items.size(), data.files.all);
@@ -227,13 +256,17 @@ void appendProtocolTable(std::string& out, const PageContext& page) {
     const HtmlSection section(out, text, "protocols", "PROTOCOLS");
     if (data.protocols.empty()) return appendParagraph(out, text.text("NO_PROTOCOL"));
     HtmlTable table(out, text, "protocol-table",
-                    {{"COLUMN_PROTOCOL"}, {"COLUMN_REQUESTS", true}, {"COLUMN_RATE", true},
-                     {"COLUMN_REMOTE_MEAN", true}, {"COLUMN_REMOTE_MOST", true}});
+                    {
+                        {"COLUMN_PROTOCOL"},
+                        { "COLUMN_REQUESTS",             true},
+                        { "COLUMN_RATE",             true},
+                        { "COLUMN_REMOTE_MEAN",             true},
+                        { "COLUMN_REMOTE_MOST",             true}
+    });
     for (const ProtocolUse& use : data.protocols) {
         const std::string_view word = wordOf(Codes::kProtocol, use.type);
-        const std::string name =
-            word.empty() ? text.text("PROTOCOL_OTHER", {std::to_string(use.type)})
-                         : text.text(keyOf("PROTOCOL_", word));
+        const std::string name = word.empty() ? text.text("PROTOCOL_OTHER", {std::to_string(use.type)})
+                                              : text.text(keyOf("PROTOCOL_", word));
         constexpr double kSecond = 1000;
         const double seconds = static_cast<double>(use.measuredMs) / kSecond;
         table.row({name, text.number(use.requests),

@@ -61,8 +61,7 @@ public:
     void take(const RecordPtr& record) {
         ++m_data.recordsRead;
         if (record->has(Section::kConnections))
-            m_data.of(Series::kConnections)
-                .add(record->epochMs, static_cast<double>(record->connections.size()));
+            m_data.of(Series::kConnections).add(record->epochMs, static_cast<double>(record->connections.size()));
         if (record->has(Section::kSessions)) takeSessions(record);
         if (record->has(Section::kFiles)) takeFiles(*record);
     }
@@ -191,11 +190,10 @@ void findHolders(RecordWalk& records, ReportData& data) {
         ReportWait& wait = data.waits.items[place];
         const RecordPtr record = records.goTo(wait.records.last);
         if (!record) continue;
-        const auto found =
-            std::find_if(record->waits.begin(), record->waits.end(), [&](const WaitItem& item) {
-                return tableText(record->name(item.file)) == wait.file &&
-                       tableText(record->name(item.client)) == wait.client;
-            });
+        const auto found = std::find_if(record->waits.begin(), record->waits.end(), [&](const WaitItem& item) {
+            return tableText(record->name(item.file)) == wait.file &&
+                   tableText(record->name(item.client)) == wait.client;
+        });
         if (found == record->waits.end()) continue;
         for (const std::uint32_t handle : mayHold(*record, *found)) {
             std::string name = holderName(*record, handle);

@@ -57,9 +57,9 @@ struct SeriesData {
 // A stretch of time that no record tells about, from the last record before it to the first one behind it.
 struct ReportGap {
     enum class Cause : std::uint8_t {
-        kNoAnswer,     // records tell that the engine did not answer
-        kNoRecorder,   // another run of the recorder followed
-        kNoRecords,    // the recorder ran, and stored nothing
+        kNoAnswer,    // records tell that the engine did not answer
+        kNoRecorder,  // another run of the recorder followed
+        kNoRecords,   // the recorder ran, and stored nothing
     };
     std::int64_t startMs = 0;
     std::int64_t endMs = 0;
@@ -116,14 +116,14 @@ struct ResourceUse {
     const char* key = "";  // of its name in the bundle
     Quantity quantity = Quantity::kCount;
     Statistics current;
-    std::uint64_t peak = 0;              // since the engine started, as the last record tells
-    std::optional<std::int64_t> limit;   // the last one
+    std::uint64_t peak = 0;             // since the engine started, as the last record tells
+    std::optional<std::int64_t> limit;  // the last one
 };
 
 struct ProtocolUse {
-    std::int64_t type = 0;  // code
-    std::uint64_t requests = 0;     // grown over the span
-    std::uint64_t measuredMs = 0;   // the time in which they grew
+    std::int64_t type = 0;         // code
+    std::uint64_t requests = 0;    // grown over the span
+    std::uint64_t measuredMs = 0;  // the time in which they grew
     Statistics sessions;
 };
 
@@ -141,8 +141,8 @@ struct SessionUse {
 
 struct FileUse {
     std::string name;
-    std::uint64_t sizeBytes = 0;    // in the last record that shows it
-    std::int64_t grownBytes = 0;    // since the first one
+    std::uint64_t sizeBytes = 0;  // in the last record that shows it
+    std::int64_t grownBytes = 0;  // since the first one
     std::uint64_t mostHandles = 0;
     std::uint64_t waitedMs = 0;
 };
@@ -167,9 +167,8 @@ struct ReportData {
     std::optional<std::int64_t> fromMs;  // what was asked for
     std::optional<std::int64_t> toMs;
     std::uint64_t records = 0;
-    std::uint64_t items = 0;            // of all records
-    std::uint64_t unanswered = 0;       // of them, those without an answer of the engine
-    std::uint64_t recordsRead = 0;      // of them, those whose sessions, files and connections were read
+    std::uint64_t items = 0;        // of all records
+    std::uint64_t recordsRead = 0;  // of them, those whose sessions, files and connections were read
     std::int64_t madeMs = 0;
     std::string madeBy;  // version of the program
 
@@ -181,7 +180,7 @@ struct ReportData {
     bool knowsWaits = true;  // else no handles were recorded
     Most<ReportWait> waits;  // the longest first; of those that were seen once, one at most
     std::uint64_t seenOnce = 0;
-    std::uint64_t longWaits = 0;  // those beyond kLongWaitMs
+    std::uint64_t longWaits = 0;                          // those beyond kLongWaitMs
     std::map<std::string, std::uint64_t> waitedByClient;  // milliseconds
     std::map<std::string, std::uint64_t> waitedByFile;
     Most<WaitGroup> waitGroups;  // those that waited longest first

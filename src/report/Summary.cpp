@@ -43,9 +43,9 @@ void tellGaps(Sentences& sentences, const PageContext& page) {
         sentences.push_back(text.text("SUM_NO_GAP"));
         return;
     }
-    const ReportGap& longest = *std::max_element(gaps.begin(), gaps.end(), [](const ReportGap& one, const ReportGap& other) {
-        return one.lengthMs() < other.lengthMs();
-    });
+    const ReportGap& longest = *std::max_element(
+        gaps.begin(), gaps.end(),
+        [](const ReportGap& one, const ReportGap& other) { return one.lengthMs() < other.lengthMs(); });
     sentences.push_back(text.counted("SUM_GAPS", data.gaps.all,
                                      {text.duration(data.gapsMs), text.duration(longest.lengthMs()),
                                       text.range(longest.startMs, longest.endMs), causeOf(text, longest)}));
@@ -59,13 +59,12 @@ void tellWaits(Sentences& sentences, const PageContext& page) {
         sentences.push_back(text.text("SUM_NO_WAIT"));
     } else {
         const ReportWait& longest = data.waits.items.front();
-        const std::string who = text.text("SUM_LONGEST", {lastedHtml(text, longest.lastedMs), nameHtml(longest.file),
-                                                          nameHtml(longest.client),
-                                                          text.range(longest.startMs, longest.endMs)});
+        const std::string who =
+            text.text("SUM_LONGEST", {lastedHtml(text, longest.lastedMs), nameHtml(longest.file),
+                                      nameHtml(longest.client), text.range(longest.startMs, longest.endMs)});
         const bool hasLong = data.longWaits > 0;
         sentences.push_back(text.counted(hasLong ? "SUM_LONG_WAITS" : "SUM_SHORT_WAITS",
-                                         hasLong ? data.longWaits : data.waits.all,
-                                         {text.duration(kLongWaitMs), who}));
+                                         hasLong ? data.longWaits : data.waits.all, {text.duration(kLongWaitMs), who}));
     }
 }
 
@@ -93,10 +92,12 @@ void tellLimits(Sentences& sentences, const PageContext& page) {
 
 void tellEvents(Sentences& sentences, const PageContext& page) {
     const auto& [data, text, span] = page;
-    for (const auto& [kind, key] : {std::pair(EventKind::kConnectionLost, "SUM_LOST"),
-                                    {EventKind::kEngineRestarted, "SUM_RESTARTED"},
-                                    {EventKind::kStalled, "SUM_STALLED"},
-                                    {EventKind::kClockChanged, "SUM_CLOCK"}}) {
+    for (const auto& [kind, key] : {
+             std::pair(EventKind::kConnectionLost, "SUM_LOST"),
+             {EventKind::kEngineRestarted, "SUM_RESTARTED"},
+             {EventKind::kStalled,         "SUM_STALLED"  },
+             {EventKind::kClockChanged,    "SUM_CLOCK"    }
+    }) {
         const auto found = data.eventCounts.find(kind);
         if (found != data.eventCounts.end()) sentences.push_back(text.counted(key, found->second));
     }

@@ -17,9 +17,9 @@ constexpr std::int64_t kHour = 60 * kMinute;
 constexpr std::int64_t kDay = 24 * kHour;
 
 constexpr std::array<std::int64_t, 24> kSteps = {
-    100,         kSecond,      2 * kSecond,  5 * kSecond, 10 * kSecond, 15 * kSecond, 30 * kSecond, kMinute,
-    2 * kMinute, 5 * kMinute,  10 * kMinute, 15 * kMinute, 30 * kMinute, kHour,       2 * kHour,    3 * kHour,
-    4 * kHour,   6 * kHour,    12 * kHour,   kDay,         2 * kDay,     7 * kDay,    28 * kDay,    364 * kDay};
+    100,         kSecond,     2 * kSecond,  5 * kSecond,  10 * kSecond, 15 * kSecond, 30 * kSecond, kMinute,
+    2 * kMinute, 5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute, kHour,        2 * kHour,    3 * kHour,
+    4 * kHour,   6 * kHour,   12 * kHour,   kDay,         2 * kDay,     7 * kDay,     28 * kDay,    364 * kDay};
 
 std::int64_t restOf(std::int64_t value, std::int64_t divisor) {
     const std::int64_t rest = value % divisor;

@@ -63,7 +63,10 @@ void appendTimeline(std::string& out, const PageContext& page) {
     endLane(out);
     for (const WaitLane& lane : data.lanes) {
         const std::string label = lane.file.empty() ? text.text("OTHER_FILES") : nameHtml(lane.file);
-        beginLane(out, label, text.counted(lane.totalMs == 0 ? "LANE_ONCE" : "LANE_WAITS", lane.count, {text.duration(lane.totalMs)}), "");
+        beginLane(
+            out, label,
+            text.counted(lane.totalMs == 0 ? "LANE_ONCE" : "LANE_WAITS", lane.count, {text.duration(lane.totalMs)}),
+            "");
         appendBars(out, span, lane);
         appendGaps(out, span, data.gaps.items);
         endLane(out);

@@ -101,8 +101,7 @@ void examine(const ReportOptions& options) {
 ReportOptions readReportOptions(int argc, char** argv) {
     ReportOptions options;
     std::optional<std::string> history;
-    readOptions(argc, argv, ":o:hV", kOptions,
-                [&](const GivenOption& given) { readOption(options, history, given); });
+    readOptions(argc, argv, ":o:hV", kOptions, [&](const GivenOption& given) { readOption(options, history, given); });
     options.history = history.value_or("");
     examine(options);
     return options;

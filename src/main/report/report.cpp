@@ -49,9 +49,9 @@ void print(std::initializer_list<String> lines) {
     const std::string from = localTime(options.fromMs.value_or(whole->first.epochMs));
     const std::int64_t last = std::max(whole->last.epochMs, options.fromMs.value_or(whole->last.epochMs));
     const std::string to = localTime(options.toMs.value_or(last));
-    throw HistoryException(messages.getResStr("ERR_SPAN", path, from.c_str(), to.c_str(),
-                                              std::to_string(whole->records).c_str(),
-                                              localTime(whole->first.epochMs).c_str(), localTime(whole->last.epochMs).c_str()));
+    throw HistoryException(
+        messages.getResStr("ERR_SPAN", path, from.c_str(), to.c_str(), std::to_string(whole->records).c_str(),
+                           localTime(whole->first.epochMs).c_str(), localTime(whole->last.epochMs).c_str()));
 }
 
 void makePage(const ReportOptions& options, const HistorySpan& span) {
@@ -77,8 +77,8 @@ int exportTo(Sink& sink, const ReportOptions& options, const HistorySpan& span) 
         sink.write(record);
     sink.close();
     for (const RecordRange& lost : records.lost())
-        tell(narrow(historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(),
-                                   std::to_string(lost.last).c_str())));
+        tell(narrow(
+            historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(), std::to_string(lost.last).c_str())));
     return records.lost().empty() ? kMade : kUnreadable;
 }
 

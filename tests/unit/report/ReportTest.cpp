@@ -31,11 +31,11 @@ constexpr std::int64_t kHourMs = 3'600'000;
 
 TEST(ReportText, MakesHostileTextsInert) {
     const std::pair<std::string_view, std::string_view> rows[] = {
-        {"<script>\"'&",            "<bdi>&lt;script&gt;&quot;&#39;&amp;</bdi>"},
-        {"\x1b[2J\n\x80",           "<bdi>\\x1b[2J\\x0a\\x80</bdi>"            },
-        {"a\u202eb\u200b",          "<bdi>a\\u{202e}b\\u{200b}</bdi>"          },
-        {"\xEF\xBF\xBE\xEF\xBF\xBF", "<bdi>\\u{fffe}\\u{ffff}</bdi>"            },
-        {"Größe \xEF\xBD\xA5",       "<bdi>Größe \xEF\xBD\xA5</bdi>"            },
+        {"<script>\"'&", "<bdi>&lt;script&gt;&quot;&#39;&amp;</bdi>"},
+        {"\x1b[2J\n\x80", "<bdi>\\x1b[2J\\x0a\\x80</bdi>"},
+        {"a\u202eb\u200b", "<bdi>a\\u{202e}b\\u{200b}</bdi>"},
+        {"\xEF\xBF\xBE\xEF\xBF\xBF", "<bdi>\\u{fffe}\\u{ffff}</bdi>"},
+        {"Größe \xEF\xBD\xA5", "<bdi>Größe \xEF\xBD\xA5</bdi>"},
     };
     for (const auto& [bytes, html] : rows)
         EXPECT_EQ(nameHtml(bytes), html);
@@ -45,13 +45,14 @@ TEST(ReportText, MakesHostileTextsInert) {
 TEST(ReportText, WritesNumbersAndDurations) {
     const ReportText text;
     const std::pair<double, std::string_view> numbers[] = {
-        {0, "0"}, {0.004, "0"}, {0.25, "0.25"}, {9.994, "9.99"}, {17.32, "17.3"}, {99.97, "100"},
-        {8640, "8,640"}, {1234567.8, "1,234,568"}, {-12.5, "-12.5"}, {0.5, "0.5"}};
+        {0, "0"},       {0.004, "0"},    {0.25, "0.25"},           {9.994, "9.99"},  {17.32, "17.3"},
+        {99.97, "100"}, {8640, "8,640"}, {1234567.8, "1,234,568"}, {-12.5, "-12.5"}, {0.5, "0.5"}};
     for (const auto& [value, written] : numbers)
         EXPECT_EQ(text.number(value), written);
     const std::pair<std::uint64_t, std::string_view> durations[] = {
-        {0, "0 s"}, {850, "0.9 s"}, {9'960, "10 s"}, {41'000, "41 s"}, {59'600, "1 min"}, {250'000, "4 min 10 s"},
-        {3'600'000, "1 h"}, {43'260'000, "12 h 1 min"}, {604'790'000, "7 d"}, {3'599'700, "1 h"}};
+        {0, "0 s"},           {850, "0.9 s"},          {9'960, "10 s"},    {41'000, "41 s"},
+        {59'600, "1 min"},    {250'000, "4 min 10 s"}, {3'600'000, "1 h"}, {43'260'000, "12 h 1 min"},
+        {604'790'000, "7 d"}, {3'599'700, "1 h"}};
     for (const auto& [milliseconds, written] : durations)
         EXPECT_EQ(text.duration(milliseconds), written) << milliseconds;
     EXPECT_EQ(text.amount(Quantity::kBytes, 1536.0 * 1024), "1.5\u00a0MiB");
@@ -79,10 +80,10 @@ TEST(TimeAxis, IsRoundWhereTheClocksChange) {
         std::int64_t middleMs;
     };
     const Row rows[] = {
-        {"Europe/Berlin",       1'792'890'000'000}, // back by an hour
-        {"Europe/Berlin",       1'774'746'000'000}, // ahead by an hour
-        {"Australia/Lord_Howe", 1'775'314'800'000}, // back by half an hour
-        {"Asia/Kathmandu",      1'792'890'000'000},
+        {"Europe/Berlin", 1'792'890'000'000},        // back by an hour
+        {"Europe/Berlin", 1'774'746'000'000},        // ahead by an hour
+        {"Australia/Lord_Howe", 1'775'314'800'000},  // back by half an hour
+        {"Asia/Kathmandu", 1'792'890'000'000},
     };
     for (const auto& [name, middleMs] : rows) {
         const InZone zone(name);
