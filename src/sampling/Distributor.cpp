@@ -46,7 +46,7 @@ void Distributor::note(EventItem event) {
 void Distributor::publish(std::shared_ptr<Record> record) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (const auto& sink : m_sinks)
-        heed(sink->takeEvents(m_drops));
+        heed(sink->takeEvents(SinkRunner::Drops::kDue));
     record->number = m_number++;
     record->events = std::exchange(m_events, {});
     const RecordPtr shared = std::move(record);
@@ -79,7 +79,8 @@ void Distributor::publishFailure(int status, const String& text) {
 void Distributor::publishEnd(const String& text) {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_drops = SinkRunner::Drops::kAll;
+        for (const auto& sink : m_sinks)
+            heed(sink->takeEvents(SinkRunner::Drops::kAll));
     }
     note(eventNow(EventKind::kStopped, text));
     publishFailure(0, text);

@@ -53,7 +53,6 @@ private:
     std::mutex m_mutex;
     // Everything below is guarded by the mutex.
     std::uint64_t m_number;
-    SinkRunner::Drops m_drops = SinkRunner::Drops::kDue;
     std::vector<EventItem> m_events;
     std::vector<std::string> m_texts;
     std::map<EventKind, std::int64_t> m_toldMs;

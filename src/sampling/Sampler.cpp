@@ -2,6 +2,7 @@
 #include "sampling/Sampler.h"
 
 #include <cstdlib>
+#include <new>
 #include <random>
 #include <string>
 #include <utility>
@@ -39,6 +40,7 @@ Sampler::Sampler(const XrApi& api, SamplerSettings settings, Distributor& record
       m_prepare(std::move(prepare)),
       m_changed(std::move(changed)),
       m_messages(makeRef<MessageHelper>("AGENT", "AGENT_")),
+      m_memoryText(m_messages->getResStr("ERR_MEMORY")),
       m_intervalMs(m_settings.intervalMs),
       m_schedule(nowUs(), m_intervalMs * kMicrosPerMilli),
       m_backOff(std::random_device()()) {
@@ -82,16 +84,9 @@ String Sampler::fatal() const {
 }
 
 void Sampler::run() {
-    m_prepare();
     try {
-        std::uint64_t taken = 0;
-        while (!m_stop) {
-            m_busySinceUs = nowUs();
-            const bool reached = attempt();
-            m_busySinceUs = 0;
-            if (++taken == m_settings.count) break;
-            waitUntil(nextInstant(reached));
-        }
+        m_prepare();
+        recordOnTicks();
         disconnect();
     } catch (const Exception& error) {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -117,6 +112,27 @@ void Sampler::waitUntil(std::int64_t instant) {
     }
 }
 
+void Sampler::recordOnTicks() {
+    std::uint64_t taken = 0;
+    while (!m_stop) {
+        m_busySinceUs = nowUs();
+        const bool reached = tryAttempt();
+        m_busySinceUs = 0;
+        if (++taken == m_settings.count) break;
+        waitUntil(nextInstant(reached));
+    }
+}
+
+// Where memory runs out even for telling that it did, the next attempt may have some.
+bool Sampler::tryAttempt() {
+    try {
+        return attempt();
+    } catch (const std::bad_alloc&) {
+        disconnect();
+        return false;
+    }
+}
+
 // Ticks that passed while there was no engine were not missed: attempts stood in for them.
 std::int64_t Sampler::nextInstant(bool reached) {
     const bool wasReached = std::exchange(m_reached, reached);
@@ -136,6 +152,7 @@ std::int64_t Sampler::nextInstant(bool reached) {
 
 // One record, or the attempt at one. Whether the engine answered.
 bool Sampler::attempt() {
+    m_lastWhole = false;
     watchClock();
     std::shared_ptr<Record> record;
     int status = 0;
@@ -151,6 +168,8 @@ bool Sampler::attempt() {
     } catch (const QRIException& error) {
         status = error.getErrorCode();
         text = error.message();
+    } catch (const std::bad_alloc&) {
+        text = m_memoryText;
     }
     noteResumed();
     m_lastWhole = record && record->failedSections() == 0;

@@ -57,6 +57,8 @@ public:
 
 private:
     void run();
+    void recordOnTicks();
+    bool tryAttempt();
     bool attempt();
     void connect();
     void disconnect();
@@ -74,6 +76,7 @@ private:
     const std::function<void()> m_prepare;
     const std::function<void()> m_changed;
     const Ref<MessageHelper> m_messages;
+    const String m_memoryText;  // composed while there is memory
     const WakeUp m_wakeUp;
 
     // Of the engine thread.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sampling/SinkRunner.h"
 
+#include <new>
 #include <string>
 #include <utility>
 
@@ -26,8 +27,12 @@ void SinkRunner::start() {
 void SinkRunner::put(const RecordPtr& record) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_finished) return drop(record);
-    for (const RecordPtr& oldest : m_queue.put(record))
-        drop(oldest);
+    try {
+        for (const RecordPtr& oldest : m_queue.put(record))
+            drop(oldest);
+    } catch (const std::bad_alloc&) {
+        drop(record);
+    }
     m_wanted.notify_one();
 }
 
@@ -83,7 +88,12 @@ void SinkRunner::run() {
     for (bool more = true; more;) {
         RecordPtr record;
         const Task task = nextTask(record);
-        more = perform(task, record);
+        more = task != Task::kClose;
+        try {
+            more = perform(task, record);
+        } catch (const std::bad_alloc&) {
+            // There is no memory to tell of a failure. It is counted all the same.
+        }
     }
     giveUp();
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -144,16 +154,24 @@ void SinkRunner::drop(const RecordPtr& record) {
     if (m_droppedUntold == 0) m_firstDropMs = RecordClocks::systemEpochMs();
     ++m_droppedUntold;
     ++m_dropped;
-    m_lost.insert(m_lost.end(), record->events.begin(), record->events.end());
+    try {
+        m_lost.insert(m_lost.end(), record->events.begin(), record->events.end());
+    } catch (const std::bad_alloc&) {
+        // What it told is told to people at least.
+    }
     if (m_lost.size() > kMostLost) m_lost.erase(m_lost.begin(), m_lost.end() - kMostLost);
 }
 
 RecordPtr SinkRunner::withLostEvents(RecordPtr record) {
     if (!record || m_lost.empty()) return record;
-    auto copy = std::make_shared<Record>(*record);
-    copy->events.insert(copy->events.begin(), m_lost.begin(), m_lost.end());
-    m_lost.clear();
-    return copy;
+    try {
+        auto copy = std::make_shared<Record>(*record);
+        copy->events.insert(copy->events.begin(), m_lost.begin(), m_lost.end());
+        m_lost.clear();
+        return copy;
+    } catch (const std::bad_alloc&) {
+        return record;  // they come with a later one
+    }
 }
 
 bool SinkRunner::areDropsDue() const {

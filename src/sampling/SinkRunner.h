@@ -41,7 +41,7 @@ public:
     // What happened to the sink since the call before: records dropped, failed, recovered. Drops that are due are told at
     // once when they begin, then once a minute for as long as the sink is blocked, and all together when it recovers.
     enum class Drops { kDue, kAll };
-    std::vector<EventItem> takeEvents(Drops drops = Drops::kDue);
+    std::vector<EventItem> takeEvents(Drops drops);
 
 private:
     enum class Task { kWrite, kReopen, kClose };

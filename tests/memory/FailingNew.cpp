@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -20,9 +21,9 @@ unsigned long limitFrom(const char* variable) {
 void* operator new(std::size_t size) {
     static const unsigned long s_once = limitFrom("VEXO_FAIL_ALLOCATION");
     static const unsigned long s_from = limitFrom("VEXO_FAIL_ALLOCATIONS_FROM");
-    static unsigned long s_count = 0;
-    ++s_count;
-    const bool fails = s_count == s_once || (s_from != 0 && s_count >= s_from);
+    static std::atomic<unsigned long> s_count{0};
+    const unsigned long count = ++s_count;
+    const bool fails = count == s_once || (s_from != 0 && count >= s_from);
     void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (memory) return memory;
     if (const char* failed = std::getenv("VEXO_FAILED")) ::close(::open(failed, O_CREAT | O_WRONLY | O_CLOEXEC, 0666));

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <utility>
 
 #include "engine/EngineCall.h"
@@ -28,6 +29,11 @@ std::int64_t nowUs() {
     return RecordClocks::systemMonotonicUs();
 }
 
+[[noreturn]] void endWithoutMemory() {
+    tell("Out of memory");
+    std::_Exit(kRefused);
+}
+
 void reportCrashesOfCalls() {
     const MessageHelper messages("VEXO", "VEXO_");
     reportCrashes("vexo-agent: " + narrow(messages.getResStr("ERR_ENGINE_CRASH", &kCallPlaceholder[0])) + "\n");
@@ -47,9 +53,13 @@ int Recorder::run() {
     watch();
     m_manager.tell("STOPPING=1");
     stopSampler();
-    noteEnd();
-    closeSinks();
-    tellFailure();
+    try {
+        noteEnd();
+        closeSinks();
+        tellFailure();
+    } catch (const std::bad_alloc&) {
+        endWithoutMemory();
+    }
     // Threads that are blocked still use what would be destroyed here.
     if (!m_sampler->finished() || !areFinished()) std::_Exit(status());
     return status();
@@ -99,6 +109,8 @@ void Recorder::startThreads(const XrApi& api) {
         // Threads that did start use what would be destroyed on the way out.
         tell(narrow(error.message()));
         std::_Exit(kRefused);
+    } catch (const std::bad_alloc&) {
+        endWithoutMemory();
     }
 }
 
@@ -128,8 +140,12 @@ std::vector<SinkHealth> Recorder::health() const {
 void Recorder::watch() {
     while (!shallEnd()) {
         turn(kTurnMs);
-        watchEngine();
-        tellEvents();
+        try {
+            watchEngine();
+            tellEvents();
+        } catch (const std::bad_alloc&) {
+            // There may be some in a second.
+        }
     }
 }
 

@@ -75,10 +75,18 @@ int runAndReport(int argc, char** argv) {
         tell(narrow(MessageHelper("OPTIONS", "OPTIONS_").getResStr("SEE_HELP", "vexo-agent")));
     } catch (const Exception& error) {
         tell(narrow(reasonOf(error)));
-    } catch (const std::bad_alloc&) {
-        tell("Out of memory");
     }
     return kRefused;
+}
+
+// Memory may also run out while another failure is reported.
+int runWithMemory(int argc, char** argv) {
+    try {
+        return runAndReport(argc, argv);
+    } catch (const std::bad_alloc&) {
+        tell("Out of memory");
+        return kRefused;
+    }
 }
 
 }  // namespace
@@ -86,5 +94,5 @@ int runAndReport(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     vexo::prepareProcess();
-    return vexo::runAndReport(argc, argv);
+    return vexo::runWithMemory(argc, argv);
 }

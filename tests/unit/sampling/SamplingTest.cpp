@@ -127,7 +127,7 @@ TEST(Distributor, TellsDropsAndBringsTheEventsOfDroppedRecordsLater) {
     EXPECT_EQ(sink.taken.at(0)->events.at(0).text, "first");
     EXPECT_EQ(sink.taken.at(0)->section(Section::kUsage).status, 3005);
     EXPECT_EQ(sink.taken.at(6)->events.at(0).count, 1U);
-    const auto rest = sinks[0]->takeEvents();
+    const auto rest = sinks[0]->takeEvents(SinkRunner::Drops::kDue);
     ASSERT_EQ(rest.size(), 3U);
     EXPECT_EQ(rest[0].kind, EventKind::kSinkFailed);
     EXPECT_EQ(rest[1].kind, EventKind::kSinkRecovered);
