@@ -10,8 +10,8 @@
 
 #include "engine/EngineCall.h"
 #include "foundation/Encoding.h"
-#include "main/companion/ErrorStream.h"
 #include "main/agent/Sinks.h"
+#include "main/companion/ErrorStream.h"
 #include "output/Version.h"
 
 namespace vexo {
