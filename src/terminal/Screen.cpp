@@ -50,6 +50,9 @@ public:
         ::intrflush(::stdscr, false);
     }
     ~Curses() {
+        // A tmux that was resized keeps rows of what it should forget.
+        if (m_wasResized) ::werase(::stdscr);
+        if (m_wasResized) ::wrefresh(::stdscr);
         ::endwin();
         setTerminalTaken(false);
         ::delscreen(m_screen);
@@ -57,8 +60,14 @@ public:
     Curses(const Curses&) = delete;
     Curses& operator=(const Curses&) = delete;
 
+    void resize(int rows, int columns) {
+        m_wasResized = true;
+        ::resizeterm(rows, columns);
+    }
+
 private:
     SCREEN* m_screen = nullptr;
+    bool m_wasResized = false;
 };
 
 }  // namespace
@@ -67,10 +76,11 @@ class Screen::Implementation {
 public:
     explicit Implementation(bool withColours) : m_painter(withColours) { prepareKeyboard(); }
 
+    Curses& curses() { return m_curses; }
     const Painter& painter() const { return m_painter; }
 
 private:
-    const Curses m_curses;
+    Curses m_curses;
     const Painter m_painter;
 };
 
@@ -100,7 +110,7 @@ bool Screen::followSize() {
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_row == 0 || window.ws_col == 0) return false;
     const Size now = size();
     if (window.ws_row == now.rows && window.ws_col == now.columns) return false;
-    ::resizeterm(window.ws_row, window.ws_col);
+    m_implementation->curses().resize(window.ws_row, window.ws_col);
     return true;
 }
 
