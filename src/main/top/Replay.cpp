@@ -202,7 +202,7 @@ bool Replay::jump(const std::string& text) {
         if (!m_player.at(*epochMs)) return false;
         if (*epochMs < span->first.epochMs)
             sentence = m_messages->getResStr("BEGINS", localTime(span->first.epochMs).c_str());
-        if (*epochMs > span->last.epochMs)
+        if (*epochMs > span->last.epochMs + static_cast<std::int64_t>(m_player.place().now->intervalMs))
             sentence = m_messages->getResStr("ENDS", localTime(span->last.epochMs).c_str());
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
