@@ -150,8 +150,8 @@ std::map<std::string, std::string> argumentsOfTexts() {
          "HELP_USAGE HELP_SCREEN HELP_OTHER ERR_NO_SOURCE ERR_NO_TERMINAL ONLY_LIVE NO_PAUSE NO_NEXT_RECORD "
          "NO_PREVIOUS_RECORD NO_NEXT_WAIT NO_PREVIOUS_WAIT NO_NEXT_GAP NO_PREVIOUS_GAP"}};
     // The same of the views of TOP.
-    const std::pair<const char*, const char*> views[] = {
-        {"s", "LOST STALLED GAP_BEFORE GAP_BEHIND"}, {"ss", "TOTAL_WAITS"}};
+    const std::pair<const char*, const char*> views[] = {{"s", "LOST STALLED GAP_BEFORE GAP_BEHIND"},
+                                                         {"ss", "TOTAL_WAITS"}};
     // The same of REPORT, as far as they are given any.
     const std::pair<const char*, const char*> report[] = {
         {"s",
@@ -227,19 +227,26 @@ TEST(Bundles, AgreeInEveryLanguageWithWhatTheProgramPasses) {
         EXPECT_EQ(originals[key], 1) << key;
 }
 
+// The texts of a bundle by their keys.
 std::map<std::string, std::string> textsOf(const std::string& bundle) {
-    const std::string content = contents(VEXO_SHIPPED_BUNDLES "/" + bundle + ".properties");
+    std::ifstream file(VEXO_SHIPPED_BUNDLES "/" + bundle + ".properties");
     std::map<std::string, std::string> texts;
-    for (const std::string& key : keysOf(content))
-        texts[key] = narrow(findProperty(content, widen(key)).value_or(L""));
+    std::string key;
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        if (line[0] != ' ') key = line.substr(0, line.find('='));
+        texts[key] += line + "\n";
+    }
+    for (auto& [name, text] : texts)
+        text = narrow(findProperty(text, widen(name)).value_or(L""));
     return texts;
 }
 
 // The conversions of a text, each with the argument that it shows: "2s".
 std::set<std::string> conversionsOf(const std::string& text) {
-    const std::regex conversion("%(?:([0-9])\\$)?([^a-zA-Z%]*[a-zA-Z%])");
+    static const std::regex kConversion("%(?:([0-9])\\$)?([^a-zA-Z%]*[a-zA-Z%])");
     std::set<std::string> found;
-    for (std::sregex_iterator part(text.begin(), text.end(), conversion), end; part != end; ++part)
+    for (std::sregex_iterator part(text.begin(), text.end(), kConversion), end; part != end; ++part)
         found.insert(((*part)[1].matched ? part->str(1) : std::to_string(found.size() + 1)) + part->str(2));
     return found;
 }
