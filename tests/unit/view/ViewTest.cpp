@@ -453,7 +453,8 @@ TEST(Viewer, GoesFromFilesToSessionsAndBackWhereNamesAreUnambiguous) {
     const auto lines = screen.lines();
     const char* const ends[] = {"10.0.0.1", "?", "-"};
     for (std::size_t row = 0; row < 3; ++row)
-        EXPECT_EQ(lines[4 + row].find(ends[row] + std::string(" "), lines[3].find("ADDRESS")), lines[3].find("ADDRESS"));
+        EXPECT_EQ(lines[4 + row].find(ends[row] + std::string(" "), lines[3].find("ADDRESS")),
+                  lines[3].find("ADDRESS"));
     screen.press(KeyKind::kEnd);
     screen.press(KeyKind::kEnter);
     EXPECT_EQ(screen.last(), "No session of this record has the name of this client.");
@@ -564,25 +565,27 @@ TEST(Viewer, TellsWhatIsMissing) {
     EXPECT_EQ(screen.last(), "No earlier record.");
 }
 
-TEST(Viewer, ShowsTheKeysThatThePageTells) {
-    std::vector<std::string> page;
-    std::istringstream text(contents(VEXO_TOP_PAGE));
-    bool isTable = false;
-    for (std::string line; std::getline(text, line);) {
-        if (line.find("| key | ") == 0) isTable = true;
-        if (line.empty()) isTable = false;
-        std::smatch parts;
-        if (isTable && std::regex_match(line, parts, std::regex("\\| `(.*)` \\| (.*) \\|"))) {
-            page.push_back(std::regex_replace(parts[1].str(), std::regex("`"), "") + "  " + parts[2].str());
-        }
-    }
+// The rows of the table of keys in a page whose rows look like that, from `begin` to `end`.
+std::vector<std::string> keysIn(const char* page, const char* begin, const char* end, const char* row) {
+    const std::string text = contents(page);
+    const std::size_t start = text.find(begin);
+    const std::string table = text.substr(start, text.find(end, start) - start);
+    const std::regex pattern(row);
+    std::vector<std::string> keys;
+    for (std::sregex_iterator found(table.begin(), table.end(), pattern), none; found != none; ++found)
+        keys.push_back(std::regex_replace((*found)[1].str(), std::regex(R"(\\&)"), "") + "  " + (*found)[2].str());
+    return keys;
+}
+
+TEST(Viewer, ShowsTheKeysThatThePagesTell) {
     Screen screen(ViewName::kFiles, {60, 200});
     screen.press('?');
     std::vector<std::string> help;
-    for (std::string line : screen.lines())
+    for (const std::string& line : screen.lines())
         if (line.find("  ") != std::string::npos) help.push_back(std::regex_replace(line, std::regex("   *"), "  "));
     help.erase(help.begin(), help.begin() + 1);  // the header
-    EXPECT_EQ(help, page);
+    EXPECT_EQ(help, keysIn(VEXO_TOP_MANUAL, "\n.Ss Keys\n", "\n.El\n", "\n\\.It Ic (.*)\n(.*)"));
+    EXPECT_EQ(help, keysIn(VEXO_TOP_PAGE, "\n| key | ", "\n\n", "\n\\| `(.*)` \\| (.*) \\|"));
 }
 
 }  // namespace
