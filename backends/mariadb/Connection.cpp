@@ -147,8 +147,12 @@ bool Connection::readOptions(const std::string& optionFile) {
 
 void Connection::setOptions(const Settings& settings, const ServerAddress& address, bool secure) {
     MYSQL* mysql = m_mysql.get();
-    mysql_optionsv(mysql, MYSQL_OPT_CONNECT_TIMEOUT, &settings.connectTimeout);
-    mysql_optionsv(mysql, MYSQL_OPT_READ_TIMEOUT, &settings.readTimeout);
+    // The watchdog gives up first, and tells so: these stand behind it.
+    constexpr unsigned kLater = 2;
+    const unsigned connectTimeout = settings.connectTimeout + kLater;
+    const unsigned readTimeout = settings.readTimeout + kLater;
+    mysql_optionsv(mysql, MYSQL_OPT_CONNECT_TIMEOUT, &connectTimeout);
+    mysql_optionsv(mysql, MYSQL_OPT_READ_TIMEOUT, &readTimeout);
     mysql_optionsv(mysql, MYSQL_OPT_WRITE_TIMEOUT, &kWriteTimeout);
     mysql_optionsv(mysql, MARIADB_OPT_IO_WAIT, waitForSocket);
     mysql_optionsv(mysql, MYSQL_SET_CHARSET_NAME, "utf8mb4");
