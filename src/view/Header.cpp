@@ -17,7 +17,7 @@ int widthOf(const std::vector<Piece>& pieces) {
     return width;
 }
 
-std::string withReason(std::string sentence, const std::string& reason) {
+std::string withReason(const std::string& sentence, const std::string& reason) {
     return reason.empty() ? sentence : sentence + ": " + screenText(reason);
 }
 
@@ -86,7 +86,7 @@ std::string sectionText(const Facts& facts, Section section) {
     const Texts& texts = facts.texts();
     const SectionResult& result = facts.now().section(section);
     if (result.state == SectionState::kWhole) return {};
-    const std::string name = texts.ofWord("SECTION_", wordOf(section));
+    const std::string& name = texts.ofWord("SECTION_", wordOf(section));
     if (result.state == SectionState::kOff) return name + ": " + texts["SECTION_OFF"];
     return withReason(name + ": " + texts["SECTION_FAILED"], result.text);
 }

@@ -2,6 +2,7 @@
 #include "view/Level.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace vexo {
@@ -136,37 +137,39 @@ int Level::widthOfColumn(const Facts& facts, std::size_t column, int width) cons
     return std::max(width, widthOf(facts.texts()[m_sheet->columns[column].heading]));
 }
 
-// First all columns that fit, by their priorities; then names grow, all alike, each to the widest of them.
-std::vector<PlacedColumn> Level::layOut(const Facts& facts, int columns) const {
+// Columns by their priorities, as many as fit; each as wide as it has to be.
+std::vector<PlacedColumn> Level::choose(const Facts& facts, int columns) const {
     const auto& specs = m_sheet->columns;
     std::vector<std::size_t> byPriority(specs.size());
-    for (std::size_t column = 0; column < specs.size(); ++column)
-        byPriority[column] = column;
+    std::iota(byPriority.begin(), byPriority.end(), 0);
     std::stable_sort(byPriority.begin(), byPriority.end(),
                      [&](std::size_t left, std::size_t right) { return specs[left].priority < specs[right].priority; });
-    // What a column gets before further ones appear: all that its texts take, within reason.
-    const auto comfortable = [&](std::size_t column) {
-        return std::clamp(m_widest[column], specs[column].least, specs[column].most);
-    };
     std::vector<PlacedColumn> placed;
     int least = -kBetween;
-    int comfort = -kBetween;
+    int comfort = -kBetween;  // all that the texts take, within reason
     for (const std::size_t column : byPriority) {
-        least += kBetween + widthOfColumn(facts, column, specs[column].least);
-        comfort += kBetween + widthOfColumn(facts, column, comfortable(column));
-        const bool fits = (specs[column].priority <= kLastOfUsual ? least : comfort) <= columns;
-        if (!fits && !placed.empty()) break;
-        placed.push_back({column, widthOfColumn(facts, column, specs[column].least)});
+        const Column& spec = specs[column];
+        const int width = widthOfColumn(facts, column, spec.least);
+        least += kBetween + width;
+        comfort += kBetween + std::max(width, std::clamp(m_widest[column], spec.least, spec.most));
+        if ((spec.priority <= kLastOfUsual ? least : comfort) > columns && !placed.empty()) break;
+        placed.push_back({column, width});
     }
     std::sort(placed.begin(), placed.end(),
               [](const PlacedColumn& left, const PlacedColumn& right) { return left.column < right.column; });
+    return placed;
+}
+
+// First all columns that fit; then names grow, all alike, each to the widest of them.
+std::vector<PlacedColumn> Level::layOut(const Facts& facts, int columns) const {
+    std::vector<PlacedColumn> placed = choose(facts, columns);
     int room = columns + kBetween;
     for (const PlacedColumn& column : placed)
         room -= column.width + kBetween;
-    for (bool grew = true; grew && room > 0;) {
+    for (bool grew = true; grew;) {
         grew = false;
         for (PlacedColumn& column : placed) {
-            if (room == 0 || column.width >= m_widest[column.column]) continue;
+            if (room <= 0 || column.width >= m_widest[column.column]) continue;
             ++column.width;
             --room;
             grew = true;

@@ -76,6 +76,7 @@ private:
     void sortAs(std::size_t column);
     void arrange(const Facts& facts);
     void measure(const Facts& facts);
+    std::vector<PlacedColumn> choose(const Facts& facts, int columns) const;
     std::vector<PlacedColumn> layOut(const Facts& facts, int columns) const;
     int widthOfColumn(const Facts& facts, std::size_t column, int width) const;
     Line headings(const Facts& facts) const;

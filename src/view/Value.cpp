@@ -18,19 +18,17 @@ std::string fixed(double number, int decimals) {
 }
 
 // Three digits at most, and the unit by which the number was divided.
-std::string scaled(double number, double step, const char* units) {
-    const double size = std::fabs(number);
+std::string scaled(double number, double step, std::string_view units) {
     double divisor = 1;
-    while (*units != '\0' && size / divisor >= step - 0.5) {
+    std::size_t unit = 0;
+    for (; unit < units.size() && std::fabs(number) / divisor >= step - 0.5; ++unit)
         divisor *= step;
-        ++units;
-    }
-    if (divisor == 1) return fixed(number, 0);
-    return fixed(number / divisor, size / divisor < 9.95 ? 1 : 0) + units[-1];
+    if (unit == 0) return fixed(number, 0);
+    return fixed(number / divisor, std::fabs(number) / divisor < 9.95 ? 1 : 0) + units[unit - 1];
 }
 
-constexpr const char* kDecimalUnits = "kMGTPE";
-constexpr const char* kBinaryUnits = "KMGTPE";
+constexpr std::string_view kDecimalUnits = "kMGTPE";
+constexpr std::string_view kBinaryUnits = "KMGTPE";
 
 // In full where there is room.
 std::string shownCount(double count, int columns) {
@@ -105,13 +103,13 @@ std::string shownClock(std::int64_t epochMs) {
 
 std::string shownDuration(double millis) {
     constexpr double kSecond = 1000;
-    const auto seconds = static_cast<long long>(millis / kSecond);
+    const long long seconds = std::llround(millis / kSecond);
     const long long minutes = seconds / 60;
     const long long hours = minutes / 60;
     const auto inParts = [](long long whole, const char* unit, long long part) {
         return std::to_string(whole) + unit + (part < 10 ? "0" : "") + std::to_string(part);
     };
-    if (millis < 10 * kSecond && std::fmod(millis, kSecond) != 0) return fixed(millis / kSecond, 1) + "s";
+    if (millis < 10 * kSecond && std::lround(millis / 100) % 10 != 0) return fixed(millis / kSecond, 1) + "s";
     if (seconds < 120) return std::to_string(seconds) + "s";
     if (minutes < 10) return inParts(minutes, "m", seconds % 60);
     if (hours < 2) return std::to_string(minutes) + "m";

@@ -40,7 +40,7 @@ public:
 
     void show(RecordPtr now, RecordPtr before);
     void setSituation(Situation situation) { m_situation = std::move(situation); }
-    void tell(std::string sentence) { m_told = screenText(std::string_view(sentence)); }
+    void tell(std::string_view sentence) { m_told = screenText(sentence); }
     Request press(Key key);
     Picture picture(Size size);
 
@@ -379,8 +379,8 @@ void Viewer::setSituation(Situation situation) {
     m_implementation->setSituation(std::move(situation));
 }
 
-void Viewer::tell(std::string sentence) {
-    m_implementation->tell(std::move(sentence));
+void Viewer::tell(std::string_view sentence) {
+    m_implementation->tell(sentence);
 }
 
 Request Viewer::press(Key key) {

@@ -53,7 +53,7 @@ public:
     void show(RecordPtr now, RecordPtr before);
     void setSituation(Situation situation);
     // A sentence for the user, shown until the next key.
-    void tell(std::string sentence);
+    void tell(std::string_view sentence);
 
     // Does what a key asks for, as far as a view can.
     Request press(Key key);

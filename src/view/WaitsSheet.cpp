@@ -19,11 +19,11 @@ Value waitedValue(const Facts& facts, std::uint32_t item) {
 
 // Those who wait for a waiter stand below it, further to the right.
 Value waiterValue(const Facts& facts, std::uint32_t item) {
-    constexpr std::uint32_t kDeepest = 5;
+    constexpr std::size_t kDeepest = 5;
     Value value = textValue(facts.now().name(wait(facts, item).client));
-    const std::uint32_t depth = facts.waits()[item].depth;
+    const std::size_t depth = facts.waits()[item].depth;
     if (depth == 0) return value;
-    value.before = std::string(2 * (std::min(depth, kDeepest) - 1U), ' ');
+    value.before = std::string(2 * (std::min(depth, kDeepest) - 1), ' ');
     value.before += depth > kDeepest ? std::to_string(depth) + " " : "`- ";
     return value;
 }
