@@ -62,7 +62,7 @@ void addWaits(std::vector<Piece>& pieces, const Facts& facts) {
     const auto longest = std::max_element(waits.begin(), waits.end(), [](const WaitItem& left, const WaitItem& right) {
         return left.waitedMs < right.waitedMs;
     });
-    const std::string duration = shownAtLeast(static_cast<double>(longest->waitedMs));
+    const std::string duration = ">=" + shownWholeSeconds(static_cast<double>(longest->waitedMs));
     pieces.push_back({facts.texts().format("TOTAL_WAITS", std::to_string(waits.size()), duration), Style::kWait, 2});
 }
 

@@ -82,7 +82,7 @@ std::string shownNumber(const Value& value, int columns) {
         case Value::Kind::kMillis:
             return shownDuration(value.number);
         case Value::Kind::kAtLeast:
-            return shownAtLeast(value.number);
+            return ">=" + shownWholeSeconds(value.number);
         case Value::Kind::kClock:
             return shownClock(static_cast<std::int64_t>(value.number));
         case Value::Kind::kBar:
@@ -117,8 +117,8 @@ std::string shownDuration(double millis) {
     return inParts(hours / 24, "d", hours % 24) + "h";
 }
 
-std::string shownAtLeast(double millis) {
-    return ">=" + shownDuration(std::floor(millis / 1000) * 1000);
+std::string shownWholeSeconds(double millis) {
+    return shownDuration(std::floor(millis / 1000) * 1000);
 }
 
 std::string shown(const Value& value, int columns, Cut cut) {

@@ -69,8 +69,8 @@ std::string shown(const Value& value, int columns, Cut cut);
 std::string shownClock(std::int64_t epochMs);
 // Such as "2d07h", "12m", "40s", "0.2s".
 std::string shownDuration(double millis);
-// Such as ">=40s", in whole seconds.
-std::string shownAtLeast(double millis);
+// The same without a part of a second.
+std::string shownWholeSeconds(double millis);
 
 }  // namespace vexo
 
