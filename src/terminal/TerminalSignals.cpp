@@ -108,6 +108,10 @@ bool TerminalSignals::stopRequested() const {
     return s_first != 0;
 }
 
+void TerminalSignals::calmDown() {
+    ::alarm(0);
+}
+
 bool TerminalSignals::takeResize() {
     return s_isResized.exchange(false);
 }

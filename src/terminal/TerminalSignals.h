@@ -9,7 +9,7 @@ namespace vexo {
 
 // The only one of its process, for use by the main thread. From its making on SIGINT, SIGTERM and SIGHUP ask for the end,
 // unless they were ignored; a second one ends the process at once, as does the first when the main thread does nothing for
-// two seconds: in either case with the terminal restored. The handlers stay behind.
+// two seconds until calmDown(): in either case with the terminal restored. The handlers stay behind.
 class TerminalSignals {
 public:
     // Wakes `woken` with every signal; borrowed until the process ends.
@@ -19,6 +19,8 @@ public:
     void heedTerminal();
 
     bool stopRequested() const;
+    // What is left to do may take its time.
+    void calmDown();
     // Whether the signal came since the call before.
     bool takeResize();
     bool takeSuspension();

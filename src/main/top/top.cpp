@@ -93,6 +93,7 @@ int runFeed(const TopOptions& options) {
         tell("Out of memory");
         status = kRefused;
     }
+    signals.calmDown();
     if (!end(*feed, woken)) std::_Exit(status);
     return status;
 }
