@@ -38,7 +38,7 @@ time{white-space:nowrap}
 .charts{display:grid;grid-template-columns:repeat(auto-fit,minmax(min(30rem,100%),1fr));gap:1.5rem 2.5rem}
 figure{margin:0;min-width:0}
 figcaption h3{margin:0}
-figcaption p{margin:.1rem 0 .75rem;color:var(--faint);font-size:.85rem;min-height:2.5em}
+figcaption p{margin:.1rem 0 1.1rem;color:var(--faint);font-size:.85rem;min-height:2.5em}
 .plot{display:grid;grid-template-columns:4rem 1fr;grid-template-rows:9.5rem auto}
 .y{position:relative;font-size:.75rem;color:var(--faint)}
 .y span{position:absolute;right:.5rem;transform:translateY(50%);white-space:nowrap}

@@ -147,22 +147,22 @@ void appendCharts(std::string& out, const PageContext& page) {
                               {text.duration(static_cast<std::uint64_t>(data.of(Series::kSessions).buckets.stepMs()))}),
                     "note");
     struct Drawn {
-        Series series;
         const char* id;
         const char* key;
+        Series series;
         Quantity quantity;
     };
     constexpr Drawn kDrawn[] = {
-        {Series::kSessions,       "chart-sessions",     "CHART_SESSIONS",     Quantity::kCount    },
-        {Series::kWaiting,        "chart-waiting",      "CHART_WAITING",      Quantity::kCount    },
-        {Series::kLocks,          "chart-locks",        "CHART_LOCKS",        Quantity::kCount    },
-        {Series::kTransactions,   "chart-transactions", "CHART_TRANSACTIONS", Quantity::kCount    },
-        {Series::kRequests,       "chart-requests",     "CHART_REQUESTS",     Quantity::kPerSecond},
-        {Series::kRecordsRead,    "chart-read",         "CHART_READ",         Quantity::kPerSecond},
-        {Series::kRecordsWritten, "chart-written",      "CHART_WRITTEN",      Quantity::kPerSecond},
-        {Series::kHandles,        "chart-handles",      "CHART_HANDLES",      Quantity::kCount    },
-        {Series::kConnections,    "chart-connections",  "CHART_CONNECTIONS",  Quantity::kCount    },
-        {Series::kDataInUse,      "chart-data",         "CHART_DATA",         Quantity::kBytes    },
+        {"chart-sessions",     "CHART_SESSIONS",     Series::kSessions,       Quantity::kCount    },
+        {"chart-waiting",      "CHART_WAITING",      Series::kWaiting,        Quantity::kCount    },
+        {"chart-locks",        "CHART_LOCKS",        Series::kLocks,          Quantity::kCount    },
+        {"chart-transactions", "CHART_TRANSACTIONS", Series::kTransactions,   Quantity::kCount    },
+        {"chart-requests",     "CHART_REQUESTS",     Series::kRequests,       Quantity::kPerSecond},
+        {"chart-read",         "CHART_READ",         Series::kRecordsRead,    Quantity::kPerSecond},
+        {"chart-written",      "CHART_WRITTEN",      Series::kRecordsWritten, Quantity::kPerSecond},
+        {"chart-handles",      "CHART_HANDLES",      Series::kHandles,        Quantity::kCount    },
+        {"chart-connections",  "CHART_CONNECTIONS",  Series::kConnections,    Quantity::kCount    },
+        {"chart-data",         "CHART_DATA",         Series::kDataInUse,      Quantity::kBytes    },
     };
     out += "<div class=\"charts\">\n";
     for (const Drawn& drawn : kDrawn) {
