@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Strict decoding of UTF-8, one character at a time, for the monitor and the engine libraries alike.
+// UTF-8, decoded strictly and encoded one character at a time, for the monitor and the engine libraries alike.
 #ifndef VEXO_UTF8_H
 #define VEXO_UTF8_H
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace utf8 {
@@ -41,6 +42,25 @@ inline Character firstCharacter(std::string_view text) {
     const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
     if (code < kSmallest[size - 2] || code > 0x10FFFF || surrogate) return {};
     return {code, size};
+}
+
+// Appends a character, which is none of the surrogates.
+inline void append(std::string& text, char32_t code) {
+    constexpr char32_t kLowBits = 0x3F;
+    const auto put = [&text](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
+    if (code < 0x80) return put(code);
+    if (code < 0x800) {
+        put(0xC0 | code >> 6U);
+    } else {
+        if (code < 0x10000) {
+            put(0xE0 | code >> 12U);
+        } else {
+            put(0xF0 | code >> 18U);
+            put(0x80 | (code >> 12U & kLowBits));
+        }
+        put(0x80 | (code >> 6U & kLowBits));
+    }
+    put(0x80 | (code & kLowBits));
 }
 
 }  // namespace utf8

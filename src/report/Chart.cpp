@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "report/PageParts.h"
 #include "report/TimeAxis.h"
 
 namespace vexo {
@@ -146,7 +147,8 @@ std::string withoutTags(std::string_view html) {
     return plain;
 }
 
-void appendNumbers(std::string& out, const ReportText& text, Quantity quantity, const SeriesData& series) {
+void appendNumbers(std::string& out, const ReportText& text, std::string_view id, Quantity quantity,
+                   const SeriesData& series) {
     const Buckets& buckets = series.buckets;
     const std::int64_t step = stepForTicks(buckets.endMs() - buckets.startMs(), kTableRows, buckets.stepMs());
     std::vector<std::int64_t> starts = roundTimes(buckets.startMs(), buckets.endMs() - 1, step);
@@ -157,19 +159,22 @@ void appendNumbers(std::string& out, const ReportText& text, Quantity quantity, 
         const auto row = std::upper_bound(starts.begin(), starts.end(), at) - starts.begin() - 1;
         rows[static_cast<std::size_t>(row)].add(buckets.buckets()[place]);
     }
-    out += "<details><summary>" + text.text("CHART_NUMBERS") +
-           "</summary><div class=\"scroll\"><table><thead><tr><th>" + text.text("COLUMN_FROM") + "</th>";
-    for (const char* const column : {"COLUMN_LEAST", "COLUMN_MEAN", "COLUMN_GREATEST"})
-        out += "<th class=\"n\">" + text.text(column) + "</th>";
-    out += "</tr></thead><tbody>";
-    for (std::size_t place = 0; place < rows.size(); ++place) {
-        const Statistics& row = rows[place];
-        out += "<tr><td>" + text.instant(starts[place]) + "</td>";
-        for (const double value : {row.least, row.mean(), row.greatest})
-            out += "<td class=\"n\">" + (row.count == 0 ? "–" : text.amount(quantity, value)) + "</td>";
-        out += "</tr>";
+    out += "<details><summary>" + text.text("CHART_NUMBERS") + "</summary>";
+    {
+        HtmlTable table(out, text, std::string(id) + "-numbers",
+                        {
+                            {"COLUMN_FROM"},
+                            { "COLUMN_LEAST",         true},
+                            { "COLUMN_MEAN",         true},
+                            { "COLUMN_GREATEST",         true}
+        });
+        for (std::size_t place = 0; place < rows.size(); ++place) {
+            const Statistics& row = rows[place];
+            const auto written = [&](double value) { return row.count == 0 ? "–" : text.amount(quantity, value); };
+            table.row({text.instant(starts[place]), written(row.least), written(row.mean()), written(row.greatest)});
+        }
     }
-    out += "</tbody></table></div></details>";
+    out += "</details>";
 }
 
 }  // namespace
@@ -243,7 +248,7 @@ void appendChart(std::string& out, const ReportText& text, std::string_view id, 
     out += "</div>";
     appendTimeLabels(out, span);
     out += "</div>";
-    appendNumbers(out, text, quantity, series);
+    appendNumbers(out, text, id, quantity, series);
     out += "</figure>";
 }
 

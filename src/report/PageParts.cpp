@@ -9,7 +9,8 @@ HtmlTable::HtmlTable(std::string& out, const ReportText& text, std::string_view 
     m_out += "<div class=\"scroll\"><table id=\"" + std::string(id) + "\"><thead><tr>";
     for (const Column& column : columns) {
         m_isNumber.push_back(column.isNumber);
-        m_out += std::string(column.isNumber ? "<th scope=\"col\" class=\"n\">" : "<th scope=\"col\">") + text.text(column.key) + "</th>";
+        m_out += std::string(column.isNumber ? "<th scope=\"col\" class=\"n\">" : "<th scope=\"col\">") +
+                 text.text(column.key) + "</th>";
     }
     m_out += "</tr></thead><tbody>\n";
 }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "Utf8.h"
 #include "foundation/Encoding.h"
 #include "messages/CMSGStrings.h"
 #include "record/PointInTime.h"
@@ -21,29 +22,10 @@ constexpr std::uint64_t kHourMs = 60 * kMinuteMs;
 constexpr std::uint64_t kDayMs = 24 * kHourMs;
 
 // Bundles are UTF-8; the encoding of the environment may lack some of their characters.
-std::string utf8(StringView wide) {
+std::string utf8Of(StringView wide) {
     std::string bytes;
-    for (const wchar_t character : wide) {
-        const auto code = static_cast<std::uint32_t>(character);
-        const auto tail = [&bytes, code](unsigned shift) {
-            bytes += static_cast<char>(0x80U | ((code >> shift) & 0x3FU));
-        };
-        if (code < 0x80) {
-            bytes += static_cast<char>(code);
-        } else if (code < 0x800) {
-            bytes += static_cast<char>(0xC0U | (code >> 6U));
-            tail(0);
-        } else if (code < 0x10000) {
-            bytes += static_cast<char>(0xE0U | (code >> 12U));
-            tail(6);
-            tail(0);
-        } else {
-            bytes += static_cast<char>(0xF0U | (code >> 18U));
-            tail(12);
-            tail(6);
-            tail(0);
-        }
-    }
+    for (const wchar_t character : wide)
+        utf8::append(bytes, static_cast<char32_t>(character));
     return bytes;
 }
 
@@ -127,7 +109,7 @@ ReportText::ReportText() : m_group(plain("DIGIT_GROUP")), m_decimal(plain("DECIM
 std::string ReportText::plain(std::string_view key) const {
     String wide;
     CMSGStrings::MakeResourceString(L"REPORT", L"REPORT_" + widen(key), wide);
-    return utf8(wide);
+    return utf8Of(wide);
 }
 
 std::string ReportText::text(std::string_view key, std::initializer_list<std::string_view> arguments) const {

@@ -33,7 +33,7 @@ Prompt::State Prompt::press(Key key) {
             removeLast(m_text);
             break;
         case KeyKind::kCharacter:
-            if (isText(key.character) && m_text.size() < kMostBytes) appendUtf8(m_text, key.character);
+            if (isText(key.character) && m_text.size() < kMostBytes) utf8::append(m_text, key.character);
             break;
         default:
             break;

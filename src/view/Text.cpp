@@ -74,24 +74,6 @@ std::size_t bytesThatFit(Iterator first, Iterator last, int columns) {
 
 }  // namespace
 
-void appendUtf8(std::string& out, char32_t code) {
-    constexpr char32_t kLowBits = 0x3F;
-    const auto put = [&](char32_t byte) { out += static_cast<char>(static_cast<unsigned char>(byte)); };
-    if (code < 0x80) return put(code);
-    if (code < 0x800) {
-        put(0xC0 | code >> 6U);
-    } else {
-        if (code < 0x10000) {
-            put(0xE0 | code >> 12U);
-        } else {
-            put(0xF0 | code >> 18U);
-            put(0x80 | (code >> 12U & kLowBits));
-        }
-        put(0x80 | (code >> 6U & kLowBits));
-    }
-    put(0x80 | (code & kLowBits));
-}
-
 std::string screenText(StringView text) {
     std::string bytes;
     for (const wchar_t c : text) {
@@ -100,7 +82,7 @@ std::string screenText(StringView text) {
         if (code >= 0xDC80 && code <= 0xDCFF) {
             bytes += static_cast<char>(static_cast<unsigned char>(code));
         } else {
-            appendUtf8(bytes, code);
+            utf8::append(bytes, code);
         }
     }
     return screenText(std::string_view(bytes));

@@ -12,8 +12,6 @@
 
 namespace vexo {
 
-void appendUtf8(std::string& out, char32_t code);
-
 // UTF-8, whatever the environment's encoding, and safe to print.
 std::string screenText(StringView text);
 // Bytes of the engine or of a recording, safe to print: as safeText(), and without what no terminal has a width for.

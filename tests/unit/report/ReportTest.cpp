@@ -142,12 +142,12 @@ TEST(Buckets, KeepLeastMeanAndGreatest) {
 TEST(Page, StaysWithinItsSize) {
     const std::int64_t start = 1'795'269'600'000;
     const std::string name(3000, '<');
-    ReportData data(Buckets(start, start + 1199 * 60'000, 60'000));
+    ReportData data(Buckets(start, start + 71'940'000, 60'000));
     std::mt19937 dice{7};
     for (SeriesData& series : data.series)
-        for (int place = 0; place < 5 * 1200; ++place)
+        for (std::int64_t place = 0; place < 5 * 1200; ++place)
             series.add(start + place * 12'000, static_cast<double>(dice() % 1'000'000) / 7);
-    for (int place = 0; place < 1000; ++place)
+    for (std::int64_t place = 0; place < 1000; ++place)
         data.events.items.push_back({{EventKind::kConnected, start + place * 60'000, {}, {}, {}, name}, 1, start});
     data.events.all = 1000;
     for (int place = 0; place < 40; ++place) {
