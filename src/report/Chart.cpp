@@ -163,10 +163,10 @@ void appendNumbers(std::string& out, const ReportText& text, std::string_view id
     {
         HtmlTable table(out, text, std::string(id) + "-numbers",
                         {
-                            {"COLUMN_FROM"},
-                            { "COLUMN_LEAST",         true},
-                            { "COLUMN_MEAN",         true},
-                            { "COLUMN_GREATEST",         true}
+                            {"COLUMN_FROM",     Cells::kText   },
+                            {"COLUMN_LEAST",    Cells::kNumbers},
+                            {"COLUMN_MEAN",     Cells::kNumbers},
+                            {"COLUMN_GREATEST", Cells::kNumbers}
         });
         for (std::size_t place = 0; place < rows.size(); ++place) {
             const Statistics& row = rows[place];
@@ -210,7 +210,7 @@ void appendTimeLabels(std::string& out, const TimeSpan& span) {
 void appendGaps(std::string& out, const TimeSpan& span, const std::vector<ReportGap>& gaps) {
     for (const ReportGap& gap : gaps) {
         constexpr double kAll = 100;
-        const double width = (span.share(gap.endMs) - span.share(gap.startMs)) * kAll;
+        const double width = std::max(span.share(gap.endMs) - span.share(gap.startMs), 0.0) * kAll;
         out +=
             "<div class=\"gap\" style=\"left:" + span.percent(gap.startMs) + ";width:" + fixed(width, 3) + "%\"></div>";
     }

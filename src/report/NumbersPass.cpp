@@ -88,13 +88,11 @@ public:
     }
 
     void add(const RecordNumbers& row, bool isAnswered) {
-        if (!isAnswered) {
-            m_hasUnanswered = true;
-            return;
-        }
-        if (m_last.number != 0) look(row);
-        m_last = row;
-        m_hasUnanswered = false;
+        const bool isFirst = m_last.number == 0;
+        if (isAnswered && !isFirst) look(row);
+        // Where the span begins without an answer, the gap begins with it.
+        if (isAnswered || isFirst) m_last = row;
+        m_hasUnanswered = !isAnswered;
     }
     void finish(std::int64_t lastMs, ReportData& data) {
         // The engine did not answer until the end.
@@ -106,7 +104,7 @@ public:
         }
         data.gaps.all = m_gaps.size();
         for (const ReportGap& gap : m_gaps)
-            data.gapsMs += gap.lengthMs();
+            data.gapsMs += gap.lengthMs;
         keepLongest();
         data.gaps.items = std::move(m_gaps);
     }
@@ -117,18 +115,17 @@ private:
         // Within a run the clock that is never set counts.
         const std::int64_t apartMs =
             sameRun ? (row.monotonicUs - m_last.monotonicUs) / 1000 : row.epochMs - m_last.epochMs;
-        if (apartMs <= m_after[row.run] || row.epochMs <= m_last.epochMs) return;
+        if (apartMs <= m_after[row.run]) return;
         using Cause = ReportGap::Cause;
-        m_gaps.push_back({m_last.epochMs, row.epochMs,
+        m_gaps.push_back({m_last.epochMs, row.epochMs, static_cast<std::uint64_t>(apartMs),
                           m_hasUnanswered ? Cause::kNoAnswer
                           : sameRun       ? Cause::kNoRecords
                                           : Cause::kNoRecorder});
     }
     void keepLongest() {
         if (m_gaps.size() <= kGaps) return;
-        std::nth_element(
-            m_gaps.begin(), m_gaps.begin() + kGaps, m_gaps.end(),
-            [](const ReportGap& one, const ReportGap& other) { return one.lengthMs() > other.lengthMs(); });
+        std::nth_element(m_gaps.begin(), m_gaps.begin() + kGaps, m_gaps.end(),
+                         [](const ReportGap& one, const ReportGap& other) { return one.lengthMs > other.lengthMs; });
         m_gaps.resize(kGaps);
         std::sort(m_gaps.begin(), m_gaps.end(),
                   [](const ReportGap& one, const ReportGap& other) { return one.startMs < other.startMs; });

@@ -8,9 +8,9 @@ HtmlTable::HtmlTable(std::string& out, const ReportText& text, std::string_view 
     : m_out(out) {
     m_out += "<div class=\"scroll\"><table id=\"" + std::string(id) + "\"><thead><tr>";
     for (const Column& column : columns) {
-        m_isNumber.push_back(column.isNumber);
-        m_out += std::string(column.isNumber ? "<th scope=\"col\" class=\"n\">" : "<th scope=\"col\">") +
-                 text.text(column.key) + "</th>";
+        m_columns.push_back(column.cells);
+        m_out += column.cells == Cells::kNumbers ? "<th scope=\"col\" class=\"n\">" : "<th scope=\"col\">";
+        m_out += text.text(column.key) + "</th>";
     }
     m_out += "</tr></thead><tbody>\n";
 }
@@ -23,7 +23,7 @@ void HtmlTable::row(std::initializer_list<std::string_view> cells) {
     m_out += "<tr>";
     std::size_t column = 0;
     for (const std::string_view cell : cells) {
-        m_out += m_isNumber[column++] ? "<td class=\"n\">" : "<td>";
+        m_out += m_columns[column++] == Cells::kNumbers ? "<td class=\"n\">" : "<td>";
         m_out += cell;
         m_out += "</td>";
     }

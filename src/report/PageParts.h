@@ -3,6 +3,7 @@
 #ifndef VEXO_REPORT_PAGEPARTS_H
 #define VEXO_REPORT_PAGEPARTS_H
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -24,12 +25,15 @@ struct PageContext {
     TimeSpan span;
 };
 
-// A table within the page. The columns of numbers are aligned to the right.
+// What the cells of a column hold: numbers are aligned to the right.
+enum class Cells : std::uint8_t { kText, kNumbers };
+
+// A table within the page; it ends with the object.
 class HtmlTable {
 public:
     struct Column {
-        const char* key;
-        bool isNumber = false;
+        const char* key;  // of its heading
+        Cells cells;
     };
     HtmlTable(std::string& out, const ReportText& text, std::string_view id, std::initializer_list<Column> columns);
     ~HtmlTable();
@@ -41,7 +45,7 @@ public:
 
 private:
     std::string& m_out;
-    std::vector<bool> m_isNumber;
+    std::vector<Cells> m_columns;
 };
 
 // A section with its heading; it ends with the object.

@@ -54,12 +54,12 @@ void appendGroups(std::string& out, const PageContext& page) {
     {
         HtmlTable table(out, text, "wait-groups",
                         {
-                            {"COLUMN_FILE"   },
-                            {"COLUMN_CLIENT" },
-                            {"COLUMN_WAITS",   true},
-                            {"COLUMN_TOTAL",                true},
-                            {"COLUMN_LONGEST",true},
-                            {"COLUMN_LONGEST_FROM"}
+                            {"COLUMN_FILE",         Cells::kText   },
+                            {"COLUMN_CLIENT",       Cells::kText   },
+                            {"COLUMN_WAITS",        Cells::kNumbers},
+                            {"COLUMN_TOTAL",        Cells::kNumbers},
+                            {"COLUMN_LONGEST",      Cells::kNumbers},
+                            {"COLUMN_LONGEST_FROM", Cells::kText   }
         });
         for (const WaitGroup& group : data.waitGroups.items) {
             table.row({nameHtml(group.file), nameHtml(group.client), text.number(group.count),
@@ -75,12 +75,14 @@ void appendLongest(std::string& out, const PageContext& page) {
     out += "<h3>" + text.text("WAIT_LONGEST") + "</h3>\n";
     {
         HtmlTable table(out, text, "longest-waits",
-                        {{"COLUMN_LASTED"},
-                         {"COLUMN_WHEN"},
-                         {"COLUMN_FILE"},
-                         {"COLUMN_CLIENT"},
-                         {"COLUMN_FOR"},
-                         {"COLUMN_HOLDERS"}});
+                        {
+                            {"COLUMN_LASTED",  Cells::kText},
+                            {"COLUMN_WHEN",    Cells::kText},
+                            {"COLUMN_FILE",    Cells::kText},
+                            {"COLUMN_CLIENT",  Cells::kText},
+                            {"COLUMN_FOR",     Cells::kText},
+                            {"COLUMN_HOLDERS", Cells::kText}
+        });
         for (const ReportWait& wait : data.waits.items) {
             if (wait.lastedMs == 0 && data.waits.items.size() > 1) break;
             std::string holders;
@@ -104,9 +106,15 @@ void appendGapTable(std::string& out, const PageContext& page) {
     if (data.gaps.items.empty()) return appendParagraph(out, text.text("SUM_NO_GAP"));
     appendParagraph(out, text.text("GAPS_NOTE"), "note");
     {
-        HtmlTable table(out, text, "gap-table", {{"COLUMN_LASTED"}, {"COLUMN_WHEN"}, {"COLUMN_CAUSE"}});
+        HtmlTable table(
+            out, text, "gap-table",
+            {
+                {"COLUMN_LASTED", Cells::kText},
+                {"COLUMN_WHEN",   Cells::kText},
+                {"COLUMN_CAUSE",  Cells::kText}
+        });
         for (const ReportGap& gap : data.gaps.items)
-            table.row({text.duration(gap.lengthMs()), text.range(gap.startMs, gap.endMs), causeOf(text, gap)});
+            table.row({text.duration(gap.lengthMs), text.range(gap.startMs, gap.endMs), causeOf(text, gap)});
     }
     appendShown(out, text, data.gaps.items.size(), data.gaps.all);
 }
@@ -126,7 +134,13 @@ void appendEventTable(std::string& out, const PageContext& page) {
     const HtmlSection section(out, text, "events", "EVENTS");
     if (data.events.items.empty()) return appendParagraph(out, text.text("NO_EVENT"));
     {
-        HtmlTable table(out, text, "event-table", {{"COLUMN_WHEN"}, {"COLUMN_EVENT"}, {"COLUMN_TEXT"}});
+        HtmlTable table(
+            out, text, "event-table",
+            {
+                {"COLUMN_WHEN",  Cells::kText},
+                {"COLUMN_EVENT", Cells::kText},
+                {"COLUMN_TEXT",  Cells::kText}
+        });
         for (const EventRow& row : data.events.items) {
             const EventItem& event = row.first;
             const std::string kind = text.text(keyOf("EVENT_", wordOf(event.kind)));
@@ -178,14 +192,14 @@ void appendResourceTable(std::string& out, const PageContext& page) {
     if (data.resources.empty()) return appendParagraph(out, text.text("NO_USAGE"));
     HtmlTable table(out, text, "resource-table",
                     {
-                        {"COLUMN_RESOURCE"},
-                        {              "COLUMN_LEAST",             true},
-                        {              "COLUMN_MEAN",             true},
-                        {              "COLUMN_GREATEST",             true},
-                        {              "COLUMN_GREATEST_AT"                },
-                        { "COLUMN_LIMIT",                 true},
-                        {                 "COLUMN_SHARE",                 true},
-                        {                  "COLUMN_PEAK",                 true}
+                        {"COLUMN_RESOURCE",    Cells::kText   },
+                        {"COLUMN_LEAST",       Cells::kNumbers},
+                        {"COLUMN_MEAN",        Cells::kNumbers},
+                        {"COLUMN_GREATEST",    Cells::kNumbers},
+                        {"COLUMN_GREATEST_AT", Cells::kText   },
+                        {"COLUMN_LIMIT",       Cells::kNumbers},
+                        {"COLUMN_SHARE",       Cells::kNumbers},
+                        {"COLUMN_PEAK",        Cells::kNumbers}
     });
     for (const ResourceUse& use : data.resources) {
         const Statistics& current = use.current;
@@ -207,14 +221,14 @@ void appendSessionTable(std::string& out, const PageContext& page) {
     {
         HtmlTable table(out, text, "session-table",
                         {
-                            {"COLUMN_SESSION"},
-                            {                 "COLUMN_ADDRESS"               },
-                            { "COLUMN_SESSIONS",                true},
-                            {                    "COLUMN_READ",                true},
-                            {                 "COLUMN_WRITTEN",                true},
-                            {                    "COLUMN_DISK",                true},
-                            {                  "COLUMN_CACHED",                true},
-                            {                  "COLUMN_WAITED",                true}
+                            {"COLUMN_SESSION",  Cells::kText   },
+                            {"COLUMN_ADDRESS",  Cells::kText   },
+                            {"COLUMN_SESSIONS", Cells::kNumbers},
+                            {"COLUMN_READ",     Cells::kNumbers},
+                            {"COLUMN_WRITTEN",  Cells::kNumbers},
+                            {"COLUMN_DISK",     Cells::kNumbers},
+                            {"COLUMN_CACHED",   Cells::kNumbers},
+                            {"COLUMN_WAITED",   Cells::kNumbers}
         });
         for (const SessionUse& use : data.sessions.items) {
             const std::uint64_t accesses = use.diskAccesses + use.cacheAccesses;
@@ -237,11 +251,11 @@ void appendFileTable(std::string& out, const PageContext& page) {
     {
         HtmlTable table(out, text, "file-table",
                         {
-                            {"COLUMN_FILE"},
-                            { "COLUMN_SIZE",         true},
-                            { "COLUMN_GROWN",         true},
-                            { "COLUMN_HANDLES",         true},
-                            { "COLUMN_WAITED",         true}
+                            {"COLUMN_FILE",    Cells::kText   },
+                            {"COLUMN_SIZE",    Cells::kNumbers},
+                            {"COLUMN_GROWN",   Cells::kNumbers},
+                            {"COLUMN_HANDLES", Cells::kNumbers},
+                            {"COLUMN_WAITED",  Cells::kNumbers}
         });
         for (const FileUse& use : data.files.items) {
             table.row({nameHtml(use.name), amountOf(text, Quantity::kBytes, use.sizeBytes),
@@ -257,11 +271,11 @@ void appendProtocolTable(std::string& out, const PageContext& page) {
     if (data.protocols.empty()) return appendParagraph(out, text.text("NO_PROTOCOL"));
     HtmlTable table(out, text, "protocol-table",
                     {
-                        {"COLUMN_PROTOCOL"},
-                        { "COLUMN_REQUESTS",             true},
-                        { "COLUMN_RATE",             true},
-                        { "COLUMN_REMOTE_MEAN",             true},
-                        { "COLUMN_REMOTE_MOST",             true}
+                        {"COLUMN_PROTOCOL",    Cells::kText   },
+                        {"COLUMN_REQUESTS",    Cells::kNumbers},
+                        {"COLUMN_RATE",        Cells::kNumbers},
+                        {"COLUMN_REMOTE_MEAN", Cells::kNumbers},
+                        {"COLUMN_REMOTE_MOST", Cells::kNumbers}
     });
     for (const ProtocolUse& use : data.protocols) {
         const std::string_view word = wordOf(Codes::kProtocol, use.type);

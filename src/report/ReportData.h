@@ -62,10 +62,9 @@ struct ReportGap {
         kNoRecords,   // the recorder ran, and stored nothing
     };
     std::int64_t startMs = 0;
-    std::int64_t endMs = 0;
+    std::int64_t endMs = 0;  // before the start where the clock was set back meanwhile
+    std::uint64_t lengthMs = 0;
     Cause cause = Cause::kNoRecords;
-
-    std::uint64_t lengthMs() const { return static_cast<std::uint64_t>(endMs - startMs); }
 };
 
 // Somebody who waits in a row of records. Texts of the engine are as the history has them.

@@ -43,11 +43,11 @@ void tellGaps(Sentences& sentences, const PageContext& page) {
         sentences.push_back(text.text("SUM_NO_GAP"));
         return;
     }
-    const ReportGap& longest = *std::max_element(
-        gaps.begin(), gaps.end(),
-        [](const ReportGap& one, const ReportGap& other) { return one.lengthMs() < other.lengthMs(); });
+    const ReportGap& longest =
+        *std::max_element(gaps.begin(), gaps.end(),
+                          [](const ReportGap& one, const ReportGap& other) { return one.lengthMs < other.lengthMs; });
     sentences.push_back(text.counted("SUM_GAPS", data.gaps.all,
-                                     {text.duration(data.gapsMs), text.duration(longest.lengthMs()),
+                                     {text.duration(data.gapsMs), text.duration(longest.lengthMs),
                                       text.range(longest.startMs, longest.endMs), causeOf(text, longest)}));
 }
 
