@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Connects to a server and, once a line arrives on standard input, writes the statuses of three calls: what a program
 // gets that neither ignores SIGPIPE nor stops at the first error, as the monitor does.
-// Usage: mariadb_lost_server server user password
+// Usage: lost_server server user password
 #include <csignal>
 #include <cstdint>
 #include <iostream>
