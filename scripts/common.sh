@@ -56,14 +56,16 @@ report_test_packages=(chromium)
 install_test_packages=(mandoc man-db jq sqlite3 systemd logrotate bash-completion)
 # What the back end for MariaDB is built with, and the server that its tests run.
 mariadb_packages=(pkg-config libmariadb-dev mariadb-server-core mariadb-client-core openssl)
+# The same for PostgreSQL.
+postgres_packages=(pkg-config libpq-dev postgresql)
 test_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
     "${metrics_test_packages[@]}" "${screen_packages[@]}" "${screen_test_packages[@]}" "${report_test_packages[@]}"
-    "${install_test_packages[@]}" "${mariadb_packages[@]}" libgtest-dev locales nlohmann-json3-dev python3
-    python3-jsonschema valgrind)
+    "${install_test_packages[@]}" "${mariadb_packages[@]}" "${postgres_packages[@]}" libgtest-dev locales
+    nlohmann-json3-dev python3 python3-jsonschema python3-psycopg2 valgrind)
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
 # What the Debian packages are made with, and looked at.
 package_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
-    "${screen_packages[@]}" pkg-config libmariadb-dev libgtest-dev debhelper dpkg-dev git lintian blhc)
+    "${screen_packages[@]}" pkg-config libmariadb-dev libpq-dev libgtest-dev debhelper dpkg-dev git lintian blhc)
 
 # Configures build/NAME; further arguments go to cmake.
 configure() {

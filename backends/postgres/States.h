@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// The statuses of this library, and which of them an error of the server becomes.
+#ifndef VEXO_POSTGRES_STATES_H
+#define VEXO_POSTGRES_STATES_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace xr::postgres {
+
+// Every one of them has its sentence in the message bundle.
+enum Status : std::int16_t {
+    kOtherError = 5000,
+    kUnreachable = 5001,
+    kAccessDenied = 5002,
+    kNoDatabase = 5003,
+    kNoMoreConnections = 5004,
+    kNotReady = 5005,
+    kConnectionLost = 5006,
+    kTimeout = 5007,
+    kNoPrivilege = 5008,
+    kCatalogLocked = 5009,
+    kCancelled = 5010,
+    kNoSecureConnection = 5011,
+    kUnsupportedServer = 5012,
+    kOutOfOrder = 5013,
+    kOutOfMemory = 5014,
+    kBadServerText = 5015
+};
+
+// The status for an error while connecting, and for one of a statement. An empty code is one of the client library, which
+// has none.
+Status statusOfConnecting(std::string_view sqlState);
+Status statusOfStatement(std::string_view sqlState);
+
+// Whether the connection is of no use after a status.
+bool isLost(Status status);
+
+// The code at the end of the client library's message for a connection that the server refused, "" if there is none.
+std::string_view sqlStateOf(std::string_view message);
+
+}  // namespace xr::postgres
+
+#endif
