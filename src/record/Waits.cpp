@@ -58,26 +58,19 @@ void addWaits(Record& now, const Record* before) {
     }
 }
 
-std::vector<std::uint32_t> holdersOn(const Record& record, NameId fileName) {
+std::vector<std::uint32_t> mayHold(const Record& record, const WaitItem& wait) {
     std::vector<std::uint32_t> holders;
     for (const FileItem& file : record.files) {
-        if (file.name != fileName) continue;
-        for (std::uint32_t place = file.handles.first; place < file.handles.first + file.handles.count; ++place)
-            if (holdingOf(record.fileHandles[place].state) != Holding::kNone) holders.push_back(place);
+        if (file.name != wait.file) continue;
+        for (std::uint32_t place = file.handles.first; place < file.handles.first + file.handles.count; ++place) {
+            const FileHandleItem& handle = record.fileHandles[place];
+            const bool own = handle.clientIndex == wait.clientIndex && handle.client == wait.client;
+            if (!own && holdingOf(handle.state) != Holding::kNone) holders.push_back(place);
+        }
     }
     std::stable_sort(holders.begin(), holders.end(), [&](std::uint32_t left, std::uint32_t right) {
         return holdingOf(record.fileHandles[left].state) < holdingOf(record.fileHandles[right].state);
     });
-    return holders;
-}
-
-std::vector<std::uint32_t> mayHold(const Record& record, const WaitItem& wait) {
-    std::vector<std::uint32_t> holders = holdersOn(record, wait.file);
-    const auto isOwn = [&](std::uint32_t place) {
-        const FileHandleItem& handle = record.fileHandles[place];
-        return handle.clientIndex == wait.clientIndex && handle.client == wait.client;
-    };
-    holders.erase(std::remove_if(holders.begin(), holders.end(), isOwn), holders.end());
     return holders;
 }
 

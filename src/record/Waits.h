@@ -20,11 +20,9 @@ enum class Holding : std::uint8_t { kExclusive, kLocks, kTransaction, kNone };
 // kNone for a handle that waits itself.
 Holding holdingOf(const HandleState& state);
 
-// The handles of a file that may hold what others wait for: those that do not wait and that lock, have a transaction or an
-// exclusive mode. Places in record.fileHandles; exclusive ones first, then locks, then transactions. The engine names no
-// holder, so these are candidates.
-std::vector<std::uint32_t> holdersOn(const Record& record, NameId fileName);
-// Those of the wait's file, without the waiter's own.
+// The handles of the wait's file that may hold what it waits for: others' handles that do not wait and that lock, have a
+// transaction or an exclusive mode. Places in record.fileHandles; exclusive ones first, then locks, then transactions.
+// The engine names no holder, so these are candidates.
 std::vector<std::uint32_t> mayHold(const Record& record, const WaitItem& wait);
 
 }  // namespace vexo

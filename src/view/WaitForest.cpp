@@ -37,6 +37,7 @@ public:
     std::vector<WaitNode> grow() {
         for (std::uint32_t wait = 0; wait < m_nodes.size(); ++wait)
             noteWaiter(wait);
+        learnFiles();
         for (std::uint32_t wait = 0; wait < m_nodes.size(); ++wait)
             findHolder(wait);
         cutCycles();
@@ -51,42 +52,46 @@ private:
         if (!fresh && m_record.waits[known->second].waitedMs < m_record.waits[wait].waitedMs) known->second = wait;
     }
 
-    const FileFacts& factsOf(NameId file) {
-        const auto [known, fresh] = m_files.try_emplace(file);
-        if (fresh) known->second = learn(file);
-        return known->second;
-    }
-
-    FileFacts learn(NameId name) const {
-        FileFacts facts;
-        facts.holders = holdersOn(m_record, name);
-        const auto order = [&](std::uint32_t place) {
-            const FileHandleItem& handle = m_record.fileHandles[place];
-            return std::pair(holdingOf(handle.state), m_waiters.count(clientOf(handle)) == 0);
-        };
-        std::stable_sort(facts.holders.begin(), facts.holders.end(),
-                         [&](std::uint32_t left, std::uint32_t right) { return order(left) < order(right); });
-        for (const std::uint32_t place : facts.holders)
-            ++facts.clients[clientOf(m_record.fileHandles[place])].candidates;
+    // Looks at the files that somebody waits for, all in one pass.
+    void learnFiles() {
+        for (const WaitItem& wait : m_record.waits)
+            m_files.try_emplace(wait.file);
         for (const FileItem& file : m_record.files) {
-            if (file.name != name) continue;
+            const auto known = m_files.find(file.name);
+            if (known == m_files.end()) continue;
             for (std::uint32_t place = file.handles.first; place < file.handles.first + file.handles.count; ++place)
-                count(facts, m_record.fileHandles[place]);
+                learn(known->second, place);
         }
-        return facts;
+        for (auto& [name, facts] : m_files)
+            sortHolders(facts.holders);
     }
 
-    static void count(FileFacts& facts, const FileHandleItem& handle) {
-        facts.exclusive += isExclusive(handle.state) ? 1U : 0U;
-        facts.notWaiting += vexo::waits(handle.state) ? 0U : 1U;
+    void learn(FileFacts& facts, std::uint32_t place) const {
+        const FileHandleItem& handle = m_record.fileHandles[place];
+        const Holding holding = holdingOf(handle.state);
+        if (holding != Holding::kNone) {
+            facts.holders.push_back(place);
+            ++facts.clients[clientOf(handle)].candidates;
+        }
+        facts.exclusive += holding == Holding::kExclusive ? 1U : 0U;
+        facts.notWaiting += waits(handle.state) ? 0U : 1U;
         if (handle.state.recordLock == kNoLock) return;
         ++facts.locking;
         ++facts.clients[clientOf(handle)].locking;
     }
 
+    void sortHolders(std::vector<std::uint32_t>& holders) const {
+        const auto order = [&](std::uint32_t place) {
+            const FileHandleItem& handle = m_record.fileHandles[place];
+            return std::pair(holdingOf(handle.state), m_waiters.count(clientOf(handle)) == 0);
+        };
+        std::stable_sort(holders.begin(), holders.end(),
+                         [&](std::uint32_t left, std::uint32_t right) { return order(left) < order(right); });
+    }
+
     void findHolder(std::uint32_t wait) {
         const WaitItem& item = m_record.waits[wait];
-        const FileFacts& facts = factsOf(item.file);
+        const FileFacts& facts = m_files.at(item.file);
         WaitNode& node = m_nodes[wait];
         const auto known = facts.clients.find(clientOf(item));
         const ClientFacts own = known == facts.clients.end() ? ClientFacts{} : known->second;

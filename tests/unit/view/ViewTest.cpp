@@ -6,9 +6,11 @@
 
 #include "Support.h"
 #include "record/SafeText.h"
+#include "record/Waits.h"
 #include "view/Text.h"
 #include "view/Value.h"
 #include "view/Viewer.h"
+#include "view/WaitForest.h"
 
 namespace vexo {
 namespace {
@@ -272,8 +274,12 @@ TEST(WaitsView, ShowsChainsAsTreesWithTheLongestFirst) {
          {">=1s record A y x (cycle)", ">=1s record B `- x y"}},
     };
     for (const auto& row : kRows) {
+        const RecordPtr record = made(row.files);
+        const std::vector<WaitNode> nodes = waitForest(*record);
+        for (std::size_t wait = 0; wait < nodes.size(); ++wait)
+            EXPECT_EQ(nodes[wait].candidates, mayHold(*record, record->waits[wait]).size()) << row.what;
         Screen screen(ViewName::kWaits, {24, 60});
-        screen.viewer->show(made(row.files), nullptr);
+        screen.viewer->show(record, nullptr);
         const auto lines = screen.lines();
         for (std::size_t place = 0; place < row.rows.size(); ++place) {
             std::string words;
