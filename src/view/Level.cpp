@@ -29,12 +29,14 @@ int widthOf(const Column& column, const Value& value) {
 }  // namespace
 
 void Anchor::moveTo(const RecordPtr& now, Match match) {
-    if (!now || record == now || !match) return;
-    const Matches matches = match(*record, *now);
-    const auto found = std::find(matches.begin(), matches.end(), item);
-    isPresent = found != matches.end();
-    if (!isPresent) return;
-    item = static_cast<std::uint32_t>(found - matches.begin());
+    if (!now || record == now) return;
+    if (match) {
+        const Matches matches = match(*record, *now);
+        const auto found = std::find(matches.begin(), matches.end(), item);
+        isPresent = found != matches.end();
+        if (!isPresent) return;
+        item = static_cast<std::uint32_t>(found - matches.begin());
+    }
     record = now;
 }
 
