@@ -24,15 +24,22 @@ template <typename... Arguments>
     throw TerminalException(MessageHelper("TOP", "TOP_").getResStr(key, arguments...));
 }
 
-// What every picture needs: reaching a place, and an empty screen to begin with.
-void examineTerminal() {
-    if (::isatty(STDIN_FILENO) == 0 || ::isatty(STDOUT_FILENO) == 0) refuse("ERR_NO_TERMINAL");
-    const char* const type = std::getenv("TERM");
-    int found = 0;
-    if (!type || !*type || ::setupterm(nullptr, STDOUT_FILENO, &found) != OK)
-        refuse("ERR_TERMINAL_UNKNOWN", type ? type : "");
-    if (!capabilityOf("cup") || !capabilityOf("clear")) refuse("ERR_TERMINAL_POOR", type);
-}
+// The description of the terminal, loaded for as long as this lives. Curses loads it once more.
+class Description {
+public:
+    // Refuses what cannot show a picture: that needs reaching a place, and an empty screen to begin with.
+    Description() {
+        if (::isatty(STDIN_FILENO) == 0 || ::isatty(STDOUT_FILENO) == 0) refuse("ERR_NO_TERMINAL");
+        const char* const type = std::getenv("TERM");
+        int found = 0;
+        if (!type || !*type || ::setupterm(nullptr, STDOUT_FILENO, &found) != OK)
+            refuse("ERR_TERMINAL_UNKNOWN", type ? type : "");
+        if (!capabilityOf("cup") || !capabilityOf("clear")) refuse("ERR_TERMINAL_POOR", type);
+    }
+    ~Description() { ::del_curterm(::cur_term); }
+    Description(const Description&) = delete;
+    Description& operator=(const Description&) = delete;
+};
 
 // Curses on the standard streams.
 class Curses {
@@ -85,8 +92,10 @@ private:
 };
 
 Screen::Screen(bool withColours) {
-    examineTerminal();
-    noteTerminal();
+    {
+        const Description description;
+        noteTerminal();
+    }
     m_implementation = std::make_unique<Implementation>(withColours);
 }
 
