@@ -120,7 +120,7 @@ class Soak(Runs):
         start = time.monotonic()
         self.stop(run)
         self.tell(f"{scrapes} scrapes, the slowest {slowest * 1000:.1f} ms; ended {time.monotonic() - start:.1f} s after "
-                  f"SIGTERM; memory {len(self.history())} records whole")
+                  f"SIGTERM; {len(self.history())} records in the history, all whole")
 
     @unittest.skipIf(os.getuid(), "only root can mount a small file system")
     def test_a_full_disk(self):
@@ -292,6 +292,7 @@ class Soak(Runs):
                     run = self.start("--count 1 --ndjson out", scenario=SHOP +
                                      f'[[fault]]\nfunction = "{function}"\nstatus = {status}\n')
                     self.assertEqual(run.end()[0], "0", run.written)
+                    run.__exit__()
                     missing = len(self.records()[0][-1]["failed_sections"])
                     whole, partial, failed = whole + (not missing), partial + (0 < missing < 5), failed + (missing == 5)
                     if function not in ("XrStop", "XrDisconnect") and not function.startswith("XrFree"):
