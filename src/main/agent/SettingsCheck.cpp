@@ -223,7 +223,7 @@ std::vector<Finding> checkSettings(const String& path) {
     // Refused in the words of the reader.
     try {
         return Check(path).run();
-    } catch (const IOException&) {
+    } catch (const Exception&) {
         ConfigFileReader(path).readConfiguration();
         throw;
     }
