@@ -178,7 +178,7 @@ class Soak(Runs):
                  if line["kind"] == "event" and line["event"] == "records_dropped"}
         last = run.written["stderr"].decode().rpartition("Recording ended.")[2].splitlines()
         for text in [text for text, _ in texts] + last:
-            if found := re.search("The sink (\\w+) .* dropped: (\\d+)", text):
+            if found := re.search(r"The sink (\w+) dropped records: (\d+)", text):
                 told[found[1]] = told.get(found[1], 0) + int(found[2])
         return told
 
