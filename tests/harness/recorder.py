@@ -3,6 +3,7 @@
 are: AGENT, LIBRARY, and PARTS, what the recorder is built with."""
 import json
 import os
+import shlex
 import tempfile
 import unittest
 
@@ -37,7 +38,7 @@ class Runs(unittest.TestCase):
             self.write("vexo.cfg", "".join(f"{name}={value}\n" for name, value in {**SETTINGS, **dict(settings)}.items()))
         variables = {"VEXO_ENGINE_LIBRARY": os.environ["LIBRARY"], "XRSIM_SCENARIO": self.path("scenario.toml"),
                      "XRSIM_TRACE": self.path("calls"), **dict(environment)}
-        run = Session([os.environ["AGENT"], "-f", "vexo.cfg", *arguments.split()], self.directory, variables,
+        run = Session([*shlex.split(os.environ.get("VEXO_CASE_WRAPPER", "")), os.environ["AGENT"], "-f", "vexo.cfg", *arguments.split()], self.directory, variables,
                       **surroundings)
         self.addCleanup(run.__exit__)
         return run
