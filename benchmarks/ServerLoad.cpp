@@ -42,7 +42,8 @@ void work(unsigned int port, unsigned int number) {
         const auto start = Clock::now();
         run(session, "BEGIN");
         run(session, "UPDATE items SET stock = stock + 1 WHERE id = " + row);
-        run(session, "SELECT SUM(stock) FROM items WHERE id BETWEEN " + row + " AND " + row + " + 100");
+        std::string sum = "SELECT SUM(stock) FROM items WHERE id BETWEEN ";
+        run(session, sum.append(row).append(" AND 100 + ").append(row));
         run(session, "COMMIT");
         const std::chrono::duration<double, std::milli> took = Clock::now() - start;
         const std::lock_guard<std::mutex> lock(s_mutex);
