@@ -101,6 +101,17 @@ int check(const MessageHelper& messages, const ReportOptions& options) {
     return result.findings.empty() ? kMade : kUnreadable;
 }
 
+int backUp(const ReportOptions& options) {
+    const HistoryTables readable(options.history);
+    try {
+        backUpHistory(options.history, *options.backup);
+    } catch (const HistoryException& error) {
+        tell(narrow(error.message()));  // the history can be read, so it is the copy
+        return kRefused;
+    }
+    return kMade;
+}
+
 int run(int argc, char** argv) {
     const MessageHelper messages("REPORT", "REPORT_");
     const ReportOptions options = readReportOptions(argc, argv);
@@ -113,10 +124,7 @@ int run(int argc, char** argv) {
         return kMade;
     }
     if (options.check) return check(messages, options);
-    if (options.backup) {
-        backUpHistory(options.history, *options.backup);
-        return kMade;
-    }
+    if (options.backup) return backUp(options);
     const auto span = findSpan(options.history, options.fromMs, options.toMs);
     if (!span) failEmpty(messages, options);
     if (!options.page) return exportRecords(options, *span);
