@@ -18,8 +18,6 @@
 namespace vexo {
 namespace {
 
-// So many items are read in about two seconds.
-constexpr std::uint64_t kMostItems = 3'000'000;
 // Candidates are looked for in so many waits, as long as this many items are unpacked for it.
 constexpr std::size_t kHolderWaits = 25;
 constexpr std::uint64_t kHolderItems = 3'000'000;
@@ -209,14 +207,15 @@ void findHolders(RecordWalk& records, ReportData& data) {
 
 }  // namespace
 
-void readRecords(const std::string& path, RecordRange range, const std::vector<std::uint64_t>& keys, ReportData& data) {
+void readRecords(const std::string& path, RecordRange range, const std::vector<std::uint64_t>& keys,
+                 std::uint64_t mostItems, ReportData& data) {
     RecordWalk records(path, range);
     Tally tally(data);
-    if (data.items <= kMostItems) {
+    if (data.items <= mostItems) {
         readAll(records, tally);
     } else {
         const std::uint64_t itemsEach = data.items / data.records + 1;
-        const auto count = std::min<std::uint64_t>(kMostItems / itemsEach, keys.size());
+        const auto count = std::min<std::uint64_t>(mostItems / itemsEach, keys.size());
         readSome(records, range, keys, static_cast<std::size_t>(count), tally);
         const std::int64_t apartMs = (data.lastMs - data.firstMs) / static_cast<std::int64_t>(count + 1);
         for (const Series which : {Series::kConnections, Series::kRecordsRead, Series::kRecordsWritten}) {

@@ -11,9 +11,10 @@
 
 namespace vexo {
 
-// Reads every record where they hold few items, else some of the key records at equal distances, and the first and the
-// last one. Fills in the candidates for the longest waits too.
-void readRecords(const std::string& path, RecordRange range, const std::vector<std::uint64_t>& keys, ReportData& data);
+// Reads every record where they hold at most `mostItems`, else some of the key records at equal distances, and the first
+// and the last one. Fills in the candidates for the longest waits too.
+void readRecords(const std::string& path, RecordRange range, const std::vector<std::uint64_t>& keys,
+                 std::uint64_t mostItems, ReportData& data);
 
 }  // namespace vexo
 

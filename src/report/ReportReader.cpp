@@ -85,7 +85,7 @@ std::optional<HistorySpan> findSpan(const std::string& path, std::optional<std::
     return HistoryTables(path).span(fromMs.value_or(to - kDayMs), to);
 }
 
-ReportData readReport(const std::string& path, const HistorySpan& span) {
+ReportData readReport(const std::string& path, const HistorySpan& span, std::uint64_t mostItems) {
     HistoryTables tables(path);
     const RecordRange range = {span.first.number, span.last.number};
     const std::vector<HistoryRun> runs = tables.runs(range);
@@ -106,7 +106,7 @@ ReportData readReport(const std::string& path, const HistorySpan& span) {
     takeRuns(runs, data);
     const std::vector<RecordRange> waiting = readWaits(tables, range, data);
     const std::vector<std::uint64_t> keys = readNumbers(tables, range, runs, waiting, data);
-    readRecords(path, range, keys, data);
+    readRecords(path, range, keys, mostItems, data);
     return data;
 }
 

@@ -19,10 +19,13 @@ std::optional<HistorySpan> findSpan(const std::string& path, std::optional<std::
 // All of them; none where the history is empty.
 std::optional<HistorySpan> wholeSpan(const std::string& path);
 
-// Reads the tables of numbers, and of the records' texts as many as can be read within a few seconds. The history may be
-// written meanwhile. Throws HistoryException for what cannot be read at all; records that are damaged are told in the
-// data.
-ReportData readReport(const std::string& path, const HistorySpan& span);
+// So many items of records are read in about two seconds.
+inline constexpr std::uint64_t kMostItems = 3'000'000;
+
+// Reads the tables of numbers, and the records' texts: all of them where they hold at most `mostItems`, else key records
+// at equal distances, with the first and the last record. The history may be written meanwhile. Throws HistoryException
+// for what cannot be read at all; records that are damaged are told in the data.
+ReportData readReport(const std::string& path, const HistorySpan& span, std::uint64_t mostItems = kMostItems);
 
 }  // namespace vexo
 

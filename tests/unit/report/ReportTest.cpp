@@ -5,9 +5,12 @@
 #include <ctime>
 #include <random>
 
+#include "LivelyEngine.h"
+#include "history/HistoryWriter.h"
 #include "record/PointInTime.h"
 #include "report/Buckets.h"
 #include "report/Page.h"
+#include "report/ReportReader.h"
 #include "report/ReportText.h"
 #include "report/TimeAxis.h"
 
@@ -136,6 +139,31 @@ TEST(Buckets, KeepLeastMeanAndGreatest) {
         EXPECT_GE(step, least);
         EXPECT_TRUE(900'000 % step == 0 || step % 900'000 == 0) << step;
     }
+}
+
+// The work of sessions that stay is exact, however few of the records are read.
+TEST(ReportReader, SumsUpTheSameFromSomeRecords) {
+    const LivelyEngine engine(60);
+    {
+        HistoryWriter writer("h", {1ULL << 50U, 1ULL << 40U, 0});
+        for (std::uint64_t number = 1; number <= 290; ++number)
+            writer.write(engine.record(number));
+    }
+    const auto span = wholeSpan("h");
+    ASSERT_TRUE(span);
+    const ReportData all = readReport("h", *span);
+    const ReportData some = readReport("h", *span, all.items / 100);
+    EXPECT_EQ(all.recordsRead, 290U);
+    EXPECT_GE(some.recordsRead, 3U);
+    EXPECT_LE(some.recordsRead, 5U);
+    EXPECT_TRUE(some.of(Series::kRecordsRead).isSampled);
+    ASSERT_EQ(all.sessions.items.size(), 3U);
+    for (std::size_t place = 0; place < 3; ++place) {
+        EXPECT_EQ(some.sessions.items[place].name, all.sessions.items[place].name);
+        EXPECT_EQ(some.sessions.items[place].recordsRead, all.sessions.items[place].recordsRead);
+        EXPECT_EQ(some.sessions.items[place].cacheAccesses, all.sessions.items[place].cacheAccesses);
+    }
+    EXPECT_NEAR(some.of(Series::kRecordsRead).all.mean(), all.of(Series::kRecordsRead).all.mean(), 1);
 }
 
 // Everything at its most: noise in all charts, and as many long names as the tables take.
