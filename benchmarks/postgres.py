@@ -177,12 +177,12 @@ def read_queries():
 class Bare:
     """The statements of a record, sent by libpq with no look at the rows."""
 
-    def __init__(self, server):
+    def __init__(self, server, user="vexo"):
         self.pq = ctypes.CDLL("libpq.so.5")
         for function in ("PQconnectdb", "PQexec"):
             getattr(self.pq, function).restype = ctypes.c_void_p
         self.connection = ctypes.c_void_p(self.pq.PQconnectdb(
-            f"host={server.socket} port={server.port} user=vexo password=demo dbname=shop".encode()))
+            f"host={server.socket} port={server.port} user={user} password=demo dbname=shop".encode()))
         relations = server.ask(server.admin, "SELECT string_agg(DISTINCT relation::text, ',') FROM pg_locks")[0][0]
         joined = [QUERIES[name] for name in ("Locks", "Prepared", "Processes")]
         joined.append(QUERIES["Relations"].replace("$1", "'{%s}'" % relations))
@@ -222,7 +222,7 @@ def cost(path):
 
 def probe(server, seconds, answer):
     """What another session's small transactions take, in ms."""
-    bare = Bare(server)
+    bare = Bare(server, "postgres")
     times = []
     until = time.perf_counter() + seconds
     while time.perf_counter() < until:

@@ -121,8 +121,8 @@ void Connection::tellOfClearText() {
     const std::string mode = settingOf(connection, "sslmode");
     const bool overSocket = host && host[0] == '/';
     if (overSocket || PQsslInUse(connection) != 0 || (mode != "prefer" && mode != "allow")) return;
-    m_log.notice("The connection is not encrypted, since the server has no TLS and PGSSLMODE is " + mode +
-                 ". PGSSLMODE=verify-full demands TLS, PGSSLMODE=disable does without it");
+    m_log.notice("The connection is not encrypted, which PGSSLMODE=" + mode +
+                 " allows. PGSSLMODE=verify-full demands TLS, PGSSLMODE=disable says that none is wanted");
 }
 
 void Connection::wait(short events) {
