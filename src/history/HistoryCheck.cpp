@@ -12,7 +12,7 @@
 #include "foundation/Encoding.h"
 #include "history/HistoryFile.h"
 #include "history/HistoryReader.h"
-#include "history/Schema.h"
+#include "history/TableCheck.h"
 
 namespace vexo {
 namespace {
@@ -25,43 +25,18 @@ void checkStructure(SQLite::Database& database, HistoryCheck& check) {
     }
 }
 
-// The rows that a table has of a record.
-std::vector<Row> rowsIn(SQLite::Database& database, const NumberTable& table, const Record& record) {
-    SQLite::Statement statement(database, std::string("SELECT * FROM ") + table.name + " WHERE rec = ?");
-    statement.bind(1, sqlNumber(record.number));
-    std::vector<Row> rows;
-    while (statement.executeStep()) {
-        Row& row = rows.emplace_back();
-        for (int column = 0; column < statement.getColumnCount(); ++column) {
-            const SQLite::Column value = statement.getColumn(column);
-            row.push_back(value.isNull() ? std::nullopt : std::optional(value.getInt64()));
-        }
-    }
-    return rows;
-}
-
-// A record that went away meanwhile took its rows along.
-bool isThere(SQLite::Database& database, const Record& record) {
-    SQLite::Statement statement(database, "SELECT 1 FROM record WHERE rec = ?");
-    statement.bind(1, sqlNumber(record.number));
-    return statement.executeStep();
-}
-
-void checkTables(SQLite::Database& database, const Record& record, HistoryCheck& check) {
-    const std::string number = std::to_string(record.number);
-    for (const NumberTable& table : kNumberTables) {
-        if (rowsIn(database, table, record) == table.rowsOf(record) || !isThere(database, record)) continue;
-        check.findings.push_back(historyMessage("ERR_HISTORY_TABLE", number.c_str(), table.name));
-    }
-}
-
-void checkRecords(SQLite::Database& database, HistoryReader& reader, HistoryCheck& check) {
+void checkRecords(const std::string& path, HistoryCheck& check) {
+    HistoryReader reader(path);
+    TableCheck tables(path);
     for (;;) {
         try {
             const RecordPtr record = reader.next();
             if (!record) return;
             ++check.records;
-            checkTables(database, *record, check);
+            for (const char* table : tables.differing(*record)) {
+                check.findings.push_back(
+                    historyMessage("ERR_HISTORY_TABLE", std::to_string(record->number).c_str(), table));
+            }
         } catch (const HistoryException& error) {
             check.findings.push_back(error.message());
             const RecordRange lost = reader.passDamage();
@@ -109,8 +84,7 @@ HistoryCheck checkHistory(const std::string& path) {
     try {
         withHistory(path, [&] {
             checkStructure(history.database(), check);
-            HistoryReader reader(path);
-            checkRecords(history.database(), reader, check);
+            checkRecords(path, check);
         });
     } catch (const HistoryException& error) {
         check.findings.push_back(error.message());

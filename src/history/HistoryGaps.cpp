@@ -19,13 +19,13 @@ constexpr std::uint64_t kLastNumber = INT64_MAX;
 struct Instant {
     std::uint64_t record = 0;
     std::int64_t run = 0;
-    std::int64_t startUs = 0;
-    std::int64_t monotonicUs = 0;
+    std::int64_t epochMs = 0;
+    std::int64_t monotonicMs = 0;
 };
 
 struct Run {
     std::string boot;
-    std::int64_t intervalUs = 0;  // 0 where none was planned
+    std::int64_t intervalMs = 0;  // 0 where none was planned
 };
 
 // Looks at two records at a time, which may come in either order.
@@ -34,8 +34,7 @@ public:
     explicit GapFinder(SQLite::Database& database) {
         SQLite::Statement rows(database, "SELECT run, ifnull(boot_id, ''), ifnull(interval_ms, 0) FROM run");
         while (rows.executeStep()) {
-            m_runs[rows.getColumn(0).getInt64()] = {rows.getColumn(1).getString(),
-                                                    rows.getColumn(2).getInt64() * kMicrosPerMilli};
+            m_runs[rows.getColumn(0).getInt64()] = {rows.getColumn(1).getString(), rows.getColumn(2).getInt64()};
         }
     }
 
@@ -43,12 +42,12 @@ public:
         const Run& run = runOf(before.run);
         const bool isNewRun = before.run != behind.run;
         const bool sameClock = !isNewRun || (!run.boot.empty() && run.boot == runOf(behind.run).boot);
-        const std::int64_t passedUs =
-            sameClock ? behind.monotonicUs - before.monotonicUs : behind.startUs - before.startUs;
+        const std::int64_t passedMs =
+            sameClock ? behind.monotonicMs - before.monotonicMs : behind.epochMs - before.epochMs;
         // 2.5 intervals.
-        const bool isLong = run.intervalUs != 0 && passedUs > run.intervalUs * 5 / 2;
+        const bool isLong = run.intervalMs != 0 && passedMs > run.intervalMs * 5 / 2;
         if (!isNewRun && !isLong) return std::nullopt;
-        return Gap{markOf(before), markOf(behind), std::max<std::int64_t>(passedUs / kMicrosPerMilli, 0), isNewRun};
+        return Gap{markOf(before), markOf(behind), std::max<std::int64_t>(passedMs, 0), isNewRun};
     }
 
 private:
@@ -57,14 +56,14 @@ private:
         const auto found = m_runs.find(number);
         return found != m_runs.end() ? found->second : kUnknown;
     }
-    static RecordMark markOf(const Instant& instant) { return {instant.record, instant.startUs / kMicrosPerMilli}; }
+    static RecordMark markOf(const Instant& instant) { return {instant.record, instant.epochMs}; }
 
     std::map<std::int64_t, Run> m_runs;
 };
 
 SQLite::Statement instants(SQLite::Database& database, const char* order, RecordRange range) {
     SQLite::Statement rows(database,
-                           std::string("SELECT rec, run, start_us, mono_us FROM record WHERE rec BETWEEN ? AND ? "
+                           std::string("SELECT rec, run, epoch_ms, monotonic_ms FROM record WHERE rec BETWEEN ? AND ? "
                                        "ORDER BY rec ") +
                                order);
     rows.bind(1, sqlNumber(range.first));

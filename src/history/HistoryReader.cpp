@@ -8,13 +8,12 @@
 #include <utility>
 
 #include "history/Schema.h"
-#include "record/Timestamp.h"
 
 namespace vexo {
 namespace {
 
 // The columns of a row, as goTo() asks for them.
-enum Column : int { kRecord, kRun, kStart, kMono, kTook, kKey, kBody };
+enum Column : int { kRecord, kRun, kEpoch, kMonotonic, kTook, kKey, kBody };
 
 std::string_view bodyOf(SQLite::Statement& row) {
     const SQLite::Column body = row.getColumn(kBody);
@@ -39,11 +38,19 @@ auto HistoryReader::read(Action action) {
 
 RecordPtr HistoryReader::at(std::int64_t epochMs) {
     return read([&](SQLite::Database& database) {
-        // Within the millisecond; and multiplied without leaving the range of the numbers.
-        const std::int64_t last =
-            std::clamp(epochMs, kFirstEpochMs, kLastEpochMs) * kMicrosPerMilli + (kMicrosPerMilli - 1);
-        const Position target = find(database, "start_us <= ? ORDER BY start_us DESC, rec DESC", last);
-        return goTo(database, target.record != 0 ? target : find(database, "rec > ? ORDER BY rec", 0));
+        // Within a group the clock does not go back.
+        const Position key =
+            find(database, "rec = key_rec AND epoch_ms <= ? ORDER BY epoch_ms DESC, rec DESC", epochMs);
+        if (key.record == 0) return goTo(database, find(database, "rec > ? ORDER BY rec", 0));
+        SQLite::Statement rows(database, "SELECT rec, key_rec, epoch_ms FROM record WHERE rec >= ? ORDER BY rec");
+        rows.bind(1, sqlNumber(key.record));
+        Position target = key;
+        while (rows.executeStep() && rows.getColumn(1).getInt64() == sqlNumber(key.record) &&
+               rows.getColumn(2).getInt64() <= epochMs) {
+            target.record = static_cast<std::uint64_t>(rows.getColumn(0).getInt64());
+        }
+        rows.reset();
+        return goTo(database, target);
     });
 }
 
@@ -92,7 +99,7 @@ void HistoryReader::appendLines(std::string& out) const {
 RecordRange HistoryReader::passDamage() {
     return read([&](SQLite::Database& database) {
         const std::uint64_t first = m_target;
-        const Position behind = find(database, "rec > ? AND key_rec = rec ORDER BY rec", sqlNumber(first));
+        const Position behind = find(database, "rec > ? AND rec = key_rec ORDER BY rec", sqlNumber(first));
         const Position last = behind.record != 0 ? find(database, "rec < ? ORDER BY rec DESC", sqlNumber(behind.record))
                                                  : find(database, "rec >= ? ORDER BY rec DESC", sqlNumber(first));
         m_place = {std::max(first, last.record), 0};
@@ -113,8 +120,8 @@ RecordPtr HistoryReader::goTo(SQLite::Database& database, const Position& target
     if (target.record == 0) return nullptr;
     m_target = target.record;
     SQLite::Statement rows(database,
-                           "SELECT rec, run, start_us, mono_us, took_us, key_rec, body FROM record "
-                           "WHERE rec BETWEEN ? AND ? ORDER BY rec");
+                           "SELECT rec, run, epoch_ms, monotonic_ms, took_us, key_rec, body FROM record "
+                           "JOIN body USING(rec) WHERE rec BETWEEN ? AND ? ORDER BY rec");
     const Buffer& text = unpackUpTo(target, rows);
     RecordPtr record = parse(text.view(), rows);
     // The buffers of the chain are always the same two.
@@ -147,9 +154,9 @@ RecordPtr HistoryReader::parse(std::string_view text, SQLite::Statement& row) {
         auto record = std::make_shared<const Record>(m_parser.read(text, 1, NdjsonFrame::kFirstLine));
         // The columns have no checksum, but the text tells the same.
         const bool agrees = text.empty() && sqlNumber(record->number) == number(kRecord) &&
-                            sqlNumber(record->run) == number(kRun) &&
-                            record->epochMs * kMicrosPerMilli == number(kStart) &&
-                            record->monotonicUs == number(kMono) && sqlNumber(record->tookUs) == number(kTook);
+                            sqlNumber(record->run) == number(kRun) && record->epochMs == number(kEpoch) &&
+                            record->monotonicUs / kMicrosPerMilli == number(kMonotonic) &&
+                            sqlNumber(record->tookUs) == number(kTook);
         if (!agrees) failAt(target);
         return record;
     } catch (const RecordException&) {

@@ -23,7 +23,7 @@ public:
     // throw it for a damaged record.
     explicit HistoryReader(const std::string& path);
 
-    // Of two records that began at the same time, or while the clock was set back, the one that began closest counts.
+    // Of two records that began at the same time, and where the clock was set back, the later one counts.
     RecordPtr at(std::int64_t epochMs) override;
     RecordPtr next() override;
     RecordPtr previous() override;

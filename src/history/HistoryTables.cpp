@@ -3,11 +3,8 @@
 
 #include <SQLiteCpp/Statement.h>
 
-#include <algorithm>
-
 #include "history/Schema.h"
 #include "record/Codes.h"
-#include "record/Timestamp.h"
 
 namespace vexo {
 namespace {
@@ -56,8 +53,8 @@ RecordNumbers numbersOf(SQLite::Statement& row) {
     columns(numbers.number);
     columns(numbers.run);
     columns(numbers.epochMs);
-    numbers.epochMs /= kMicrosPerMilli;
     columns(numbers.monotonicUs);
+    numbers.monotonicUs *= kMicrosPerMilli;
     columns(numbers.tookUs);
     columns(numbers.items);
     columns(numbers.isKey);
@@ -117,10 +114,9 @@ void join(SQLite::Database& database, const char* query, std::vector<RecordNumbe
 }
 
 std::vector<RecordNumbers> numbersIn(SQLite::Database& database, RecordRange range) {
-    SQLite::Statement records(
-        database,
-        "SELECT rec, run, start_us, mono_us, took_us, items, key_rec = rec FROM record WHERE rec BETWEEN ? AND ? "
-        "ORDER BY rec LIMIT ?");
+    SQLite::Statement records(database,
+                              "SELECT rec, run, epoch_ms, monotonic_ms, took_us, items, rec = key_rec FROM record "
+                              "WHERE rec BETWEEN ? AND ? ORDER BY rec LIMIT ?");
     records.bind(1, sqlNumber(range.first));
     records.bind(2, sqlNumber(range.last));
     records.bind(3, kPortion);
@@ -168,18 +164,21 @@ HistoryEvent eventOf(SQLite::Statement& row) {
     return found;
 }
 
-// Visits what `query` selects, portion by portion. Its first parameters are the key (record, place) that it goes on behind;
-// then come the two ends of the range. The first columns are the key.
+// Visits the rows of a table from one record on, which are in the order of their record and their place in it, as long as
+// `condition` holds, portion by portion. Its two parameters are the ends of the range.
 template <typename Content, typename Visit>
-void forEachPlaced(ReadableHistory& history, const std::string& query, RecordRange range,
-                   Content (*contentOf)(SQLite::Statement&), const Visit& visit) {
+void forEachPlaced(ReadableHistory& history, const std::string& table, std::uint64_t from, const std::string& condition,
+                   RecordRange range, Content (*contentOf)(SQLite::Statement&), const Visit& visit) {
+    const std::string key = table == "wait" ? "first_rec" : "rec";
+    const std::string query = "SELECT * FROM " + table + " WHERE (" + key + ", place) > (?, ?) AND " + condition +
+                              " ORDER BY " + key + ", place LIMIT ?";
     std::vector<Content> rows;
-    std::int64_t record = -1;
-    std::int64_t place = -1;
+    std::int64_t record = sqlNumber(from) - 1;
+    std::int64_t place = INT64_MAX;
     do {
         rows.clear();
         history.read([&](SQLite::Database& database) {
-            SQLite::Statement statement(database, query + " LIMIT ?");
+            SQLite::Statement statement(database, query);
             int parameter = 0;
             for (const std::int64_t value : {record, place, sqlNumber(range.first), sqlNumber(range.last)})
                 statement.bind(++parameter, value);
@@ -198,25 +197,21 @@ void forEachPlaced(ReadableHistory& history, const std::string& query, RecordRan
 }  // namespace
 
 std::optional<HistorySpan> HistoryTables::span(std::int64_t fromMs, std::int64_t toMs) {
-    const auto microsOf = [](std::int64_t epochMs) {
-        return std::clamp(epochMs, kFirstEpochMs, kLastEpochMs) * kMicrosPerMilli;
-    };
     return m_history.read([&](SQLite::Database& database) -> std::optional<HistorySpan> {
         SQLite::Statement ends(
             database,
-            "SELECT f.rec, f.start_us, l.rec, l.start_us, "
+            "SELECT f.rec, f.epoch_ms, l.rec, l.epoch_ms, "
             "(SELECT count(*) FROM record WHERE rec BETWEEN f.rec AND l.rec) FROM "
-            "(SELECT min(rec) AS first, max(rec) AS last FROM record WHERE start_us BETWEEN ? AND ?) "
+            "(SELECT min(rec) AS first, max(rec) AS last FROM record WHERE epoch_ms BETWEEN ? AND ?) "
             "JOIN record f ON f.rec = first JOIN record l ON l.rec = last");
-        ends.bind(1, microsOf(fromMs));
-        ends.bind(2, microsOf(toMs));
+        ends.bind(1, fromMs);
+        ends.bind(2, toMs);
         if (!ends.executeStep()) return std::nullopt;
         HistorySpan span;
         Columns columns(ends);
         for (RecordMark* mark : {&span.first, &span.last}) {
             columns(mark->number);
             columns(mark->epochMs);
-            mark->epochMs /= kMicrosPerMilli;
         }
         columns(span.records);
         return span;
@@ -234,16 +229,15 @@ void HistoryTables::forEachRecord(RecordRange range, const Visit<RecordNumbers>&
 }
 
 void HistoryTables::forEachWait(RecordRange range, const Visit<WaitEpisode>& visit) {
-    forEachPlaced(m_history,
-                  "SELECT * FROM wait WHERE (first_rec, place) > (?, ?) AND last_rec >= ? AND first_rec <= ? "
-                  "ORDER BY first_rec, place",
-                  range, waitOf, visit);
+    forEachPlaced(m_history, "wait", 0, "last_rec >= ? AND first_rec <= ?", range, waitOf, visit);
+}
+
+void HistoryTables::forEachWaitBegun(RecordRange range, const Visit<WaitEpisode>& visit) {
+    forEachPlaced(m_history, "wait", range.first, "first_rec BETWEEN ? AND ?", range, waitOf, visit);
 }
 
 void HistoryTables::forEachEvent(RecordRange range, const Visit<HistoryEvent>& visit) {
-    forEachPlaced(m_history,
-                  "SELECT * FROM event WHERE (rec, place) > (?, ?) AND rec BETWEEN ? AND ? ORDER BY rec, place", range,
-                  eventOf, visit);
+    forEachPlaced(m_history, "event", range.first, "rec BETWEEN ? AND ?", range, eventOf, visit);
 }
 
 std::vector<HistoryRun> HistoryTables::runs(RecordRange range) {
@@ -251,7 +245,7 @@ std::vector<HistoryRun> HistoryTables::runs(RecordRange range) {
         // Runs follow each other as the records do.
         SQLite::Statement rows(
             database,
-            "SELECT run, start_us, server, engine_version, engine_type, interval_ms, handles FROM run "
+            "SELECT run, epoch_ms, server, engine_version, engine_type, interval_ms, handles FROM run "
             "WHERE run BETWEEN (SELECT run FROM record WHERE rec >= ? ORDER BY rec LIMIT 1) "
             "AND (SELECT run FROM record WHERE rec <= ? ORDER BY rec DESC LIMIT 1) ORDER BY run");
         rows.bind(1, sqlNumber(range.first));
@@ -262,7 +256,6 @@ std::vector<HistoryRun> HistoryTables::runs(RecordRange range) {
             Columns columns(rows);
             columns(run.run);
             columns(run.epochMs);
-            run.epochMs /= kMicrosPerMilli;
             columns(run.server);
             columns(run.engineVersion);
             columns(run.engineType);

@@ -20,7 +20,7 @@ struct RecordNumbers {
     std::uint64_t number = 0;
     std::uint64_t run = 0;
     std::int64_t epochMs = 0;
-    std::int64_t monotonicUs = 0;  // compares within a run only
+    std::int64_t monotonicUs = 0;  // to the millisecond; compares within a run only
     std::uint64_t tookUs = 0;
     std::uint64_t items = 0;  // lines between the first and the last
     bool isKey = false;       // packed on its own, so that it is read with the least effort
@@ -79,6 +79,8 @@ public:
     void forEachRecord(RecordRange range, const Visit<RecordNumbers>& visit);
     // Those that any record of the range shows, even if they began before it.
     void forEachWait(RecordRange range, const Visit<WaitEpisode>& visit);
+    // Those that begin with a record of the range.
+    void forEachWaitBegun(RecordRange range, const Visit<WaitEpisode>& visit);
     void forEachEvent(RecordRange range, const Visit<HistoryEvent>& visit);
     // Those that have records in the range.
     std::vector<HistoryRun> runs(RecordRange range);

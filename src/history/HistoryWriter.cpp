@@ -12,7 +12,6 @@
 
 #include "history/Schema.h"
 #include "record/Codes.h"
-#include "record/JsonText.h"
 #include "record/Ndjson.h"
 
 namespace vexo {
@@ -26,9 +25,8 @@ constexpr int kGroupsAtOnce = 16;
 // The log may take this part of the size allowed. It grows beyond where a reader does not let go of an old state.
 constexpr std::uint64_t kWalShare = 2;
 
-// For SQL texts have to be UTF-8; the bytes are in the record.
 void bind(SQLite::Statement& statement, int place, std::string_view bytes) {
-    statement.bind(place, isUtf8(bytes) ? std::string(bytes) : replacedText(bytes));
+    statement.bind(place, sqlText(bytes));
 }
 
 template <typename Number, std::enable_if_t<std::is_arithmetic_v<Number>, int> = 0>
@@ -74,11 +72,6 @@ std::string bootId() {
     return id;
 }
 
-std::string waitWord(std::uint8_t state) {
-    const std::string_view word = wordOf(Codes::kWaitState, state);
-    return word.empty() ? std::to_string(state) : std::string(word);
-}
-
 // Whether a change failed because the disk, the quota or the size allowed for a file is exhausted.
 bool isFull(SQLite::Database& database, const SQLite::Exception& error) {
     const int kept = sqlite3_system_errno(database.getHandle());
@@ -114,14 +107,16 @@ HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limit
     : m_history(path),
       m_database(m_history.database()),
       m_limits(limits),
-      m_insertRecord(insertion(m_database, "record")),
+      m_insertRecord(insertion(m_database, "record_numbers")),
+      m_insertBody(insertion(m_database, "body")),
+      m_insertLimits(insertion(m_database, "limits")),
+      m_insertProtocol(insertion(m_database, "protocol_span")),
+      m_continueProtocol(m_database, "UPDATE protocol_span SET last_rec = ? WHERE first_rec = ? AND place = ?"),
       m_insertWait(insertion(m_database, "wait")),
       m_continueWait(m_database, "UPDATE wait SET last_rec = ?, waited_ms = ? WHERE first_rec = ? AND place = ?"),
       m_insertEvent(insertion(m_database, "event")),
       m_nextRun(number(m_database, "SELECT ifnull(max(run), 0) + 1 FROM run")),
       m_lastRecord(number(m_database, "SELECT ifnull(max(rec), 0) FROM record")) {
-    for (const NumberTable& table : kNumberTables)
-        m_insertNumbers.push_back(insertion(m_database, table.name));
 } catch (const SQLite::Exception& error) {
     throw HistoryException(historyMessage("ERR_HISTORY", path.c_str(), error.what()));
 }
@@ -148,70 +143,102 @@ HistoryWriter::Outcome HistoryWriter::write(const Record& record) {
     });
 }
 
+std::uint64_t HistoryWriter::fileBytes() {
+    return number(m_database, "PRAGMA page_count") * number(m_database, "PRAGMA page_size");
+}
+
 std::uint64_t HistoryWriter::bytes() {
-    return number(m_database, "PRAGMA page_count") * number(m_database, "PRAGMA page_size") + m_history.walBytes();
+    return fileBytes() + m_history.walBytes();
+}
+
+// Whether the record starts a group of its own.
+bool HistoryWriter::beginsGroup(const Record& record) const {
+    const bool isFull =
+        m_groupRecords >= kGroupRecords || (m_groupRecords >= kLargeGroupRecords && m_groupBytes >= kLargeGroupBytes);
+    return m_keyRecord == 0 || isFull || record.run != m_run || record.epochMs < m_lastEpochMs;
 }
 
 void HistoryWriter::store(const Record& record) {
-    const std::uint64_t place = m_inGroup < kGroupRecords ? m_inGroup : 0;
-    m_inGroup = kGroupRecords;  // should this record fail, the next one is a key record
+    const bool isKey = beginsGroup(record);
+    const std::uint64_t keyRecord = isKey ? record.number : m_keyRecord;
     m_text.clear();
     appendNdjson(m_text, record, NdjsonFrame::kFirstLine);
-    const std::string_view body = m_packer.pack(m_text, place == 0 ? std::string_view() : m_lastText);
-    const std::uint64_t keyRecord = place == 0 ? record.number : m_keyRecord;
+    const std::string_view body = m_packer.pack(m_text, isKey ? std::string_view() : m_lastText);
+    const Limits limits = limitsOf(record, isKey ? Limits() : m_limitsRow);
+    std::vector<ProtocolRow> protocols;
     OpenWaits waits;
+    m_keyRecord = 0;  // should this record fail, the next one is a key record
     transact(m_database, [&] {
+        if (record.run != m_run) insertRun(record);
         insertRecord(record, body, keyRecord);
-        insertNumbers(record);
+        if (isKey || limits != m_limitsRow) insertLimits(record, limits);
+        protocols = insertProtocols(record, isKey ? std::vector<ProtocolRow>() : m_protocols);
         waits = insertWaits(record);
         insertEvents(record);
     });
+    m_groupRecords = isKey ? 1 : m_groupRecords + 1;
+    m_groupBytes = (isKey ? 0 : m_groupBytes) + m_text.size();
     std::swap(m_text, m_lastText);
+    m_limitsRow = limits;
+    m_protocols = std::move(protocols);
     m_waits = std::move(waits);
     m_run = record.run;
     m_nextRun = std::max(m_nextRun, record.run + 1);
     m_lastRecord = record.number;
+    m_lastEpochMs = record.epochMs;
     m_keyRecord = keyRecord;
-    m_inGroup = place + 1;
 }
 
 void HistoryWriter::insertRecord(const Record& record, std::string_view body, std::uint64_t keyRecord) {
-    if (record.run != m_run) insertRun(record);
-    SQLite::Statement& statement = ready(m_insertRecord);
     constexpr int kFrameLines = 2;  // the first line and the last
-    const std::int64_t numbers[] = {sqlNumber(record.number),
-                                    sqlNumber(record.run),
-                                    record.epochMs * kMicrosPerMilli,
-                                    record.monotonicUs,
-                                    sqlNumber(record.tookUs),
-                                    sqlNumber(keyRecord),
-                                    std::count(m_text.begin(), m_text.end(), '\n') - kFrameLines};
-    int column = 0;
-    for (const std::int64_t number : numbers)
-        statement.bind(++column, number);
-    statement.bindNoCopy(++column, body.data(), static_cast<int>(body.size()));
-    statement.exec();
+    const auto items = std::count(m_text.begin(), m_text.end(), '\n') - kFrameLines;
+    bindRow(m_insertRecord, record.number, record.run, record.epochMs, record.monotonicUs / kMicrosPerMilli,
+            record.tookUs, keyRecord, items);
+    int column = kHeadColumns;
+    for (const std::optional<std::int64_t>& number : numbersOf(record))
+        bind(m_insertRecord, ++column, number);
+    m_insertRecord.exec();
+    bindRow(m_insertBody, record.number);
+    m_insertBody.bindNoCopy(2, body.data(), static_cast<int>(body.size()));
+    m_insertBody.exec();
 }
 
 // A run may go on in a history that was opened anew.
 void HistoryWriter::insertRun(const Record& record) {
     SQLite::Statement statement(m_database,
                                 "INSERT OR IGNORE INTO run VALUES(?, ?, ?, ?, nullif(?, ''), ?, nullif(?, 0), ?)");
-    bindRow(statement, record.run, record.epochMs * kMicrosPerMilli, bootId(), record.name(record.server),
+    bindRow(statement, record.run, record.epochMs, bootId(), record.name(record.server),
             record.name(record.engineVersion), record.engineType, record.intervalMs, wordOf(record.scope));
     statement.exec();
 }
 
-void HistoryWriter::insertNumbers(const Record& record) {
-    for (std::size_t table = 0; table < kNumberTables.size(); ++table) {
-        for (const Row& row : kNumberTables[table].rowsOf(record)) {
-            SQLite::Statement& statement = ready(m_insertNumbers[table]);
-            int column = 0;
-            for (const std::optional<std::int64_t>& number : row)
-                bind(statement, ++column, number);
-            statement.exec();
+void HistoryWriter::insertLimits(const Record& record, const Limits& limits) {
+    bindRow(m_insertLimits, record.number);
+    int column = 1;
+    for (const std::optional<std::int64_t>& limit : limits)
+        bind(m_insertLimits, ++column, limit);
+    m_insertLimits.exec();
+}
+
+// Numbers that are the same as in the record before go on in their row. Gives the rows that may go on from here.
+std::vector<HistoryWriter::ProtocolRow> HistoryWriter::insertProtocols(const Record& record,
+                                                                       std::vector<ProtocolRow> known) {
+    std::vector<Row> rows = protocolsOf(record);
+    known.resize(rows.size());
+    for (std::size_t place = 0; place < rows.size(); ++place) {
+        if (rows[place] == known[place].numbers) {
+            bindRow(m_continueProtocol, record.number, known[place].firstRecord, place);
+            m_continueProtocol.exec();
+            continue;
         }
+        bindRow(m_insertProtocol, record.number, place, std::optional<std::int64_t>());
+        int column = 3;
+        for (const std::optional<std::int64_t>& number : rows[place])
+            bind(m_insertProtocol, ++column, number);
+        m_insertProtocol.exec();
+        known[place] = {std::move(rows[place]), record.number};
     }
+    return known;
 }
 
 // A wait that the last record stored shows as well goes on in its row; the rows that may go on from here.
@@ -272,22 +299,30 @@ void HistoryWriter::emptyLog() {
     sqlite3_busy_timeout(m_database.getHandle(), kBusyTimeoutMs);
 }
 
+// Dropping records makes the log longer at first, so it is emptied before and in between. What a reader keeps in the log
+// does not go with records.
+bool HistoryWriter::isTooLarge() {
+    if (bytes() <= m_limits.maxBytes) return false;
+    emptyLog();
+    return fileBytes() > m_limits.maxBytes;
+}
+
 void HistoryWriter::dropOld(std::int64_t nowMs) {
-    const std::int64_t oldestUs = (nowMs - sqlNumber(m_limits.keepMs)) * kMicrosPerMilli;
+    const std::int64_t oldestMs = nowMs - sqlNumber(m_limits.keepMs);
     for (int dropped = 0; dropped < kGroupsAtOnce; ++dropped) {
-        const bool tooLarge = bytes() > m_limits.maxBytes;
+        const bool tooLarge = isTooLarge();
         if (!tooLarge && dropped >= kAgedGroupsAtOnce) return;
         // The first record of the group behind the oldest one; without such the oldest one is still being written.
         const std::int64_t next = m_database
                                       .execAndGet(
                                           "SELECT ifnull((SELECT rec FROM record WHERE rec > (SELECT min(rec) "
-                                          "FROM record) AND key_rec = rec ORDER BY rec LIMIT 1), 0)")
+                                          "FROM record) AND rec = key_rec ORDER BY rec LIMIT 1), 0)")
                                       .getInt64();
         if (next == 0) return;
-        SQLite::Statement newest(m_database, "SELECT max(start_us) FROM record WHERE rec < ?");
+        SQLite::Statement newest(m_database, "SELECT max(epoch_ms) FROM record WHERE rec < ?");
         newest.bind(1, next);
         newest.executeStep();
-        if (!tooLarge && newest.getColumn(0).getInt64() >= oldestUs) return;
+        if (!tooLarge && newest.getColumn(0).getInt64() >= oldestMs) return;
         newest.reset();
         dropBefore(next);
     }
@@ -295,9 +330,10 @@ void HistoryWriter::dropOld(std::int64_t nowMs) {
 
 void HistoryWriter::dropBefore(std::int64_t record) {
     transact(m_database, [&] {
-        for (const char* old : {"record WHERE rec < ?", "usage WHERE rec < ?", "communication WHERE rec < ?",
-                                "protocol WHERE rec < ?", "event WHERE rec < ?", "wait WHERE last_rec < ?",
-                                "run WHERE run < (SELECT run FROM record WHERE rec = ?)"}) {
+        for (const char* old :
+             {"record_numbers WHERE rec < ?", "body WHERE rec < ?", "limits WHERE first_rec < ?",
+              "protocol_span WHERE first_rec < ?", "event WHERE rec < ?", "wait WHERE first_rec < ?1 AND last_rec < ?1",
+              "run WHERE run < (SELECT run FROM record WHERE rec = ?)"}) {
             SQLite::Statement statement(m_database, std::string("DELETE FROM ") + old);
             statement.bind(1, record);
             statement.exec();

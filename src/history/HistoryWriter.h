@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "history/HistoryFile.h"
+#include "history/Schema.h"
 #include "history/TextChain.h"
 #include "record/Record.h"
 
@@ -26,15 +27,18 @@ struct HistoryLimits {
 };
 
 // The text of a record is packed against the one before, so that the records from one key record to the next hang
-// together: they are read from the key record on, and dropped together.
+// together: they are read from the key record on, and dropped together. Within such a group the clock does not go back.
 class HistoryWriter {
 public:
     enum class Outcome : std::uint8_t {
         kStored,
         kNoRoom,  // the record is not in the history, which is as it was
     };
-    // So many records begin with a key record. The first one of a writer always is one.
-    static constexpr std::uint64_t kGroupRecords = 60;
+    // So many records a group has at most, and so many if their texts take more than this. A key record takes as much as
+    // ten others, and a jump unpacks a group at worst, at 2 GB a second.
+    static constexpr std::uint64_t kGroupRecords = 240;
+    static constexpr std::uint64_t kLargeGroupRecords = 60;
+    static constexpr std::uint64_t kLargeGroupBytes = std::uint64_t{64} << 20U;
 
     // Opens or creates the history; throws HistoryException as WritableHistory does.
     HistoryWriter(const std::string& path, const HistoryLimits& limits);
@@ -60,15 +64,22 @@ public:
     std::uint64_t bytes();
 
 private:
+    // The numbers of a protocol, and the first record that has them.
+    struct ProtocolRow {
+        Row numbers;
+        std::uint64_t firstRecord = 0;
+    };
     // Who waits where, for what and since when. Several may be alike.
     using WaitKey = std::tuple<std::string, std::string, std::uint32_t, std::uint8_t, std::int64_t>;
     using RowKey = std::pair<std::uint64_t, std::uint64_t>;
     using OpenWaits = std::multimap<WaitKey, RowKey>;
 
     void store(const Record& record);
+    bool beginsGroup(const Record& record) const;
     void insertRecord(const Record& record, std::string_view body, std::uint64_t keyRecord);
     void insertRun(const Record& record);
-    void insertNumbers(const Record& record);
+    void insertLimits(const Record& record, const Limits& limits);
+    std::vector<ProtocolRow> insertProtocols(const Record& record, std::vector<ProtocolRow> known);
     OpenWaits insertWaits(const Record& record);
     void insertWait(const Record& record, const WaitItem& wait, std::uint64_t place);
     void continueWait(const Record& record, const WaitItem& wait, const RowKey& row);
@@ -76,6 +87,8 @@ private:
 
     bool hasRoom();
     void emptyLog();
+    std::uint64_t fileBytes();
+    bool isTooLarge();
     void dropOld(std::int64_t nowMs);
     void dropBefore(std::int64_t record);
 
@@ -83,7 +96,10 @@ private:
     SQLite::Database& m_database;
     const HistoryLimits m_limits;
     SQLite::Statement m_insertRecord;
-    std::vector<SQLite::Statement> m_insertNumbers;  // for each of kNumberTables
+    SQLite::Statement m_insertBody;
+    SQLite::Statement m_insertLimits;
+    SQLite::Statement m_insertProtocol;
+    SQLite::Statement m_continueProtocol;
     SQLite::Statement m_insertWait;
     SQLite::Statement m_continueWait;
     SQLite::Statement m_insertEvent;
@@ -91,12 +107,18 @@ private:
     TextPacker m_packer;
     std::string m_text;
     std::string m_lastText;  // of the last record stored
-    OpenWaits m_waits;       // of the last record stored: the rows that may go on
+    // Of the last record stored: the rows that may go on.
+    OpenWaits m_waits;
+    Limits m_limitsRow;
+    std::vector<ProtocolRow> m_protocols;
     std::uint64_t m_nextRun;
     std::uint64_t m_run = 0;  // of the last record stored; 0 before the first
     std::uint64_t m_lastRecord;
+    std::int64_t m_lastEpochMs = 0;
+    // The group that goes on: none before the first record, and behind a failure.
     std::uint64_t m_keyRecord = 0;
-    std::uint64_t m_inGroup = kGroupRecords;  // records since the key record, so that the first one becomes one
+    std::uint64_t m_groupRecords = 0;
+    std::uint64_t m_groupBytes = 0;
     std::uint64_t m_dropped = 0;
 };
 

@@ -1,86 +1,79 @@
 // SPDX-License-Identifier: MIT
 #include "history/Schema.h"
 
+#include "record/Codes.h"
+#include "record/JsonText.h"
+
 namespace vexo {
 namespace {
 
-void add(Row& row, const Amount& amount) {
-    row.emplace_back(sqlNumber(amount.current));
-    row.emplace_back(sqlNumber(amount.peak));
-}
+constexpr std::size_t kUsageNumbers = 10;
+constexpr std::size_t kCommunicationNumbers = 5;
 
-void addLimited(Row& row, const Amount& amount) {
-    add(row, amount);
-    row.push_back(amount.limit == 0 ? std::nullopt : std::optional(amount.limit));
-}
+// Puts limits one behind the other.
+class LimitWriter {
+public:
+    explicit LimitWriter(Limits& limits) : m_limits(limits) {}
 
-std::vector<Row> usageRows(const Record& record) {
-    if (!record.usage) return {};
-    const Usage& usage = *record.usage;
-    Row row = {sqlNumber(record.number)};
-    for (const Amount* amount :
-         {&usage.users, &usage.files, &usage.handles, &usage.transactions, &usage.clients, &usage.workerThreads}) {
-        addLimited(row, *amount);
+    void peak(const Amount& amount) { m_limits.at(m_place++) = sqlNumber(amount.peak); }
+    void peakAndLimit(const Amount& amount) {
+        peak(amount);
+        m_limits.at(m_place++) = amount.limit == 0 ? std::nullopt : std::optional(amount.limit);
     }
-    add(row, usage.locks);
-    addLimited(row, usage.dataInUseBytes);
-    addLimited(row, usage.sessions);
-    row.emplace_back(sqlNumber(usage.uptimeSeconds));
-    return {row};
-}
+    void pass(std::size_t limits) { m_place += limits; }
 
-std::vector<Row> communicationRows(const Record& record) {
-    if (!record.communication) return {};
-    const Communication& communication = *record.communication;
-    Row row = {sqlNumber(record.number), sqlNumber(communication.requests)};
-    addLimited(row, communication.remoteSessions);
-    addLimited(row, communication.threads);
-    row.emplace_back(sqlNumber(communication.connectionTimeouts));
-    row.emplace_back(sqlNumber(communication.connectionRecoveries));
-    return {row};
-}
-
-std::vector<Row> protocolRows(const Record& record) {
-    std::vector<Row> rows;
-    for (const ProtocolItem& protocol : record.protocols) {
-        rows.push_back({sqlNumber(record.number), sqlNumber(rows.size()), sqlNumber(protocol.type),
-                        sqlNumber(protocol.requests), sqlNumber(protocol.sessionsCurrent),
-                        sqlNumber(protocol.sessionsPeak)});
-    }
-    return rows;
-}
+private:
+    Limits& m_limits;
+    std::size_t m_place = 0;
+};
 
 }  // namespace
 
+// What changes with every record is kept with it, what seldom does in tables of its own: with 10 handles that is half of
+// what a row of all numbers takes. A column that is 0 or NULL takes one byte, whose value is in the head of the row.
 const char* const kSchema = R"(
 CREATE TABLE run(
-    run INTEGER PRIMARY KEY, start_us INTEGER NOT NULL, boot_id TEXT, server TEXT NOT NULL, engine_version TEXT,
+    run INTEGER PRIMARY KEY, epoch_ms INTEGER NOT NULL, boot_id TEXT, server TEXT NOT NULL, engine_version TEXT,
     engine_type INTEGER, interval_ms INTEGER, handles TEXT NOT NULL);
-CREATE TABLE record(
-    rec INTEGER PRIMARY KEY, run INTEGER NOT NULL, start_us INTEGER NOT NULL, mono_us INTEGER NOT NULL,
-    took_us INTEGER NOT NULL, key_rec INTEGER NOT NULL, items INTEGER NOT NULL, body BLOB NOT NULL);
-CREATE INDEX record_start ON record(start_us);
-CREATE TABLE usage(
-    rec INTEGER PRIMARY KEY,
-    users_current INTEGER NOT NULL, users_peak INTEGER NOT NULL, users_max INTEGER,
-    files_current INTEGER NOT NULL, files_peak INTEGER NOT NULL, files_max INTEGER,
-    handles_current INTEGER NOT NULL, handles_peak INTEGER NOT NULL, handles_max INTEGER,
-    transactions_current INTEGER NOT NULL, transactions_peak INTEGER NOT NULL, transactions_max INTEGER,
-    clients_current INTEGER NOT NULL, clients_peak INTEGER NOT NULL, clients_max INTEGER,
-    worker_threads_current INTEGER NOT NULL, worker_threads_peak INTEGER NOT NULL, worker_threads_max INTEGER,
-    locks_current INTEGER NOT NULL, locks_peak INTEGER NOT NULL,
-    data_in_use_current_bytes INTEGER NOT NULL, data_in_use_peak_bytes INTEGER NOT NULL, data_in_use_max_bytes INTEGER,
-    sessions_current INTEGER NOT NULL, sessions_peak INTEGER NOT NULL, sessions_max INTEGER,
-    uptime_s INTEGER NOT NULL);
-CREATE TABLE communication(
-    rec INTEGER PRIMARY KEY, requests INTEGER NOT NULL,
-    remote_sessions_current INTEGER NOT NULL, remote_sessions_peak INTEGER NOT NULL, remote_sessions_max INTEGER,
-    threads_current INTEGER NOT NULL, threads_peak INTEGER NOT NULL, threads_max INTEGER,
-    connection_timeouts INTEGER NOT NULL, connection_recoveries INTEGER NOT NULL);
-CREATE TABLE protocol(
-    rec INTEGER, place INTEGER, type INTEGER NOT NULL, requests INTEGER NOT NULL,
+CREATE TABLE record_numbers(
+    rec INTEGER PRIMARY KEY, run INTEGER NOT NULL, epoch_ms INTEGER NOT NULL, monotonic_ms INTEGER NOT NULL,
+    took_us INTEGER NOT NULL, key_rec INTEGER NOT NULL, items INTEGER NOT NULL,
+    users_current INTEGER, files_current INTEGER, handles_current INTEGER, transactions_current INTEGER,
+    clients_current INTEGER, worker_threads_current INTEGER, locks_current INTEGER, data_in_use_current_bytes INTEGER,
+    sessions_current INTEGER, uptime_s INTEGER,
+    requests INTEGER, remote_sessions_current INTEGER, threads_current INTEGER, connection_timeouts INTEGER,
+    connection_recoveries INTEGER);
+CREATE INDEX record_key ON record_numbers(epoch_ms) WHERE rec = key_rec;
+CREATE TABLE body(rec INTEGER PRIMARY KEY, body BLOB NOT NULL);
+CREATE TABLE limits(
+    first_rec INTEGER PRIMARY KEY,
+    users_peak INTEGER, users_max INTEGER, files_peak INTEGER, files_max INTEGER,
+    handles_peak INTEGER, handles_max INTEGER, transactions_peak INTEGER, transactions_max INTEGER,
+    clients_peak INTEGER, clients_max INTEGER, worker_threads_peak INTEGER, worker_threads_max INTEGER,
+    locks_peak INTEGER, data_in_use_peak_bytes INTEGER, data_in_use_max_bytes INTEGER,
+    sessions_peak INTEGER, sessions_max INTEGER,
+    remote_sessions_peak INTEGER, remote_sessions_max INTEGER, threads_peak INTEGER, threads_max INTEGER);
+CREATE TABLE protocol_span(
+    first_rec INTEGER, place INTEGER, last_rec INTEGER, type INTEGER NOT NULL, requests INTEGER NOT NULL,
     remote_sessions_current INTEGER NOT NULL, remote_sessions_peak INTEGER NOT NULL,
-    PRIMARY KEY(rec, place)) WITHOUT ROWID;
+    PRIMARY KEY(first_rec, place)) WITHOUT ROWID;
+CREATE VIEW record AS SELECT rec, run, epoch_ms, monotonic_ms, took_us, key_rec, items FROM record_numbers;
+CREATE VIEW usage AS SELECT
+    rec, users_current, users_peak, users_max, files_current, files_peak, files_max,
+    handles_current, handles_peak, handles_max, transactions_current, transactions_peak, transactions_max,
+    clients_current, clients_peak, clients_max, worker_threads_current, worker_threads_peak, worker_threads_max,
+    locks_current, locks_peak, data_in_use_current_bytes, data_in_use_peak_bytes, data_in_use_max_bytes,
+    sessions_current, sessions_peak, sessions_max, uptime_s
+    FROM record_numbers JOIN limits ON first_rec = (SELECT max(first_rec) FROM limits WHERE first_rec <= rec)
+    WHERE uptime_s IS NOT NULL;
+CREATE VIEW communication AS SELECT
+    rec, requests, remote_sessions_current, remote_sessions_peak, remote_sessions_max,
+    threads_current, threads_peak, threads_max, connection_timeouts, connection_recoveries
+    FROM record_numbers JOIN limits ON first_rec = (SELECT max(first_rec) FROM limits WHERE first_rec <= rec)
+    WHERE requests IS NOT NULL;
+CREATE VIEW protocol AS SELECT
+    rec, place, type, p.requests, p.remote_sessions_current, p.remote_sessions_peak
+    FROM record_numbers CROSS JOIN protocol_span p ON first_rec BETWEEN key_rec AND rec AND ifnull(last_rec, first_rec) >= rec;
 CREATE TABLE wait(
     first_rec INTEGER, place INTEGER, last_rec INTEGER NOT NULL, since_epoch_ms INTEGER NOT NULL,
     waited_ms INTEGER NOT NULL, file TEXT NOT NULL, client TEXT NOT NULL, client_index INTEGER NOT NULL,
@@ -90,10 +83,69 @@ CREATE TABLE event(
     status INTEGER, count INTEGER, text TEXT NOT NULL, PRIMARY KEY(rec, place)) WITHOUT ROWID;
 )";
 
-const std::array<NumberTable, 3> kNumberTables = {
-    NumberTable{"usage",         usageRows        },
-    NumberTable{"communication", communicationRows},
-    NumberTable{"protocol",      protocolRows     },
-};
+Row numbersOf(const Record& record) {
+    Row row;
+    row.reserve(kUsageNumbers + kCommunicationNumbers);
+    if (record.usage) {
+        const Usage& usage = *record.usage;
+        for (const Amount* amount : {&usage.users, &usage.files, &usage.handles, &usage.transactions, &usage.clients,
+                                     &usage.workerThreads, &usage.locks, &usage.dataInUseBytes, &usage.sessions}) {
+            row.emplace_back(sqlNumber(amount->current));
+        }
+        row.emplace_back(sqlNumber(usage.uptimeSeconds));
+    }
+    row.resize(kUsageNumbers);
+    if (record.communication) {
+        const Communication& communication = *record.communication;
+        for (const std::uint64_t number :
+             {communication.requests, communication.remoteSessions.current, communication.threads.current,
+              communication.connectionTimeouts, communication.connectionRecoveries}) {
+            row.emplace_back(sqlNumber(number));
+        }
+    }
+    row.resize(kUsageNumbers + kCommunicationNumbers);
+    return row;
+}
+
+Limits limitsOf(const Record& record, const Limits& before) {
+    Limits limits = before;
+    LimitWriter writer(limits);
+    if (record.usage) {
+        const Usage& usage = *record.usage;
+        for (const Amount* amount :
+             {&usage.users, &usage.files, &usage.handles, &usage.transactions, &usage.clients, &usage.workerThreads}) {
+            writer.peakAndLimit(*amount);
+        }
+        writer.peak(usage.locks);
+        writer.peakAndLimit(usage.dataInUseBytes);
+        writer.peakAndLimit(usage.sessions);
+    } else {
+        constexpr std::size_t kUsageLimits = 17;
+        writer.pass(kUsageLimits);
+    }
+    if (record.communication) {
+        writer.peakAndLimit(record.communication->remoteSessions);
+        writer.peakAndLimit(record.communication->threads);
+    }
+    return limits;
+}
+
+std::vector<Row> protocolsOf(const Record& record) {
+    std::vector<Row> rows;
+    for (const ProtocolItem& protocol : record.protocols) {
+        rows.push_back({sqlNumber(protocol.type), sqlNumber(protocol.requests), sqlNumber(protocol.sessionsCurrent),
+                        sqlNumber(protocol.sessionsPeak)});
+    }
+    return rows;
+}
+
+std::string sqlText(std::string_view bytes) {
+    return isUtf8(bytes) ? std::string(bytes) : replacedText(bytes);
+}
+
+std::string waitWord(std::uint8_t code) {
+    const std::string_view word = wordOf(Codes::kWaitState, code);
+    return word.empty() ? std::to_string(code) : std::string(word);
+}
 
 }  // namespace vexo
