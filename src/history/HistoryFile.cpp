@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "foundation/Encoding.h"
 #include "foundation/ResultCode.h"
@@ -73,12 +74,31 @@ bool looksLikeHistory(std::string_view header) {
     return hasId ? headerNumber(header, kApplicationIdOffset) == kApplicationId : isDatabase;
 }
 
+// A check reads all of the file. That takes a second for this much, but a minute for a gigabyte on a disk that others use.
+constexpr std::int64_t kLargeBytes = std::int64_t{128} << 20U;
+
+// What is wrong with the structure of the file; empty if nothing is.
+std::string structuralDamageOf(SQLite::Database& database, WritableHistory::Inspection inspection) {
+    const std::int64_t bytes =
+        database.execAndGet("PRAGMA page_count").getInt64() * database.execAndGet("PRAGMA page_size").getInt64();
+    std::vector<std::string> checks = {"PRAGMA quick_check(1)"};
+    if (inspection == WritableHistory::Inspection::kQuick && bytes > kLargeBytes) {
+        checks.clear();
+        SQLite::Statement tables(database, "SELECT name FROM sqlite_schema WHERE type = 'table' AND name <> 'body'");
+        while (tables.executeStep())
+            checks.push_back("PRAGMA quick_check('" + tables.getColumn(0).getString() + "')");
+    }
+    for (const std::string& check : checks) {
+        const std::string result = database.execAndGet(check).getString();
+        if (result != "ok") return result;
+    }
+    return "";
+}
+
 // What is wrong with the history; empty if nothing is.
-std::string damageOf(SQLite::Database& database) {
-    SQLite::Statement check(database, "PRAGMA quick_check(1)");
-    const bool told = check.executeStep();
-    std::string result = told ? check.getColumn(0).getString() : "";
-    if (result != "ok") return result;
+std::string damageOf(SQLite::Database& database, WritableHistory::Inspection inspection) {
+    const std::string damage = structuralDamageOf(database, inspection);
+    if (!damage.empty()) return damage;
     // The tables have to be those that a new history would have; others do not matter.
     SQLite::Database fresh(":memory:", SQLite::OPEN_READWRITE);
     fresh.exec(kSchema);
@@ -158,7 +178,8 @@ std::unique_ptr<SQLite::Database> openReadOnly(const std::string& path, bool& im
 
 }  // namespace
 
-WritableHistory::WritableHistory(const std::string& path) : m_path(resolved(path)) {
+WritableHistory::WritableHistory(const std::string& path, Inspection inspection)
+    : m_path(resolved(path)), m_inspection(inspection) {
     withHistory(m_path, [this] {
         if (!openExisting()) connect();
     });
@@ -228,7 +249,7 @@ bool WritableHistory::openSound() {
             setAside(historyMessage("INFO_HISTORY_OLDER", m_path.c_str(), aside.c_str(), version), aside);
             return false;
         }
-        damage = damageOf(*m_database);
+        damage = damageOf(*m_database, m_inspection);
         // A damaged header can forbid writing, which the permissions allow.
         if (damage.empty() && sqlite3_db_readonly(m_database->getHandle(), "main") == 1)
             damage = sqlite3_errstr(SQLITE_READONLY);

@@ -54,8 +54,14 @@ inline std::string shmOf(const std::string& path) {
 // file that is missing or empty is created, for its owner alone to read.
 class WritableHistory {
 public:
+    // How much is looked at before the file is written.
+    enum class Inspection : std::uint8_t {
+        kQuick,  // of a large file all but the bodies, whose checksums tell damage when they are read
+        kWhole,
+    };
+
     // Throws HistoryException for a file that another program writes, a newer version, and a file that is no history.
-    explicit WritableHistory(const std::string& path);
+    WritableHistory(const std::string& path, Inspection inspection);
     ~WritableHistory();
     WritableHistory(const WritableHistory&) = delete;
     WritableHistory& operator=(const WritableHistory&) = delete;
@@ -83,6 +89,7 @@ private:
     void connect();
 
     const std::string m_path;
+    const Inspection m_inspection;
     // Holds the lock. Has to outlive the connection: closing it lets go of the locks that SQLite holds on the file.
     FileDescriptor m_file;
     std::unique_ptr<SQLite::Database> m_database;

@@ -22,6 +22,7 @@ void HistorySink::write(const RecordPtr& record) {
         if (outcome == HistoryWriter::Outcome::kStored) return;
     } catch (const HistoryException&) {
         m_writer.reset();
+        m_isSuspect = true;
         throw;
     }
     throw HistoryException(historyMessage("ERR_HISTORY_ROOM", m_path.c_str()));
@@ -33,7 +34,9 @@ void HistorySink::reopen() {
 }
 
 void HistorySink::openWriter() {
-    m_writer.emplace(m_path, m_limits);
+    using Inspection = WritableHistory::Inspection;
+    m_writer.emplace(m_path, m_limits, m_isSuspect ? Inspection::kWhole : Inspection::kQuick);
+    m_isSuspect = false;
     m_bytes = m_writer->bytes();
     if (!m_writer->notice().empty()) m_notify(m_writer->notice());
 }

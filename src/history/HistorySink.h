@@ -35,6 +35,7 @@ private:
     const HistoryLimits m_limits;
     const Notify m_notify;
     std::optional<HistoryWriter> m_writer;
+    bool m_isSuspect = false;  // it could not be written
     std::atomic<std::uint64_t> m_bytes{0};
 };
 

@@ -22,6 +22,10 @@ namespace {
 constexpr int kAgedGroupsAtOnce = 2;
 constexpr int kGroupsAtOnce = 16;
 
+// Without any room nothing can be deleted either, and a history that filled its disk would never go on. Deleting a group
+// and giving its room back takes less than this.
+constexpr std::uint64_t kLeastFreeBytes = std::uint64_t{8} << 20U;
+
 // The log may take this part of the size allowed. It grows beyond where a reader does not let go of an old state.
 constexpr std::uint64_t kWalShare = 2;
 
@@ -103,8 +107,9 @@ std::uint64_t number(SQLite::Database& database, const char* query) {
 
 }  // namespace
 
-HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limits) try
-    : m_history(path),
+HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limits,
+                             WritableHistory::Inspection inspection) try
+    : m_history(path, inspection),
       m_database(m_history.database()),
       m_limits(limits),
       m_insertRecord(insertion(m_database, "record_numbers")),
@@ -284,7 +289,8 @@ void HistoryWriter::insertEvents(const Record& record) {
 
 bool HistoryWriter::hasRoom() {
     const auto fits = [this] {
-        return m_history.walBytes() <= m_limits.maxBytes / kWalShare && m_history.freeBytes() >= m_limits.minFreeBytes;
+        return m_history.walBytes() <= m_limits.maxBytes / kWalShare &&
+               m_history.freeBytes() >= std::max(m_limits.minFreeBytes, kLeastFreeBytes);
     };
     if (fits()) return true;
     emptyLog();

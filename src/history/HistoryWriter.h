@@ -41,7 +41,8 @@ public:
     static constexpr std::uint64_t kLargeGroupBytes = std::uint64_t{64} << 20U;
 
     // Opens or creates the history; throws HistoryException as WritableHistory does.
-    HistoryWriter(const std::string& path, const HistoryLimits& limits);
+    HistoryWriter(const std::string& path, const HistoryLimits& limits,
+                  WritableHistory::Inspection inspection = WritableHistory::Inspection::kQuick);
 
     // A file that was moved meanwhile takes its log over, which would stay behind.
     ~HistoryWriter();
