@@ -41,7 +41,7 @@ public:
         record.names = names.take();
         return record;
     }
-    static std::int64_t epochOf(std::uint64_t number) {
+    static constexpr std::int64_t epochOf(std::uint64_t number) {
         return 1'795'269'800'000 + static_cast<std::int64_t>(number) * 10'000;
     }
 

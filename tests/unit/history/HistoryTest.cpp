@@ -3,8 +3,10 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <csignal>
 #include <random>
+#include <thread>
 
 #include "LivelyEngine.h"
 #include "Support.h"
@@ -28,7 +30,7 @@ std::string textOf(const Record& record) {
     return text;
 }
 
-// Far more kills, and every byte: for a run by hand.
+// Far more kills, and thousands of bytes: for a run by hand.
 bool isThorough() {
     return std::getenv("VEXO_THOROUGH") != nullptr;
 }
@@ -259,6 +261,30 @@ TEST(History, FindsWaitsAndGaps) {
     EXPECT_EQ(reader.at(LivelyEngine::epochOf(0))->number, 10U);
 }
 
+TEST(History, FollowsAClockThatIsSetBack) {
+    constexpr std::int64_t kLast = LivelyEngine::epochOf(50);
+    // Milliseconds that the clock goes back behind record 50; instants, and the records there.
+    const std::tuple<std::int64_t, std::vector<std::pair<std::int64_t, std::uint64_t>>> rows[] = {
+        {100'000, {{kLast - 50'000, 55}, {kLast, 60}, {kLast - 90'001, 40}, {kLast + 500'000, 100}}},
+        {3'600'000, {{kLast - 50'000, 45}, {kLast - 3'590'000, 51}, {kLast - 3'590'001, 1}, {kLast + 500'000, 50}}}};
+    for (const auto& [back, instants] : rows) {
+        const std::string path = "back-" + std::to_string(back);
+        HistoryWriter writer(path, kUnlimited);
+        for (std::uint64_t number = 1; number <= 100; ++number) {
+            Record record = s_engine.record(number);
+            if (number > 50) record.epochMs -= back;
+            ASSERT_EQ(writer.write(record), Outcome::kStored);
+        }
+        HistoryReader reader(path);
+        for (std::uint64_t number = 1; number <= 100; ++number)
+            ASSERT_EQ(reader.next()->number, number);
+        for (const auto& [instant, number] : instants)
+            EXPECT_EQ(reader.at(instant)->number, number) << back << " " << instant - kLast;
+        EXPECT_EQ(shown(HistoryGaps(path).next(0)), "none");
+        EXPECT_EQ(shown(checkHistory(path).findings), "");
+    }
+}
+
 TEST(History, GivesNumbersWaitsEventsAndLinesOfASpan) {
     constexpr std::uint64_t kRecords = 1100;  // more than are read at once
     const LivelyEngine engine(100);
@@ -406,7 +432,7 @@ TEST(History, TellsDamageAndNeverAWrongRecord) {
         write(writer, 1, kRecords);
     }
     const std::string whole = contents("whole");
-    const std::size_t step = isThorough() ? 1 : 1999;
+    const std::size_t step = isThorough() ? 13 : 1999;
     std::uint64_t failures = 0;
     std::uint64_t continued = 0;
     for (std::size_t place = 0; place < whole.size(); place += step) {
@@ -487,6 +513,30 @@ TEST(History, IsBoundedWhileAReaderHoldsAnOldState) {
     EXPECT_EQ(readAll("h").last, 401U);
 }
 
+TEST(History, IsReadWhileItsOldestRecordsGo) {
+    HistoryWriter writer("h", {1'000'000, 1ULL << 40U, 0});  // a hundred intervals
+    const auto writeTo = [&](std::uint64_t last) {
+        for (std::uint64_t number = writer.nextRecord(); number <= last; ++number)
+            writer.write(s_engine.record(number));
+    };
+    writeTo(240);
+    HistoryReader reader("h");
+    reader.goTo(10);
+    writeTo(600);
+    EXPECT_EQ(reader.previous(), nullptr);
+    EXPECT_EQ(textOf(*reader.next()), textOf(s_engine.record(481)));
+    std::atomic<bool> isWritten{false};
+    std::uint64_t failures = 0;
+    std::thread other([&] {
+        while (!isWritten)
+            failures += readAll("h").failures;
+    });
+    writeTo(1100);
+    isWritten = true;
+    other.join();
+    EXPECT_EQ(failures, 0U);
+}
+
 TEST(History, IsWrittenByOneProgramThatKnowsIt) {
     HistoryWriter writer("h", kUnlimited);
     write(writer, 1, 1);
@@ -517,7 +567,11 @@ TEST(History, IsWrittenByOneProgramThatKnowsIt) {
     EXPECT_EQ(asideOf("other"), "");
 }
 
-TEST(History, SetsADamagedOneAsideWithItsLog) {
+TEST(History, SetsADamagedOrOlderOneAsideWithItsLog) {
+    { const HistoryWriter created("old", kUnlimited); }
+    change("old", "PRAGMA user_version = 0");
+    EXPECT_EQ(HistoryWriter("old", kUnlimited).notice().substr(0, 5), L"older");
+    EXPECT_NE(asideOf("old"), "");
     { const HistoryWriter created("h", kUnlimited); }
     change("h", "DROP TABLE wait");
     writeFile("h-wal", "torn");
