@@ -50,7 +50,7 @@ void releaseErrors() {
     ::lseek(s_noted.standIn, 0, SEEK_SET);
     for (ssize_t size = 0; (size = ::read(s_noted.standIn, some.data(), some.size())) > 0;)
         static_cast<void>(!::write(STDERR_FILENO, some.data(), static_cast<std::size_t>(size)));
-    ::ftruncate(s_noted.standIn, 0);
+    static_cast<void>(!::ftruncate(s_noted.standIn, 0));
     ::lseek(s_noted.standIn, 0, SEEK_SET);
 }
 
