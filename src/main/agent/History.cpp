@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/Encoding.h"
 #include "history/HistorySink.h"
-#include "main/companion/ErrorStream.h"
 #include "main/agent/Sinks.h"
+#include "main/companion/ErrorStream.h"
 
 namespace vexo {
 
