@@ -89,7 +89,7 @@ std::string structuralDamageOf(SQLite::Database& database, WritableHistory::Insp
             checks.push_back("PRAGMA quick_check('" + tables.getColumn(0).getString() + "')");
     }
     for (const std::string& check : checks) {
-        const std::string result = database.execAndGet(check).getString();
+        std::string result = database.execAndGet(check).getString();
         if (result != "ok") return result;
     }
     return "";
@@ -97,7 +97,7 @@ std::string structuralDamageOf(SQLite::Database& database, WritableHistory::Insp
 
 // What is wrong with the history; empty if nothing is.
 std::string damageOf(SQLite::Database& database, WritableHistory::Inspection inspection) {
-    const std::string damage = structuralDamageOf(database, inspection);
+    std::string damage = structuralDamageOf(database, inspection);
     if (!damage.empty()) return damage;
     // The tables have to be those that a new history would have; others do not matter.
     SQLite::Database fresh(":memory:", SQLite::OPEN_READWRITE);
