@@ -44,12 +44,17 @@ BENCHMARK(writeHistory)->Arg(10)->Iterations(7200)->Unit(benchmark::kMicrosecond
 BENCHMARK(writeHistory)->Arg(1'000)->Iterations(1200)->Unit(benchmark::kMicrosecond);
 BENCHMARK(writeHistory)->Arg(100'000)->Iterations(180)->Unit(benchmark::kMicrosecond);
 
+// So many records hang together.
+std::uint64_t groupOf(const benchmark::State& state) {
+    return handlesOf(state) > 1'000 ? HistoryWriter::kLargeGroupRecords : HistoryWriter::kGroupRecords;
+}
+
 // The history that writeHistory() left has to be of as many handles.
 void writeGroups(const benchmark::State& state) {
     removeHistory();
     const LivelyEngine engine(handlesOf(state));
     HistoryWriter writer(kPath, kLimits);
-    for (std::uint64_t number = 1; number <= 2 * HistoryWriter::kGroupRecords; ++number)
+    for (std::uint64_t number = 1; number <= 2 * groupOf(state); ++number)
         writer.write(engine.record(number));
 }
 
@@ -70,7 +75,7 @@ void jump(benchmark::State& state) {
     std::uint64_t group = 1;
     for (auto _ : state) {
         group = 3 - group;
-        benchmark::DoNotOptimize(reader.at(LivelyEngine::epochOf(group * HistoryWriter::kGroupRecords)));
+        benchmark::DoNotOptimize(reader.at(LivelyEngine::epochOf(group * groupOf(state))));
     }
     removeHistory();
 }
