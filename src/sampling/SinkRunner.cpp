@@ -88,11 +88,11 @@ void SinkRunner::run() {
     for (bool more = true; more;) {
         RecordPtr record;
         const Task task = nextTask(record);
-        more = task != Task::kClose;
         try {
             more = perform(task, record);
         } catch (const std::bad_alloc&) {
             // There is no memory to tell of a failure. It is counted all the same.
+            more = task != Task::kClose;
         }
     }
     giveUp();

@@ -126,35 +126,34 @@ class Soak(Runs):
     def test_a_full_disk(self):
         small = self.path("small")
         os.mkdir(small)
-        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=8M", "none", small], check=True)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64M", "none", small], check=True)
         self.addCleanup(subprocess.run, ["umount", "-l", small], check=True)
         sinks = ("history", "ndjson", "csv", "textfile")
         for reserve in ("1M", "0"):
             for name in os.listdir(small):
                 subprocess.run(["rm", "-r", f"{small}/{name}"], check=True)
             run = self.start("--interval 100ms --history small/h --ndjson small/out --csv small/table "
-                             f"--textfile small/m.prom --min-free {reserve}", scenario=lively(2000))
+                             f"--textfile small/m.prom --min-free {reserve}", scenario=lively(400))
             self.await_count(run, b"answers", 1)
             for turn in range(times(5)):
                 self.sleep(run, 0.5)
-                subprocess.run(["dd", "if=/dev/zero", f"of={small}/filler", "bs=4k"], stderr=subprocess.DEVNULL)
+                subprocess.run(["dd", "if=/dev/zero", f"of={small}/filler", "bs=64k"], stderr=subprocess.DEVNULL)
                 for sink in sinks:
                     told = f"The sink {sink} failed".encode()
                     self.assertTrue(run.until(lambda: run.written["stderr"].count(told) > turn), (sink, run.written))
                 self.sleep(run, 1)
                 os.remove(small + "/filler")
-                # What it wrote in the meantime is moved away, as an administrator would.
                 for name in ("out", "table"):
-                    shutil.move(f"{small}/{name}", self.path(f"{name}.{reserve}.{turn}"))
+                    os.rename(f"{small}/{name}", f"{small}/{name}.{turn}")
                 os.mkdir(small + "/table")
                 run.act(["signal HUP"])
                 self.await_count(run, b"takes records again", (turn + 1) * len(sinks))
             self.stop(run)
-            shutil.move(small + "/out", self.path(f"out.{reserve}.last"))
-            shutil.move(small + "/table", self.path(f"table.{reserve}.last"))
-            shutil.move(small + "/m.prom", self.path("m.prom"))
+            for path in glob.glob(small + "/out*") + glob.glob(small + "/table*"):
+                shutil.move(path, self.path(os.path.basename(path) + "." + reserve))
+            shutil.copy(small + "/m.prom", self.path("m.prom"))
             self.check_textfile()
-            records = {record[0]["rec"]: self.plain(record) for path in glob.glob(self.path(f"out.{reserve}.*"))
+            records = {record[0]["rec"]: self.plain(record) for path in glob.glob(self.path(f"out*.{reserve}"))
                        for record in self.records(os.path.basename(path))}
             kept = self.history("small/h")
             for rec, lines in kept.items():
