@@ -196,25 +196,34 @@ class Bare:
             self.send(statement)
 
 
+def busy(process):
+    """CPU time of a process of the server, in ms."""
+    with open(f"/proc/{process}/stat", encoding="ascii") as file:
+        fields = file.read().rsplit(") ", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) * 1000 / os.sysconf("SC_CLK_TCK")
+
+
 def cost(path):
     read_queries()
-    print("connections   record ms   bare ms   ratio   CPU of a record ms")
-    for count, rounds in ((10, 200), (200, 100), (1000, 40)):
+    print("connections   record ms   bare ms   ratio   CPU of both sides: record ms   bare ms   ratio")
+    for count, rounds in ((10, 400), (200, 200), (1000, 80)):
         server = Server("-c", f"max_connections={count + 20}")
         sessions = server.crowd(count)
         library, bare = Library(path, server.socket), Bare(server)
-        times = {library.record: [], bare.record: []}
-        own = 0.0
-        for number in range(2 * rounds):
-            for run in sorted(times, key=lambda _: random.random()):
-                begun, busy = time.perf_counter(), time.process_time()
+        wall, cpu = {library.record: [], bare.record: []}, {library.record: 0.0, bare.record: 0.0}
+        serves = {run: server.ask(server.admin, "SELECT pid FROM pg_stat_activity WHERE usename = 'vexo' AND "
+                                  f"(application_name = 'vexo') = {run == library.record}")[0][0] for run in wall}
+        for number in range(rounds + rounds // 5):
+            for run in sorted(wall, key=lambda _: random.random()):
+                begun, used = time.perf_counter(), time.process_time() * 1000 + busy(serves[run])
                 run()
-                if number >= rounds // 2:
-                    times[run].append((time.perf_counter() - begun) * 1000)
-                    own += (time.process_time() - busy) * 1000 if run == library.record else 0
-        full, floor = (statistics.median(times[run]) for run in (library.record, bare.record))
-        own /= len(times[library.record])
-        print(f"{count:11}{full:12.2f}{floor:10.2f}{full / floor:8.2f}{own:12.2f}", flush=True)
+                if number >= rounds // 5:
+                    cpu[run] += time.process_time() * 1000 + busy(serves[run]) - used
+                    wall[run].append((time.perf_counter() - begun) * 1000)
+        full, floor = (statistics.median(wall[run]) for run in wall)
+        used, least = (cpu[run] / rounds for run in cpu)
+        print(f"{count:11}{full:12.2f}{floor:10.2f}{full / floor:8.2f}{used:30.2f}{least:10.2f}{used / least:8.2f}",
+              flush=True)
         for session in sessions:
             session.close()
         server.end()
