@@ -27,27 +27,28 @@ bool Player::first() {
 }
 
 bool Player::last() {
-    return arrive(readBeyondDamage([&] { return m_reader.last(); }));
+    const auto all = span();
+    return all && goTo(all->last.number);
 }
 
 bool Player::nextWait() {
     const auto mark = m_waits.next(number());
-    return mark && arrive(readBeyondDamage([&] { return m_reader.goTo(mark->number); }));
+    return mark && goTo(mark->number);
 }
 
 bool Player::previousWait() {
     const auto mark = m_waits.previous(number());
-    return mark && arrive(readBeyondDamage([&] { return m_reader.goTo(mark->number); }));
+    return mark && goTo(mark->number);
 }
 
 bool Player::nextGap() {
     const auto gap = m_gaps.next(number());
-    return gap && arrive(readBeyondDamage([&] { return m_reader.goTo(gap->behind.number); }));
+    return gap && goTo(gap->behind.number);
 }
 
 bool Player::previousGap() {
     const auto gap = m_gaps.previous(number());
-    return gap && arrive(readBeyondDamage([&] { return m_reader.goTo(gap->behind.number); }));
+    return gap && goTo(gap->behind.number);
 }
 
 bool Player::hasNext() {
@@ -68,6 +69,16 @@ bool Player::next() {
 bool Player::previous() {
     if (!m_previous) return false;
     set(m_previous, readableBefore(m_previous->number));
+    return true;
+}
+
+// By way of the record before, which is shown too: what both are packed against is then unpacked once.
+bool Player::goTo(std::uint64_t record) {
+    RecordPtr before = readableBefore(record);
+    if (!before) return arrive(readBeyondDamage([&] { return m_reader.goTo(record); }));
+    RecordPtr now = readBeyondDamage([&] { return m_reader.next(); });
+    if (!now) return false;
+    set(std::move(now), std::move(before));
     return true;
 }
 

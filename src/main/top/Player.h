@@ -54,6 +54,7 @@ private:
     template <typename Read>
     RecordPtr readBeyondDamage(Read read);
     RecordPtr readableBefore(std::uint64_t record);
+    bool goTo(std::uint64_t record);
     bool arrive(const RecordPtr& record);
     void set(RecordPtr now, RecordPtr previous);
     void takeReaderTo(std::uint64_t record);
