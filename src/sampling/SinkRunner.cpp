@@ -85,20 +85,24 @@ std::vector<EventItem> SinkRunner::takeEvents(Drops drops) {
 }
 
 void SinkRunner::run() {
-    for (bool more = true; more;) {
-        RecordPtr record;
-        const Task task = nextTask(record);
-        try {
-            more = perform(task, record);
-        } catch (const std::bad_alloc&) {
-            // There is no memory to tell of a failure. It is counted all the same.
-            more = task != Task::kClose;
-        }
-    }
+    while (performNext())
+        continue;
     giveUp();
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_finished = true;
     m_changed();  // still under the lock: whoever sees that this has finished may destroy it
+}
+
+// Whether there is more to do.
+bool SinkRunner::performNext() {
+    RecordPtr record;
+    const Task task = nextTask(record);
+    try {
+        return perform(task, record);
+    } catch (const std::bad_alloc&) {
+        // There is no memory to tell of a failure. It is counted all the same.
+        return task != Task::kClose;
+    }
 }
 
 // A file is reopened before the records that wait: they came after it was renamed, or may as well have.

@@ -47,6 +47,7 @@ private:
     enum class Task { kWrite, kReopen, kClose };
 
     void run();
+    bool performNext();
     Task nextTask(RecordPtr& record);
     bool perform(Task task, const RecordPtr& record);
     void succeeded(bool wrote);
