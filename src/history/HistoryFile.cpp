@@ -111,7 +111,7 @@ std::string damageOf(SQLite::Database& database, WritableHistory::Inspection ins
         if (found.getColumn(0).getInt() != 1) return "no such table: " + wanted.getColumn(0).getString();
         found.reset();
     }
-    const std::int64_t last = database.execAndGet("SELECT ifnull(max(rec), 0) FROM record").getInt64();
+    const std::int64_t last = database.execAndGet("SELECT ifnull(max(rec), 0) FROM record_numbers").getInt64();
     return last > kLastPlausibleRecord ? sqlite3_errstr(SQLITE_CORRUPT) : "";
 }
 

@@ -63,7 +63,7 @@ private:
 
 SQLite::Statement instants(SQLite::Database& database, const char* order, RecordRange range) {
     SQLite::Statement rows(database,
-                           std::string("SELECT rec, run, epoch_ms, monotonic_ms FROM record WHERE rec BETWEEN ? AND ? "
+                           std::string("SELECT rec, run, epoch_ms, monotonic_ms FROM record_numbers WHERE rec BETWEEN ? AND ? "
                                        "ORDER BY rec ") +
                                order);
     rows.bind(1, sqlNumber(range.first));
@@ -78,7 +78,7 @@ Instant instantOf(SQLite::Statement& row) {
 
 // The number of the last record before this one; 0 without.
 std::uint64_t numberBefore(SQLite::Database& database, std::uint64_t record) {
-    SQLite::Statement before(database, "SELECT ifnull(max(rec), 0) FROM record WHERE rec < ?");
+    SQLite::Statement before(database, "SELECT ifnull(max(rec), 0) FROM record_numbers WHERE rec < ?");
     before.bind(1, sqlNumber(record));
     before.executeStep();
     return static_cast<std::uint64_t>(before.getColumn(0).getInt64());
@@ -86,7 +86,7 @@ std::uint64_t numberBefore(SQLite::Database& database, std::uint64_t record) {
 
 // The number of the first record that has at least this one.
 std::uint64_t numberFrom(SQLite::Database& database, std::uint64_t record) {
-    SQLite::Statement from(database, "SELECT ifnull(min(rec), 0) FROM record WHERE rec >= ?");
+    SQLite::Statement from(database, "SELECT ifnull(min(rec), 0) FROM record_numbers WHERE rec >= ?");
     from.bind(1, sqlNumber(record));
     from.executeStep();
     return static_cast<std::uint64_t>(from.getColumn(0).getInt64());

@@ -42,7 +42,7 @@ RecordPtr HistoryReader::at(std::int64_t epochMs) {
         const Position key =
             find(database, "rec = key_rec AND epoch_ms <= ? ORDER BY epoch_ms DESC, rec DESC", epochMs);
         if (key.record == 0) return goTo(database, find(database, "rec > ? ORDER BY rec", 0));
-        SQLite::Statement rows(database, "SELECT rec, key_rec, epoch_ms FROM record WHERE rec >= ? ORDER BY rec");
+        SQLite::Statement rows(database, "SELECT rec, key_rec, epoch_ms FROM record_numbers WHERE rec >= ? ORDER BY rec");
         rows.bind(1, sqlNumber(key.record));
         Position target = key;
         while (rows.executeStep() && rows.getColumn(1).getInt64() == sqlNumber(key.record) &&
@@ -109,7 +109,7 @@ RecordRange HistoryReader::passDamage() {
 
 HistoryReader::Position HistoryReader::find(SQLite::Database& database, const char* query,
                                             std::int64_t argument) const {
-    SQLite::Statement statement(database, std::string("SELECT rec, key_rec FROM record WHERE ") + query + " LIMIT 1");
+    SQLite::Statement statement(database, std::string("SELECT rec, key_rec FROM record_numbers WHERE ") + query + " LIMIT 1");
     statement.bind(1, argument);
     if (!statement.executeStep()) return {};
     return {static_cast<std::uint64_t>(statement.getColumn(0).getInt64()),
@@ -120,7 +120,7 @@ RecordPtr HistoryReader::goTo(SQLite::Database& database, const Position& target
     if (target.record == 0) return nullptr;
     m_target = target.record;
     SQLite::Statement rows(database,
-                           "SELECT rec, run, epoch_ms, monotonic_ms, took_us, key_rec, body FROM record "
+                           "SELECT rec, run, epoch_ms, monotonic_ms, took_us, key_rec, body FROM record_numbers "
                            "JOIN body USING(rec) WHERE rec BETWEEN ? AND ? ORDER BY rec");
     const Buffer& text = unpackUpTo(target, rows);
     RecordPtr record = parse(text.view(), rows);

@@ -115,7 +115,7 @@ void join(SQLite::Database& database, const char* query, std::vector<RecordNumbe
 
 std::vector<RecordNumbers> numbersIn(SQLite::Database& database, RecordRange range) {
     SQLite::Statement records(database,
-                              "SELECT rec, run, epoch_ms, monotonic_ms, took_us, items, rec = key_rec FROM record "
+                              "SELECT rec, run, epoch_ms, monotonic_ms, took_us, items, rec = key_rec FROM record_numbers "
                               "WHERE rec BETWEEN ? AND ? ORDER BY rec LIMIT ?");
     records.bind(1, sqlNumber(range.first));
     records.bind(2, sqlNumber(range.last));
@@ -131,7 +131,7 @@ std::vector<RecordNumbers> numbersIn(SQLite::Database& database, RecordRange ran
          // As the view tells, but from the rows to the records: from each record to its rows takes ten times as long.
          "SELECT rec, type, p.requests, p.remote_sessions_current, p.remote_sessions_peak FROM protocol_span p "
          "CROSS JOIN record_numbers ON rec BETWEEN first_rec AND ifnull(last_rec, first_rec) "
-         "WHERE first_rec BETWEEN (SELECT key_rec FROM record WHERE rec = ?1) AND ?2 AND rec BETWEEN ?1 AND ?2 "
+         "WHERE first_rec BETWEEN (SELECT key_rec FROM record_numbers WHERE rec = ?1) AND ?2 AND rec BETWEEN ?1 AND ?2 "
          "ORDER BY rec, place",
          rows, [](RecordNumbers& row, Columns& columns) { row.protocols.push_back(protocolOf(columns)); });
     return rows;
@@ -160,6 +160,8 @@ HistoryEvent eventOf(SQLite::Statement& row) {
     columns.pass(1);
     columns(event.startMs);
     columns(event.endMs);
+    event.startMs /= kMicrosPerMilli;
+    if (event.endMs) *event.endMs /= kMicrosPerMilli;
     columns.word(event.kind, eventKindOf);
     columns(event.status);
     columns(event.count);
@@ -204,9 +206,9 @@ std::optional<HistorySpan> HistoryTables::span(std::int64_t fromMs, std::int64_t
         SQLite::Statement ends(
             database,
             "SELECT f.rec, f.epoch_ms, l.rec, l.epoch_ms, "
-            "(SELECT count(*) FROM record WHERE rec BETWEEN f.rec AND l.rec) FROM "
-            "(SELECT min(rec) AS first, max(rec) AS last FROM record WHERE epoch_ms BETWEEN ? AND ?) "
-            "JOIN record f ON f.rec = first JOIN record l ON l.rec = last");
+            "(SELECT count(*) FROM record_numbers WHERE rec BETWEEN f.rec AND l.rec) FROM "
+            "(SELECT min(rec) AS first, max(rec) AS last FROM record_numbers WHERE epoch_ms BETWEEN ? AND ?) "
+            "JOIN record_numbers f ON f.rec = first JOIN record_numbers l ON l.rec = last");
         ends.bind(1, fromMs);
         ends.bind(2, toMs);
         if (!ends.executeStep()) return std::nullopt;
@@ -248,9 +250,9 @@ std::vector<HistoryRun> HistoryTables::runs(RecordRange range) {
         // Runs follow each other as the records do.
         SQLite::Statement rows(
             database,
-            "SELECT run, epoch_ms, server, engine_version, engine_type, interval_ms, handles FROM run "
-            "WHERE run BETWEEN (SELECT run FROM record WHERE rec >= ? ORDER BY rec LIMIT 1) "
-            "AND (SELECT run FROM record WHERE rec <= ? ORDER BY rec DESC LIMIT 1) ORDER BY run");
+            "SELECT run, start_us, server, engine_version, engine_type, interval_ms, handles FROM run "
+            "WHERE run BETWEEN (SELECT run FROM record_numbers WHERE rec >= ? ORDER BY rec LIMIT 1) "
+            "AND (SELECT run FROM record_numbers WHERE rec <= ? ORDER BY rec DESC LIMIT 1) ORDER BY run");
         rows.bind(1, sqlNumber(range.first));
         rows.bind(2, sqlNumber(range.last));
         std::vector<HistoryRun> runs;
@@ -259,6 +261,7 @@ std::vector<HistoryRun> HistoryTables::runs(RecordRange range) {
             Columns columns(rows);
             columns(run.run);
             columns(run.epochMs);
+            run.epochMs /= kMicrosPerMilli;
             columns(run.server);
             columns(run.engineVersion);
             columns(run.engineType);

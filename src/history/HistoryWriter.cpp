@@ -121,7 +121,7 @@ HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limit
       m_continueWait(m_database, "UPDATE wait SET last_rec = ?, waited_ms = ? WHERE first_rec = ? AND place = ?"),
       m_insertEvent(insertion(m_database, "event")),
       m_nextRun(number(m_database, "SELECT ifnull(max(run), 0) + 1 FROM run")),
-      m_lastRecord(number(m_database, "SELECT ifnull(max(rec), 0) FROM record")) {
+      m_lastRecord(number(m_database, "SELECT ifnull(max(rec), 0) FROM record_numbers")) {
 } catch (const SQLite::Exception& error) {
     throw HistoryException(historyMessage("ERR_HISTORY", path.c_str(), error.what()));
 }
@@ -212,7 +212,7 @@ void HistoryWriter::insertRecord(const Record& record, std::string_view body, st
 void HistoryWriter::insertRun(const Record& record) {
     SQLite::Statement statement(m_database,
                                 "INSERT OR IGNORE INTO run VALUES(?, ?, ?, ?, nullif(?, ''), ?, nullif(?, 0), ?)");
-    bindRow(statement, record.run, record.epochMs, bootId(), record.name(record.server),
+    bindRow(statement, record.run, record.epochMs * kMicrosPerMilli, bootId(), record.name(record.server),
             record.name(record.engineVersion), record.engineType, record.intervalMs, wordOf(record.scope));
     statement.exec();
 }
@@ -281,8 +281,10 @@ void HistoryWriter::insertWait(const Record& record, const WaitItem& wait, std::
 void HistoryWriter::insertEvents(const Record& record) {
     std::uint64_t place = 0;
     for (const EventItem& event : record.events) {
-        bindRow(m_insertEvent, record.number, place++, event.startMs, event.endMs, wordOf(event.kind), event.status,
-                event.count, event.text);
+        std::optional<std::int64_t> endUs;
+        if (event.endMs) endUs = *event.endMs * kMicrosPerMilli;
+        bindRow(m_insertEvent, record.number, place++, event.startMs * kMicrosPerMilli, endUs, wordOf(event.kind),
+                event.status, event.count, event.text);
         m_insertEvent.exec();
     }
 }
@@ -321,11 +323,11 @@ void HistoryWriter::dropOld(std::int64_t nowMs) {
         // The first record of the group behind the oldest one; without such the oldest one is still being written.
         const std::int64_t next = m_database
                                       .execAndGet(
-                                          "SELECT ifnull((SELECT rec FROM record WHERE rec > (SELECT min(rec) "
-                                          "FROM record) AND rec = key_rec ORDER BY rec LIMIT 1), 0)")
+                                          "SELECT ifnull((SELECT rec FROM record_numbers WHERE rec > (SELECT min(rec) "
+                                          "FROM record_numbers) AND rec = key_rec ORDER BY rec LIMIT 1), 0)")
                                       .getInt64();
         if (next == 0) return;
-        SQLite::Statement newest(m_database, "SELECT max(epoch_ms) FROM record WHERE rec < ?");
+        SQLite::Statement newest(m_database, "SELECT max(epoch_ms) FROM record_numbers WHERE rec < ?");
         newest.bind(1, next);
         newest.executeStep();
         if (!tooLarge && newest.getColumn(0).getInt64() >= oldestMs) return;
@@ -339,7 +341,7 @@ void HistoryWriter::dropBefore(std::int64_t record) {
         for (const char* old :
              {"record_numbers WHERE rec < ?", "body WHERE rec < ?", "limits WHERE first_rec < ?",
               "protocol_span WHERE first_rec < ?", "event WHERE rec < ?", "wait WHERE first_rec < ?1 AND last_rec < ?1",
-              "run WHERE run < (SELECT run FROM record WHERE rec = ?)"}) {
+              "run WHERE run < (SELECT run FROM record_numbers WHERE rec = ?)"}) {
             SQLite::Statement statement(m_database, std::string("DELETE FROM ") + old);
             statement.bind(1, record);
             statement.exec();

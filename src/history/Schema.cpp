@@ -33,7 +33,7 @@ private:
 // what a row of all numbers takes. A column that is 0 or NULL takes one byte, whose value is in the head of the row.
 const char* const kSchema = R"(
 CREATE TABLE run(
-    run INTEGER PRIMARY KEY, epoch_ms INTEGER NOT NULL, boot_id TEXT, server TEXT NOT NULL, engine_version TEXT,
+    run INTEGER PRIMARY KEY, start_us INTEGER NOT NULL, boot_id TEXT, server TEXT NOT NULL, engine_version TEXT,
     engine_type INTEGER, interval_ms INTEGER, handles TEXT NOT NULL);
 CREATE TABLE record_numbers(
     rec INTEGER PRIMARY KEY, run INTEGER NOT NULL, epoch_ms INTEGER NOT NULL, monotonic_ms INTEGER NOT NULL,
@@ -57,7 +57,9 @@ CREATE TABLE protocol_span(
     first_rec INTEGER, place INTEGER, last_rec INTEGER, type INTEGER NOT NULL, requests INTEGER NOT NULL,
     remote_sessions_current INTEGER NOT NULL, remote_sessions_peak INTEGER NOT NULL,
     PRIMARY KEY(first_rec, place)) WITHOUT ROWID;
-CREATE VIEW record AS SELECT rec, run, epoch_ms, monotonic_ms, took_us, key_rec, items FROM record_numbers;
+CREATE VIEW record AS SELECT
+    rec, run, epoch_ms * 1000 AS start_us, monotonic_ms * 1000 AS mono_us, took_us, key_rec, items, body
+    FROM record_numbers LEFT JOIN body USING(rec);
 CREATE VIEW usage AS SELECT
     rec, users_current, users_peak, users_max, files_current, files_peak, files_max,
     handles_current, handles_peak, handles_max, transactions_current, transactions_peak, transactions_max,
@@ -79,7 +81,7 @@ CREATE TABLE wait(
     waited_ms INTEGER NOT NULL, file TEXT NOT NULL, client TEXT NOT NULL, client_index INTEGER NOT NULL,
     kind TEXT NOT NULL, PRIMARY KEY(first_rec, place)) WITHOUT ROWID;
 CREATE TABLE event(
-    rec INTEGER, place INTEGER, start_epoch_ms INTEGER NOT NULL, end_epoch_ms INTEGER, kind TEXT NOT NULL,
+    rec INTEGER, place INTEGER, start_us INTEGER NOT NULL, end_us INTEGER, kind TEXT NOT NULL,
     status INTEGER, count INTEGER, text TEXT NOT NULL, PRIMARY KEY(rec, place)) WITHOUT ROWID;
 )";
 

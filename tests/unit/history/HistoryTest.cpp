@@ -180,7 +180,7 @@ TEST(History, KeepsWaitsAsEpisodesAndEventsAsRows) {
                   .getString(),
               "1:1-1 2:1-3 2:1-2 2:2-2 1:4-4 1:6-6");
     EXPECT_EQ(query("h",
-                    "SELECT count(*) FROM event WHERE kind = 'ticks_missed' AND end_epoch_ms = 7 AND count = 3 AND "
+                    "SELECT count(*) FROM event WHERE kind = 'ticks_missed' AND end_us = 7000 AND count = 3 AND "
                     "text = 'late'"),
               6);
     EXPECT_EQ(query("h", "SELECT count(*) FROM wait WHERE client = 'T' || char(0xFFFD)"), 6);
