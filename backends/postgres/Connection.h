@@ -16,8 +16,8 @@
 #include "Environment.h"
 #include "Log.h"
 #include "ServerText.h"
-#include "States.h"
 #include "StatusError.h"
+#include "Statuses.h"
 
 namespace xr::postgres {
 

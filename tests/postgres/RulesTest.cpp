@@ -8,7 +8,7 @@
 
 #include "Locks.h"
 #include "Names.h"
-#include "States.h"
+#include "Statuses.h"
 
 using namespace xr;
 using namespace xr::postgres;
@@ -217,7 +217,7 @@ TEST(PostgresNames, TellSessionsApart) {
     EXPECT_EQ(sessionName(session, 20), "prepared of ma #775");
 }
 
-TEST(PostgresStates, FollowFromTheServersCodes) {
+TEST(PostgresStatuses, FollowFromTheServersCodes) {
     const struct {
         const char* code;
         int connecting;

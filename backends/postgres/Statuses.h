@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The statuses of this library, and which of them an error of the server becomes.
-#ifndef VEXO_POSTGRES_STATES_H
-#define VEXO_POSTGRES_STATES_H
+#ifndef VEXO_POSTGRES_STATUSES_H
+#define VEXO_POSTGRES_STATUSES_H
 
 #include <cstdint>
 #include <string>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "States.h"
+#include "Statuses.h"
 
 #include <algorithm>
 #include <array>
