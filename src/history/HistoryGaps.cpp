@@ -62,10 +62,10 @@ private:
 };
 
 SQLite::Statement instants(SQLite::Database& database, const char* order, RecordRange range) {
-    SQLite::Statement rows(database,
-                           std::string("SELECT rec, run, epoch_ms, monotonic_ms FROM record_numbers WHERE rec BETWEEN ? AND ? "
-                                       "ORDER BY rec ") +
-                               order);
+    SQLite::Statement rows(
+        database, std::string("SELECT rec, run, epoch_ms, monotonic_ms FROM record_numbers WHERE rec BETWEEN ? AND ? "
+                              "ORDER BY rec ") +
+                      order);
     rows.bind(1, sqlNumber(range.first));
     rows.bind(2, sqlNumber(range.last));
     return rows;

@@ -42,7 +42,8 @@ RecordPtr HistoryReader::at(std::int64_t epochMs) {
         const Position key =
             find(database, "rec = key_rec AND epoch_ms <= ? ORDER BY epoch_ms DESC, rec DESC", epochMs);
         if (key.record == 0) return goTo(database, find(database, "rec > ? ORDER BY rec", 0));
-        SQLite::Statement rows(database, "SELECT rec, key_rec, epoch_ms FROM record_numbers WHERE rec >= ? ORDER BY rec");
+        SQLite::Statement rows(database,
+                               "SELECT rec, key_rec, epoch_ms FROM record_numbers WHERE rec >= ? ORDER BY rec");
         rows.bind(1, sqlNumber(key.record));
         Position target = key;
         while (rows.executeStep() && rows.getColumn(1).getInt64() == sqlNumber(key.record) &&
@@ -109,7 +110,8 @@ RecordRange HistoryReader::passDamage() {
 
 HistoryReader::Position HistoryReader::find(SQLite::Database& database, const char* query,
                                             std::int64_t argument) const {
-    SQLite::Statement statement(database, std::string("SELECT rec, key_rec FROM record_numbers WHERE ") + query + " LIMIT 1");
+    SQLite::Statement statement(database,
+                                std::string("SELECT rec, key_rec FROM record_numbers WHERE ") + query + " LIMIT 1");
     statement.bind(1, argument);
     if (!statement.executeStep()) return {};
     return {static_cast<std::uint64_t>(statement.getColumn(0).getInt64()),

@@ -114,9 +114,10 @@ void join(SQLite::Database& database, const char* query, std::vector<RecordNumbe
 }
 
 std::vector<RecordNumbers> numbersIn(SQLite::Database& database, RecordRange range) {
-    SQLite::Statement records(database,
-                              "SELECT rec, run, epoch_ms, monotonic_ms, took_us, items, rec = key_rec FROM record_numbers "
-                              "WHERE rec BETWEEN ? AND ? ORDER BY rec LIMIT ?");
+    SQLite::Statement records(
+        database,
+        "SELECT rec, run, epoch_ms, monotonic_ms, took_us, items, rec = key_rec FROM record_numbers "
+        "WHERE rec BETWEEN ? AND ? ORDER BY rec LIMIT ?");
     records.bind(1, sqlNumber(range.first));
     records.bind(2, sqlNumber(range.last));
     records.bind(3, kPortion);

@@ -11,8 +11,8 @@ namespace {
 // The record that shows the start of an episode: the first one kept, where its start was dropped.
 std::optional<RecordMark> find(ReadableHistory& history, const std::string& episode, std::uint64_t record) {
     return history.read([&](SQLite::Database& database) -> std::optional<RecordMark> {
-        SQLite::Statement statement(
-            database, "SELECT rec, epoch_ms FROM record_numbers WHERE rec >= (SELECT " + episode + ") ORDER BY rec LIMIT 1");
+        SQLite::Statement statement(database, "SELECT rec, epoch_ms FROM record_numbers WHERE rec >= (SELECT " +
+                                                  episode + ") ORDER BY rec LIMIT 1");
         statement.bind(1, sqlNumber(record));
         if (!statement.executeStep()) return std::nullopt;
         return RecordMark{static_cast<std::uint64_t>(statement.getColumn(0).getInt64()),
