@@ -4,13 +4,10 @@
 #include <algorithm>
 #include <array>
 
+#include "report/TimeUnits.h"
+
 namespace vexo {
 namespace {
-
-constexpr std::int64_t kSecond = 1000;
-constexpr std::int64_t kMinute = 60 * kSecond;
-constexpr std::int64_t kHour = 60 * kMinute;
-constexpr std::int64_t kDay = 24 * kHour;
 
 constexpr std::array<std::int64_t, 22> kSteps = {
     100,        200,         500,         kSecond,      2 * kSecond,  5 * kSecond, 10 * kSecond, 30 * kSecond,

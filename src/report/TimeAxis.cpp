@@ -7,14 +7,10 @@
 #include <ctime>
 
 #include "record/PointInTime.h"
+#include "report/TimeUnits.h"
 
 namespace vexo {
 namespace {
-
-constexpr std::int64_t kSecond = 1000;
-constexpr std::int64_t kMinute = 60 * kSecond;
-constexpr std::int64_t kHour = 60 * kMinute;
-constexpr std::int64_t kDay = 24 * kHour;
 
 constexpr std::array<std::int64_t, 24> kSteps = {
     100,         kSecond,     2 * kSecond,  5 * kSecond,  10 * kSecond, 15 * kSecond, 30 * kSecond, kMinute,

@@ -13,15 +13,14 @@
 #include "main/agent/AgentOptions.h"
 #include "main/agent/AgentSignals.h"
 #include "main/agent/ServiceManager.h"
+#include "main/companion/Companion.h"
 #include "sampling/Distributor.h"
 #include "sampling/Sampler.h"
 #include "sampling/WakeUp.h"
 
 namespace vexo {
 
-// Exit statuses.
-inline constexpr int kEnded = 0;
-inline constexpr int kRefused = 1;
+// An exit status beside those of all companions.
 inline constexpr int kAbandoned = 75;  // EX_TEMPFAIL: starting anew may help
 
 class Recorder {

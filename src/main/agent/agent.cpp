@@ -1,38 +1,20 @@
 // SPDX-License-Identifier: MIT
 // vexo-agent: records what an engine does.
-#include <unistd.h>
-
 #include <algorithm>
-#include <new>
 
 #include "config/ConfigFileReader.h"
 #include "foundation/Encoding.h"
-#include "foundation/Exception.h"
 #include "foundation/Piece.h"
-#include "foundation/Process.h"
 #include "foundation/TextWriter.h"
 #include "main/agent/AgentOptions.h"
 #include "main/agent/Recorder.h"
 #include "main/agent/SettingsCheck.h"
-#include "main/companion/ErrorStream.h"
+#include "main/companion/Companion.h"
 #include "messages/MessageHelper.h"
 #include "output/Version.h"
-#include "sink/SinkText.h"
 
 namespace vexo {
 namespace {
-
-void printHelp(const MessageHelper& messages) {
-    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kByHand);
-    for (const char* part : {"HELP_USAGE", "HELP_SINKS", "HELP_SAMPLING", "HELP_HISTORY", "HELP_OTHER"})
-        out->writeLine(messages.getResStr(part));
-    out->flush();
-}
-
-void printVersion(const MessageHelper& messages) {
-    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kAfterEveryLine);
-    out->writeLine(messages.getResStr("NAME", kProgramVersion));
-}
 
 // One line for each finding, in the form that editors and compilers use.
 int printCheck(const MessageHelper& messages, const String& path) {
@@ -54,11 +36,13 @@ int run(int argc, char** argv) {
     const MessageHelper messages("AGENT", "AGENT_");
     const AgentOptions options = readAgentOptions(argc, argv);
     if (options.help) {
-        printHelp(messages);
+        printLines({messages.getResStr("HELP_USAGE"), messages.getResStr("HELP_SINKS"),
+                    messages.getResStr("HELP_SAMPLING"), messages.getResStr("HELP_HISTORY"),
+                    messages.getResStr("HELP_OTHER")});
         return kEnded;
     }
     if (options.version) {
-        printVersion(messages);
+        printLines({messages.getResStr("NAME", kProgramVersion)});
         return kEnded;
     }
     const String path = widen(options.settings);
@@ -67,32 +51,9 @@ int run(int argc, char** argv) {
     return Recorder(options, *configuration).run();
 }
 
-int runAndReport(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const OptionException& error) {
-        tell(narrow(error.message()));
-        tell(narrow(MessageHelper("OPTIONS", "OPTIONS_").getResStr("SEE_HELP", "vexo-agent")));
-    } catch (const Exception& error) {
-        tell(narrow(reasonOf(error)));
-    }
-    return kRefused;
-}
-
-// Memory may also run out while another failure is reported.
-int runWithMemory(int argc, char** argv) {
-    try {
-        return runAndReport(argc, argv);
-    } catch (const std::bad_alloc&) {
-        tell("Out of memory");
-        return kRefused;
-    }
-}
-
 }  // namespace
 }  // namespace vexo
 
 int main(int argc, char** argv) {
-    vexo::prepareProcess();
-    return vexo::runWithMemory(argc, argv);
+    return vexo::runCompanion("vexo-agent", vexo::run, argc, argv);
 }

@@ -6,10 +6,10 @@
 
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
-#include "foundation/Process.h"
 #include "foundation/TextWriter.h"
 #include "history/HistoryCheck.h"
 #include "history/HistoryFile.h"
+#include "main/companion/Companion.h"
 #include "main/companion/ErrorStream.h"
 #include "main/companion/Options.h"
 #include "main/report/FileBeside.h"
@@ -28,18 +28,7 @@
 namespace vexo {
 namespace {
 
-constexpr int kMade = 0;
-constexpr int kRefused = 1;
-constexpr int kUnreadable = 2;
-
 using Out = Ref<TextWriter>;
-
-void print(std::initializer_list<String> lines) {
-    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kByHand);
-    for (const String& line : lines)
-        out->writeLine(line);
-    out->flush();
-}
 
 // Tells why there is nothing to be made.
 [[noreturn]] void failEmpty(const MessageHelper& messages, const ReportOptions& options) {
@@ -79,7 +68,7 @@ int exportTo(Sink& sink, const ReportOptions& options, const HistorySpan& span) 
     for (const RecordRange& lost : records.lost())
         tell(narrow(
             historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(), std::to_string(lost.last).c_str())));
-    return records.lost().empty() ? kMade : kUnreadable;
+    return records.lost().empty() ? kEnded : kUnreadable;
 }
 
 int exportRecords(const ReportOptions& options, const HistorySpan& span) {
@@ -95,10 +84,10 @@ int exportRecords(const ReportOptions& options, const HistorySpan& span) {
 int check(const MessageHelper& messages, const ReportOptions& options) {
     const HistoryCheck result = checkHistory(options.history);
     for (const String& finding : result.findings)
-        print({finding});
-    print({messages.getResStr(result.findings.empty() ? "CHECK_SOUND" : "CHECK_DAMAGED", options.history.c_str(),
-                              std::to_string(result.records).c_str())});
-    return result.findings.empty() ? kMade : kUnreadable;
+        printLines({finding});
+    printLines({messages.getResStr(result.findings.empty() ? "CHECK_SOUND" : "CHECK_DAMAGED", options.history.c_str(),
+                                   std::to_string(result.records).c_str())});
+    return result.findings.empty() ? kEnded : kUnreadable;
 }
 
 int backUp(const ReportOptions& options) {
@@ -109,19 +98,20 @@ int backUp(const ReportOptions& options) {
         tell(narrow(error.message()));  // the history can be read, so it is the copy
         return kRefused;
     }
-    return kMade;
+    return kEnded;
 }
 
 int run(int argc, char** argv) {
     const MessageHelper messages("REPORT", "REPORT_");
     const ReportOptions options = readReportOptions(argc, argv);
     if (options.help) {
-        print({messages.getResStr("HELP_USAGE"), messages.getResStr("HELP_OUTPUT"), messages.getResStr("HELP_OTHER")});
-        return kMade;
+        printLines(
+            {messages.getResStr("HELP_USAGE"), messages.getResStr("HELP_OUTPUT"), messages.getResStr("HELP_OTHER")});
+        return kEnded;
     }
     if (options.version) {
-        print({messages.getResStr("NAME", kProgramVersion)});
-        return kMade;
+        printLines({messages.getResStr("NAME", kProgramVersion)});
+        return kEnded;
     }
     if (options.check) return check(messages, options);
     if (options.backup) return backUp(options);
@@ -129,30 +119,22 @@ int run(int argc, char** argv) {
     if (!span) failEmpty(messages, options);
     if (!options.page) return exportRecords(options, *span);
     makePage(options, *span);
-    return kMade;
+    return kEnded;
 }
 
-int runAndReport(int argc, char** argv) {
+// The same for a history that cannot be read.
+int runOnHistory(int argc, char** argv) {
     try {
         return run(argc, argv);
-    } catch (const OptionException& error) {
-        tell(narrow(error.message()));
-        tell(narrow(MessageHelper("OPTIONS", "OPTIONS_").getResStr("SEE_HELP", "vexo-report")));
     } catch (const HistoryException& error) {
         tell(narrow(error.message()));
         return kUnreadable;
-    } catch (const Exception& error) {
-        tell(narrow(reasonOf(error)));
-    } catch (const std::bad_alloc&) {
-        tell("Out of memory");
     }
-    return kRefused;
 }
 
 }  // namespace
 }  // namespace vexo
 
 int main(int argc, char** argv) {
-    vexo::prepareProcess();
-    return vexo::runAndReport(argc, argv);
+    return vexo::runCompanion("vexo-report", vexo::runOnHistory, argc, argv);
 }

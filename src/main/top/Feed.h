@@ -6,15 +6,11 @@
 #include <string>
 
 #include "foundation/Exception.h"
+#include "main/companion/Companion.h"
 #include "view/Key.h"
 #include "view/Viewer.h"
 
 namespace vexo {
-
-// Exit statuses.
-inline constexpr int kEnded = 0;
-inline constexpr int kRefused = 1;
-inline constexpr int kUnreadable = 2;  // a history, or an empty one
 
 // There is nothing to show and never will be. The message says why.
 class FeedException : public Exception {

@@ -9,8 +9,7 @@
 #include "config/ConfigFileReader.h"
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
-#include "foundation/Process.h"
-#include "foundation/TextWriter.h"
+#include "main/companion/Companion.h"
 #include "main/companion/ErrorStream.h"
 #include "main/top/Batch.h"
 #include "main/top/Live.h"
@@ -25,18 +24,6 @@ namespace {
 
 // How long threads are waited for that may be blocked.
 constexpr std::int64_t kPatienceUs = 1'000'000;
-
-void printHelp(const MessageHelper& messages) {
-    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kByHand);
-    for (const char* part : {"HELP_USAGE", "HELP_SCREEN", "HELP_OTHER"})
-        out->writeLine(messages.getResStr(part));
-    out->flush();
-}
-
-void printVersion(const MessageHelper& messages) {
-    const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kAfterEveryLine);
-    out->writeLine(messages.getResStr("NAME", kProgramVersion));
-}
 
 std::unique_ptr<Feed> makeFeed(const TopOptions& options, const WakeUp& woken) {
     if (options.history) return std::make_unique<Replay>(*options.history, options.at, options.follow, woken);
@@ -102,36 +89,24 @@ int run(int argc, char** argv) {
     const MessageHelper messages("TOP", "TOP_");
     const TopOptions options = readTopOptions(argc, argv);
     if (options.help) {
-        printHelp(messages);
+        printLines(
+            {messages.getResStr("HELP_USAGE"), messages.getResStr("HELP_SCREEN"), messages.getResStr("HELP_OTHER")});
         return kEnded;
     }
     if (options.version) {
-        printVersion(messages);
+        printLines({messages.getResStr("NAME", kProgramVersion)});
         return kEnded;
     }
-    return runFeed(options);
-}
-
-int runAndReport(int argc, char** argv) {
     try {
-        return run(argc, argv);
-    } catch (const OptionException& error) {
-        tell(narrow(error.message()));
-        tell(narrow(MessageHelper("OPTIONS", "OPTIONS_").getResStr("SEE_HELP", "vexo-top")));
+        return runFeed(options);
     } catch (const FeedException& error) {
         return reportAs(error.status(), error);
-    } catch (const Exception& error) {
-        tell(narrow(reasonOf(error)));
-    } catch (const std::bad_alloc&) {
-        tell("Out of memory");
     }
-    return kRefused;
 }
 
 }  // namespace
 }  // namespace vexo
 
 int main(int argc, char** argv) {
-    vexo::prepareProcess();
-    return vexo::runAndReport(argc, argv);
+    return vexo::runCompanion("vexo-top", vexo::run, argc, argv);
 }
