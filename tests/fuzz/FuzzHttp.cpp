@@ -46,6 +46,11 @@ std::string answerTo(std::uint16_t port, const std::string& bytes, timeval patie
     const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
+    // Every connection comes from an address of its own: the ports of one are soon used up, each for a minute.
+    constexpr std::uint32_t kAddresses = 1U << 20U;
+    static std::uint32_t s_client = 0;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + s_client++ % kAddresses);
+    require(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(port);
     require(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
