@@ -81,11 +81,11 @@ build_in() {
     cmake --build "$root/build/$1" -- --quiet
 }
 
-# Runs the tests of build/NAME; further arguments go to ctest.
+# Runs the tests of build/NAME; further arguments go to ctest. Many of them wait most of the time.
 test_in() {
     local name=$1
     shift
-    ctest --test-dir "$root/build/$name" --output-on-failure -j "$jobs" "$@"
+    ctest --test-dir "$root/build/$name" --output-on-failure -j "$((2 * jobs))" "$@"
 }
 
 mkdir -p "$root/build"
