@@ -90,6 +90,9 @@ class Library:
 
 class Server:
     def __init__(self, *options):
+        # Else it depends on the layout of a server process' heap whether it gives memory back and takes it again with
+        # every statement, which costs 0.1 ms each.
+        os.environ.update(MALLOC_TRIM_THRESHOLD_="67108864", MALLOC_TOP_PAD_="1048576")
         self.process = subprocess.Popen([os.path.join(ROOT, "tests/postgres/throw-away-server"), *options],
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.pid, self.socket, self.port = self.process.stdout.readline().split()
@@ -97,9 +100,6 @@ class Server:
         self.ask(admin, "CREATE ROLE vexo LOGIN PASSWORD 'demo'; GRANT pg_read_all_stats TO vexo")
         self.ask(admin, "CREATE DATABASE shop")
         os.environ.update(PGDATABASE="shop", PGPORT=self.port, PGSSLMODE="disable")
-        # Else it depends on the layout of a server process' heap whether it gives memory back and takes it again with
-        # every statement, which costs 0.1 ms each.
-        os.environ.update(MALLOC_TRIM_THRESHOLD_="67108864", MALLOC_TOP_PAD_="1048576")
         self.admin = self.connect(dbname="shop")
         self.ask(self.admin, SCHEMA)
 
