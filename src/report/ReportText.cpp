@@ -12,14 +12,10 @@
 #include "record/PointInTime.h"
 #include "record/SafeText.h"
 #include "record/Timestamp.h"
+#include "report/TimeUnits.h"
 
 namespace vexo {
 namespace {
-
-constexpr std::uint64_t kSecondMs = 1000;
-constexpr std::uint64_t kMinuteMs = 60 * kSecondMs;
-constexpr std::uint64_t kHourMs = 60 * kMinuteMs;
-constexpr std::uint64_t kDayMs = 24 * kHourMs;
 
 // Bundles are UTF-8; the encoding of the environment may lack some of their characters.
 std::string utf8Of(StringView wide) {
@@ -184,16 +180,16 @@ std::string ReportText::percent(double share) const {
 }
 
 std::string ReportText::duration(std::uint64_t milliseconds) const {
-    constexpr std::uint64_t kTenthsBelow = 10 * kSecondMs;
-    constexpr double kSecond = 1000;
+    constexpr std::uint64_t kTenthsBelow = 10 * kSecond;
     if (milliseconds < kTenthsBelow)
-        return text("SECONDS", {number(std::round(static_cast<double>(milliseconds) / kSecond * 10) / 10)});
+        return text("SECONDS",
+                    {number(std::round(static_cast<double>(milliseconds) / static_cast<double>(kSecond) * 10) / 10)});
     struct Unit {
         std::uint64_t ms;
         const char* key;
     };
     static constexpr std::array<Unit, 4> kUnits = {
-        {{kDayMs, "DAYS"}, {kHourMs, "HOURS"}, {kMinuteMs, "MINUTES"}, {kSecondMs, "SECONDS"}}
+        {{kDay, "DAYS"}, {kHour, "HOURS"}, {kMinute, "MINUTES"}, {kSecond, "SECONDS"}}
     };
     // Two units are written, so the lesser one is rounded, which may make the greater one another.
     const auto unitOf = [](std::uint64_t length) {

@@ -117,13 +117,12 @@ void readOption(AgentOptions& options, const GivenOption& given) {
 }
 
 void examine(const AgentOptions& options) {
-    const MessageHelper messages("AGENT", "AGENT_");
     if (options.help || options.version) return;
     if (options.settings.empty()) refuseOption("ERR_NO_SETTINGS");
     if (options.check) return;
-    if (!options.hasSink()) throw OptionException(messages.getResStr("ERR_NO_SINK"));
+    if (!options.hasSink()) refuseFrom("AGENT", "ERR_NO_SINK");
     if (options.once && options.count != 0) refuseOption("ERR_EXCLUDE", "--once", "--count");
-    if (options.abandonMs < options.stallMs) throw OptionException(messages.getResStr("ERR_ABANDON"));
+    if (options.abandonMs < options.stallMs) refuseFrom("AGENT", "ERR_ABANDON");
 }
 
 }  // namespace

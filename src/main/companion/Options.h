@@ -21,10 +21,16 @@ public:
     using Exception::Exception;
 };
 
-// Throws OptionException with a text of the bundle OPTIONS.
+// Throws OptionException with a text of a bundle, such as the program's own.
+template <typename... Arguments>
+[[noreturn]] void refuseFrom(const char* bundle, const char* key, Arguments... arguments) {
+    throw OptionException(MessageHelper(bundle, (std::string(bundle) + "_").c_str()).getResStr(key, arguments...));
+}
+
+// The same with a text that the programs share.
 template <typename... Arguments>
 [[noreturn]] void refuseOption(const char* key, Arguments... arguments) {
-    throw OptionException(MessageHelper("OPTIONS", "OPTIONS_").getResStr(key, arguments...));
+    refuseFrom("OPTIONS", key, arguments...);
 }
 
 // An option as it was given. The texts are bytes.

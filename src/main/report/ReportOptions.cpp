@@ -28,11 +28,6 @@ constexpr option kOptions[] = {
     {nullptr,   0,                 nullptr, 0       }
 };
 
-template <typename... Arguments>
-[[noreturn]] void refuse(const char* key, Arguments... arguments) {
-    throw OptionException(MessageHelper("REPORT", "REPORT_").getResStr(key, arguments...));
-}
-
 std::int64_t pointInTime(const GivenOption& given) {
     const auto parsed = parsePointInTime(given.value, RecordClocks::systemEpochMs());
     if (!parsed) given.refuse();
@@ -84,16 +79,16 @@ std::vector<const char*> outputsOf(const ReportOptions& options) {
 
 void examine(const ReportOptions& options) {
     if (options.help || options.version) return;
-    if (options.history.empty()) refuse("ERR_NO_HISTORY");
+    if (options.history.empty()) refuseFrom("REPORT", "ERR_NO_HISTORY");
     const std::vector<const char*> outputs = outputsOf(options);
-    if (outputs.empty()) refuse("ERR_NO_OUTPUT");
+    if (outputs.empty()) refuseFrom("REPORT", "ERR_NO_OUTPUT");
     if (outputs.size() > 1) refuseOption("ERR_EXCLUDE", outputs[0], outputs[1]);
     const bool hasSpan = !options.backup && !options.check;
     if (!hasSpan && (options.fromMs || options.toMs))
         refuseOption("ERR_EXCLUDE", options.fromMs ? "--from" : "--to", outputs[0]);
     if (options.csvFormulas == CsvFormulas::kRaw && !options.csv) refuseOption("ERR_NEEDS", "--csv-raw", "--csv");
     if (options.fromMs && options.toMs && *options.fromMs > *options.toMs)
-        refuse("ERR_ORDER", localTime(*options.fromMs).c_str(), localTime(*options.toMs).c_str());
+        refuseFrom("REPORT", "ERR_ORDER", localTime(*options.fromMs).c_str(), localTime(*options.toMs).c_str());
 }
 
 }  // namespace

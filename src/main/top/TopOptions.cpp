@@ -75,8 +75,7 @@ void readOption(TopOptions& options, const GivenOption& given, std::optional<std
 void examine(const TopOptions& options, bool hasCount) {
     if (options.help || options.version) return;
     if (options.settings && options.history) refuseOption("ERR_EXCLUDE", "-f", "--replay");
-    if (!options.settings && !options.history)
-        throw OptionException(MessageHelper("TOP", "TOP_").getResStr("ERR_NO_SOURCE"));
+    if (!options.settings && !options.history) refuseFrom("TOP", "ERR_NO_SOURCE");
     if (hasCount && !options.batch) refuseOption("ERR_NEEDS", "--count", "--batch");
     if (options.at && !options.history) refuseOption("ERR_NEEDS", "--at", "--replay");
     if (options.follow && !options.history) refuseOption("ERR_NEEDS", "--follow", "--replay");
