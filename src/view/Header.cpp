@@ -9,6 +9,7 @@ namespace vexo {
 namespace {
 
 constexpr int kBetween = 2;
+constexpr const char* kDashes = "-- ";  // before what a rule tells
 
 int widthOf(const std::vector<Piece>& pieces) {
     int width = -kBetween;
@@ -56,20 +57,21 @@ void addUsage(std::vector<Piece>& pieces, const Facts& facts) {
     add("TOTAL_TRANSACTIONS", amountText(usage->transactions), 5);
 }
 
-void addWaits(std::vector<Piece>& pieces, const Facts& facts) {
-    const auto& waits = facts.now().waits;
-    if (waits.empty()) return;
-    const auto longest = std::max_element(waits.begin(), waits.end(), [](const WaitItem& left, const WaitItem& right) {
-        return left.waitedMs < right.waitedMs;
-    });
-    const std::string duration = ">=" + shownWholeSeconds(static_cast<double>(longest->waitedMs));
-    pieces.push_back({facts.texts().format("TOTAL_WAITS", std::to_string(waits.size()), duration), Style::kWait, 2});
-}
-
 void addEvents(std::vector<Piece>& pieces, const Facts& facts) {
     for (const EventItem& event : facts.now().events)
         if (event.kind != EventKind::kStarted && event.kind != EventKind::kConnected)
             pieces.push_back({screenText(event.text), Style::kGap, 8});
+}
+
+// How many wait, in every view, and the longest of them; empty where nobody does.
+std::string waitsText(const Facts& facts) {
+    if (!facts.hasRecord() || facts.now().waits.empty()) return {};
+    const auto& waits = facts.now().waits;
+    const auto longest = std::max_element(waits.begin(), waits.end(), [](const WaitItem& left, const WaitItem& right) {
+        return left.waitedMs < right.waitedMs;
+    });
+    const std::string duration = ">=" + shownWholeSeconds(static_cast<double>(longest->waitedMs));
+    return facts.texts().format("TOTAL_WAITS", std::to_string(waits.size()), duration);
 }
 
 // What a level of handles belongs to.
@@ -179,7 +181,6 @@ Line secondHeaderLine(const Facts& facts, const Situation& situation, int column
             const Value value = numberValue(Value::Kind::kRate, requests);
             pieces.push_back({texts["TOTAL_REQUESTS"] + " " + shown(value, 7, Cut::kEnd), Style::kPlain, 6});
         }
-        addWaits(pieces, facts);
         addEvents(pieces, facts);
     }
     return lineOf(std::move(pieces), columns);
@@ -199,13 +200,23 @@ Line ruleLine(const Facts& facts, const Level& level, int columns) {
     if (level.rows() > 0) add(std::to_string(level.cursor() + 1) + "/" + std::to_string(level.rows()));
     right = cutTo(right, columns, Cut::kStart);
 
-    std::string left = level.owner() ? "-- " + ownerText(facts, level) + " " : std::string();
     constexpr int kLeast = 2;
-    left = cutTo(left, std::max(columns - vexo::widthOf(right) - kLeast, 0), Cut::kMiddle);
-    const int dashes = std::max(columns - vexo::widthOf(left) - vexo::widthOf(right), 0);
-    return {
-        {left + std::string(static_cast<std::size_t>(dashes), '-') + right, Style::kPlain}
+    int room = columns - vexo::widthOf(right) - kLeast;
+    Line line;
+    const auto addLeft = [&](const std::string& text, Style style) {
+        const std::string fitting = cutTo(text, room - vexo::widthOf(kDashes) - 1, Cut::kMiddle);
+        if (fitting.empty()) return;
+        line.insert(line.end(), {
+                                    {kDashes, Style::kPlain},
+                                    {fitting, style        },
+                                    {" ",     Style::kPlain}
+        });
+        room -= vexo::widthOf(kDashes) + vexo::widthOf(fitting) + 1;
     };
+    addLeft(waitsText(facts), Style::kWait);
+    if (level.owner()) addLeft(ownerText(facts, level), Style::kPlain);
+    line.push_back({std::string(static_cast<std::size_t>(std::max(room + kLeast, 0)), '-') + right, Style::kPlain});
+    return line;
 }
 
 std::vector<Line> notesOf(const Facts& facts, const Level& level, int columns) {

@@ -32,7 +32,7 @@ Value holderValue(const Facts& facts, std::uint32_t item) {
     const WaitNode& node = facts.waits()[item];
     if (node.holder == kNowhere) return {};
     Value value = textValue(facts.now().name(facts.now().fileHandles[node.holder].client));
-    if (!node.isCertain) value.before = facts.texts()["MAY_HOLD"] + " ";
+    if (node.isCertain) value.before = facts.texts()["HOLDS"] + " ";
     if (!node.isCertain && node.candidates > 1) value.behind = " +" + std::to_string(node.candidates - 1);
     if (node.closesCycle) value.behind += " " + facts.texts()["CYCLE"];
     return value;

@@ -224,9 +224,9 @@ TEST(ViewValue, IsWrittenWithoutNeedlessDigitsAndFitsItsColumn) {
     EXPECT_EQ(shown(bar, 6, Cut::kEnd), "[###| ");
 
     Value name = textValue("user@host.example:50123 #4711");
-    name.before = "may: ";
+    name.before = "holds: ";
     name.behind = " +2";
-    EXPECT_EQ(shown(name, 18, Cut::kMiddle), "may: user@…4711 +2");
+    EXPECT_EQ(shown(name, 20, Cut::kMiddle), "holds: user@…4711 +2");
 }
 
 TEST(WaitsView, ShowsChainsAsTreesWithTheLongestFirst) {
@@ -241,40 +241,41 @@ TEST(WaitsView, ShowsChainsAsTreesWithTheLongestFirst) {
     } kRows[] = {
         {"one lock is the one that is waited for",
          {{"A", {{"holder", 'S'}, {"reader"}, {"waiter", 'N', kRecord, 40}}}},
-         {">=40s record A waiter holder"}},
+         {">=40s record A waiter holds: holder"}},
         {"with two it may be either, and the exclusive one rather",
          {{"A", {{"one", 'S'}, {"two", 'M', 0, 0, kExclusive}, {"waiter", 'N', kRecord, 40}}}},
-         {">=40s record A waiter may: two +1"}},
+         {">=40s record A waiter two +1"}},
         {"one who waits may hold the record, too",
          {{"A", {{"holder", 'S'}, {"both", 'S', kRecord, 5}, {"waiter", 'N', kRecord, 40}}}},
-         {">=40s record A waiter may: holder", ">=5s record A both holder"}},
+         {">=40s record A waiter holder", ">=5s record A both holds: holder"}},
         {"a transaction may hold anything",
          {{"A", {{"idle"}, {"writer", 'N', 0, 0, kConcurrent}, {"waiter", 'N', kRecord, 1}}}},
-         {">=1s record A waiter may: writer"}},
+         {">=1s record A waiter writer"}},
         {"a file is held by the only one who does not wait for it",
          {{"A", {{"writer", 'N', 0, 0, kConcurrent}, {"w1", 'N', kFile, 9}, {"w2", 'N', kFile, 10}}}},
-         {">=10s file A w2 writer", ">=9s file A w1 writer"}},
+         {">=10s file A w2 holds: writer", ">=9s file A w1 holds: writer"}},
         {"nobody is known", {{"A", {{"idle"}, {"waiter", 'N', kRecord, 1}}}}, {">=1s record A waiter -"}},
         {"the waiter itself is no candidate",
          {{"A", {{"waiter", 'S'}, {"waiter", 'N', kRecord, 1}}}},
          {">=1s record A waiter -"}},
         {"who has a lock of its own may be in its own way",
          {{"A", {{"holder", 'S'}, {"waiter", 'S'}, {"waiter", 'N', kRecord, 40}}}},
-         {">=40s record A waiter may: holder"}},
+         {">=40s record A waiter holder"}},
         {"a chain, and one beside it",
          {{"A", {{"root", 'S'}, {"second", 'N', kRecord, 60}}},
           {"B", {{"second", 'S'}, {"third", 'N', kRecord, 30}, {"fourth", 'N', kRecord, 50}}},
           {"C", {{"third", 'S'}, {"fifth", 'N', kRecord, 20}}},
           {"D", {{"alone", 'S'}, {"other", 'N', kRecord, 55}}}},
-         {">=60s record A second root", ">=50s record B `- fourth second", ">=30s record B `- third second",
-          ">=20s record C `- fifth third", ">=55s record D other alone"}},
+         {">=60s record A second holds: root", ">=50s record B `- fourth holds: second",
+          ">=30s record B `- third holds: second", ">=20s record C `- fifth holds: third",
+          ">=55s record D other holds: alone"}},
         {"a cycle, and one who waits for it",
          {{"A", {{"x", 'S'}, {"y", 'N', kRecord, 70}, {"z", 'N', kRecord, 80}}},
           {"B", {{"y", 'S'}, {"x", 'N', kRecord, 75}}}},
-         {">=75s record B x y (cycle)", ">=80s record A `- z x", ">=70s record A `- y x"}},
+         {">=75s record B x holds: y (cycle)", ">=80s record A `- z holds: x", ">=70s record A `- y holds: x"}},
         {"each waits for the other of the same name",
          {{"A", {{"x", 'S'}, {"y", 'N', kRecord, 1}}}, {"B", {{"y", 'S'}, {"x", 'N', kRecord, 1}}}},
-         {">=1s record A y x (cycle)", ">=1s record B `- x y"}},
+         {">=1s record A y holds: x (cycle)", ">=1s record B `- x holds: y"}},
     };
     for (const auto& row : kRows) {
         const RecordPtr record = made(row.files);
@@ -550,7 +551,7 @@ TEST(Viewer, TellsWhatIsMissing) {
     record->sections[static_cast<std::size_t>(Section::kConnections)].state = SectionState::kOff;
     record->scope = HandleScope::kNoted;
     screen.viewer->show(record, nullptr);
-    EXPECT_EQ(screen.line(1), "up 2d07h  sess 5/20  files 0  locks 3  trans 0  req/s -  waits 1 >=40s");
+    EXPECT_EQ(screen.line(1), "up 2d07h  sess 5/20  files 0  handles 0  locks 3  trans 0  req/s -");
     EXPECT_EQ(screen.line(3), "sessions: not read: Status 7010: moved on");
     screen.press('4');
     EXPECT_EQ(screen.line(3), "connections: switched off in the settings of this record");
