@@ -21,9 +21,13 @@ constexpr unsigned kLongestStatement = 20;  // seconds
 void ignoreNotice(void* /*argument*/, const char* /*message*/) {
 }
 
+// What the account or the database sets otherwise does not count. Without a search path of our own, anybody who may create
+// functions and operators in a schema that is searched could have them called in our name. A standby refuses serializable
+// transactions.
 std::string optionsFor(const Settings& settings) {
     return "-c statement_timeout=" + std::to_string(std::min(kLongestStatement, settings.readTimeout) * 1000) +
-           " -c lock_timeout=1000 -c idle_session_timeout=0 -c jit=off";
+           " -c lock_timeout=1000 -c idle_session_timeout=0 -c jit=off -c search_path=pg_catalog"
+           " -c default_transaction_isolation=read\\ committed";
 }
 
 // The value that the client library uses for one of its settings.
