@@ -53,6 +53,11 @@ std::uint64_t Result::number(int column) const {
     return toNumber(text(column));
 }
 
+const char* Result::error(int field) const {
+    const char* text = PQresultErrorField(m_rows.get(), field);
+    return text ? text : "";
+}
+
 Connection::Connection(const Account& account, const Settings& settings, Log& log)
     : m_log(log), m_callLimit(settings.readTimeout) {
     const std::optional<ServerAddress> address = parseServerText(account.server);
@@ -164,6 +169,17 @@ void Connection::refuse(ConnStatusType reached) {
 
 Result Connection::query(const char* statement, const std::optional<std::string>& parameter) {
     const PipeSignalGuard guard;
+    Result rows = ask(statement, parameter);
+    if (isUntranslatable(rows.error(PG_DIAG_SQLSTATE))) {
+        m_log.tell("The encoding of this database cannot show all names of this server: they are read as bytes");
+        ask("SET client_encoding TO SQL_ASCII", std::nullopt);
+        rows = ask(statement, parameter);
+    }
+    if (PQresultStatus(rows.m_rows.get()) == PGRES_TUPLES_OK) return rows;
+    fail(statement, rows.error(PG_DIAG_SQLSTATE), rows.error(PG_DIAG_MESSAGE_PRIMARY));
+}
+
+Result Connection::ask(const char* statement, const std::optional<std::string>& parameter) {
     PGconn* connection = m_connection.get();
     const char* const value = parameter ? parameter->c_str() : nullptr;
     // Without a parameter a statement goes in one message instead of five.
@@ -174,10 +190,7 @@ Result Connection::query(const char* statement, const std::optional<std::string>
     // The answer has to be read to its end, or the next statement could not be sent.
     for (Result next = receive(statement); next.m_rows; next = receive(statement))
         rows = std::move(next);
-    if (PQresultStatus(rows.m_rows.get()) == PGRES_TUPLES_OK) return rows;
-    const char* sqlState = PQresultErrorField(rows.m_rows.get(), PG_DIAG_SQLSTATE);
-    const char* message = PQresultErrorField(rows.m_rows.get(), PG_DIAG_MESSAGE_PRIMARY);
-    fail(statement, sqlState ? sqlState : "", message ? message : "");
+    return rows;
 }
 
 Result Connection::receive(const char* statement) {

@@ -40,6 +40,7 @@ public:
 
 private:
     friend class Connection;
+    const char* error(int field) const;  // "" if there was none
     struct Free {
         void operator()(PGresult* rows) const { PQclear(rows); }
     };
@@ -85,6 +86,7 @@ private:
     void begin(const Account& account, const ServerAddress& address, const Settings& settings);
     void establish();
     void tellOfClearText();
+    Result ask(const char* statement, const std::optional<std::string>& parameter);
     Result receive(const char* statement);
     void wait(short events);
     [[noreturn]] void giveUp();

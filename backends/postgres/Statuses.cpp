@@ -54,6 +54,10 @@ bool isLost(Status status) {
     return status == kConnectionLost || status == kTimeout;
 }
 
+bool isUntranslatable(std::string_view sqlState) {
+    return sqlState == "22021" || sqlState == "22P05";
+}
+
 std::string_view sqlStateOf(std::string_view message) {
     while (!message.empty() && (message.back() == '\n' || message.back() == ' '))
         message.remove_suffix(1);

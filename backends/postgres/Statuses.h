@@ -37,6 +37,10 @@ Status statusOfStatement(std::string_view sqlState);
 // Whether the connection is of no use after a status.
 bool isLost(Status status);
 
+// Whether an error says that a name has no translation into the encoding of the connection. Names of databases and roles
+// are stored in the encoding of whichever database they were made from.
+bool isUntranslatable(std::string_view sqlState);
+
 // The code at the end of the client library's message for a connection that the server refused, "" if there is none.
 std::string_view sqlStateOf(std::string_view message);
 
