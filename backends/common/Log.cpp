@@ -18,7 +18,7 @@ Log::Log(std::string library, std::string path, bool notices)
 }
 
 void Log::notice(const std::string& text) {
-    if (m_notices && m_noticed.insert(text).second) std::cerr << "lib" + m_library + ": " + cleanText(text) + '\n';
+    if (m_notices && m_noticed.insert(text).second) std::cerr << "lib" + m_library + ": " + cleanLine(text) + '\n';
     tell(text);
 }
 
@@ -31,7 +31,7 @@ void Log::tell(const std::string& text) {
     if (std::strftime(clock.data(), clock.size(), "%Y-%m-%dT%H:%M:%S%z", &local) == 0) return;
     // Parts of the text come from the server.
     std::ofstream(m_path, std::ios::app) << clock.data() << ' ' << m_library << '[' << getpid() << "] "
-                                         << cleanText(text) << '\n';
+                                         << cleanLine(text) << '\n';
 }
 
 }  // namespace xr

@@ -46,6 +46,10 @@ std::string cleanFileName(std::string_view name) {
     return clean(name, "\"");
 }
 
+std::string cleanLine(std::string_view text) {
+    return clean(text, "");
+}
+
 std::string_view cutUtf8(std::string_view text, std::size_t limit) {
     if (text.size() <= limit) return text;
     while (limit > 0 && utf8::isContinuation(text[limit]))

@@ -18,6 +18,9 @@ std::string cleanText(std::string_view text);
 // The same for file names, which keep their backslashes, since reports escape those.
 std::string cleanFileName(std::string_view name);
 
+// The same for a line that is written for people, who may read quotes and backslashes.
+std::string cleanLine(std::string_view text);
+
 // The longest start of `text` that has at most `limit` bytes and ends with a whole character.
 std::string_view cutUtf8(std::string_view text, std::size_t limit);
 

@@ -63,6 +63,7 @@ TEST(ServerTexts, KeepPrintableCharactersWholeAndNothingElse) {
     for (const auto& row : rows)
         EXPECT_EQ(cleanText(row.text), row.cleaned);
     EXPECT_EQ(cleanFileName("C:\\\"x\""), "C:\\?x?");
+    EXPECT_EQ(cleanLine("at \"C:\\\"\n"), "at \"C:\\\"?");
 
     EXPECT_EQ(cutUtf8("aé", 3), "aé");
     EXPECT_EQ(cutUtf8("aé", 2), "a");
