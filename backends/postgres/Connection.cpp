@@ -108,7 +108,7 @@ void Connection::begin(const Account& account, const ServerAddress& address, con
     m_connection.reset(PQconnectStartParams(keywords.data(), values.data(), 0));
     if (!m_connection) throw std::bad_alloc();
     // At once: messages about a refused connection have no code otherwise, only words in some language.
-    PQsetErrorVerbosity(m_connection.get(), PQERRORS_SQLSTATE);
+    PQsetErrorVerbosity(m_connection.get(), PQERRORS_VERBOSE);
     PQsetNoticeProcessor(m_connection.get(), ignoreNotice, nullptr);
     if (PQstatus(m_connection.get()) == CONNECTION_BAD) refuse(CONNECTION_BAD);
 }
@@ -155,14 +155,13 @@ void Connection::giveUp() {
 }
 
 void Connection::refuse(ConnStatusType reached) {
-    const char* message = PQerrorMessage(m_connection.get());
-    const std::string_view sqlState = sqlStateOf(message);
+    const Refusal refusal = toRefusal(PQerrorMessage(m_connection.get()));
+    const std::string_view sqlState = refusal.sqlState;
     Status status = statusOfConnecting(sqlState);
     if (sqlState.empty() && PQconnectionNeedsPassword(m_connection.get()) != 0) status = kAccessDenied;
     if (sqlState.empty() && reached == CONNECTION_SSL_STARTUP) status = kNoSecureConnection;
     // What the client library says itself names nobody's account.
-    std::string text = std::string("Connecting failed: ") + message;
-    std::replace(text.begin(), text.end(), '\n', ' ');
+    const std::string text = "Connecting failed: " + refusal.reason;
     sqlState.empty() ? m_log.notice(text) : m_log.tell(text);
     throw StatusError(status);
 }
@@ -206,9 +205,7 @@ Result Connection::receive(const char* statement) {
 
 void Connection::fail(const char* statement, std::string_view sqlState, const char* message) {
     const bool lost = PQstatus(m_connection.get()) == CONNECTION_BAD;
-    std::string text = std::string(statement).substr(0, 100) + " failed: " + std::string(sqlState) + " " + message;
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    m_log.tell(text);
+    m_log.tell(toLine(std::string(statement).substr(0, 100) + " failed: " + std::string(sqlState) + " " + message));
     const Status status = lost ? kConnectionLost : statusOfStatement(sqlState);
     throw StatusError(status, isLost(status));
 }

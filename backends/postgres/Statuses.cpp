@@ -30,6 +30,12 @@ constexpr std::array<Row, 10> kRows = {
      }
 };
 
+bool isSqlState(std::string_view text) {
+    return text.size() == kCodeSize && std::all_of(text.begin(), text.end(), [](char c) {
+               return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z');
+           });
+}
+
 Status lookUp(std::string_view sqlState) {
     if (sqlState.substr(0, 2) == "08") return kConnectionLost;
     const auto* found =
@@ -58,17 +64,26 @@ bool isUntranslatable(std::string_view sqlState) {
     return sqlState == "22021" || sqlState == "22P05";
 }
 
-std::string_view sqlStateOf(std::string_view message) {
-    while (!message.empty() && (message.back() == '\n' || message.back() == ' '))
-        message.remove_suffix(1);
-    // "... FATAL:  28P01"; the word before it may be translated.
-    constexpr std::string_view kBefore = ":  ";
-    if (message.size() < kCodeSize + kBefore.size()) return {};
-    const std::string_view code = message.substr(message.size() - kCodeSize);
-    const bool isCode =
-        std::all_of(code.begin(), code.end(), [](char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z'); });
-    const std::string_view before = message.substr(message.size() - kCodeSize - kBefore.size(), kBefore.size());
-    return isCode && before == kBefore ? code : std::string_view();
+std::string toLine(std::string_view text) {
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+        text.remove_suffix(1);
+    std::string line(text);
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return line;
+}
+
+Refusal toRefusal(std::string_view message) {
+    // "... FATAL:  28P01: password authentication failed ..."; the word before the code may be translated.
+    constexpr std::string_view kBefore = ":  ", kBehind = ": ";
+    for (std::size_t at = message.rfind(kBefore); at != std::string_view::npos && at != 0;
+         at = message.rfind(kBefore, at - 1)) {
+        const std::size_t begin = at + kBefore.size();
+        const std::string_view code = message.substr(begin, kCodeSize);
+        const bool isWhole = message.substr(begin + code.size(), kBehind.size()) == kBehind;
+        if (isWhole && isSqlState(code))
+            return {std::string(code), toLine(message.substr(0, message.find('\n', begin)))};
+    }
+    return {"", toLine(message)};
 }
 
 }  // namespace xr::postgres

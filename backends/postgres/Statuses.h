@@ -41,8 +41,17 @@ bool isLost(Status status);
 // are stored in the encoding of whichever database they were made from.
 bool isUntranslatable(std::string_view sqlState);
 
-// The code at the end of the client library's message for a connection that the server refused, "" if there is none.
-std::string_view sqlStateOf(std::string_view message);
+// A text of several lines as one, without the line ends behind it.
+std::string toLine(std::string_view text);
+
+// Why a connection was refused.
+struct Refusal {
+    std::string sqlState;  // "" where it was not the server that refused it
+    std::string reason;    // in one line, up to the place in the server's source
+};
+
+// From the client library's message, in its most detailed form.
+Refusal toRefusal(std::string_view message);
 
 }  // namespace xr::postgres
 

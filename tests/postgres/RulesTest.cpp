@@ -229,7 +229,13 @@ TEST(PostgresStatuses, FollowFromTheServersCodes) {
         EXPECT_EQ(statusOfConnecting(row.code), row.connecting) << row.code;
         EXPECT_EQ(statusOfStatement(row.code), row.later) << row.code;
     }
-    EXPECT_EQ(sqlStateOf("connection to server at \"x\", port 1 failed: FATAL:  28P01\n"), "28P01");
-    EXPECT_EQ(sqlStateOf("connection to server at \"x\", port 1 failed: Connection REFUSED"), "");
-    EXPECT_EQ(sqlStateOf(""), "");
+    const Refusal refused = toRefusal(
+        "connection to server at \"x\", port 1 failed: FATAL:  28P01: no, \"a:  b\"\nLOCATION:  auth_failed, "
+        "auth.c:334\n");
+    EXPECT_EQ(refused.sqlState, "28P01");
+    EXPECT_EQ(refused.reason, "connection to server at \"x\", port 1 failed: FATAL:  28P01: no, \"a:  b\"");
+    EXPECT_EQ(toRefusal("port 1 failed: Connection REFUSED\nIs it there?\n").reason,
+              "port 1 failed: Connection REFUSED Is it there?");
+    for (const char* text : {"", ":  28P01", "failed:  REFUSED: no", ":  28p01: no"})
+        EXPECT_EQ(toRefusal(text).sqlState, "") << text;
 }
