@@ -30,18 +30,22 @@ std::string optionsFor(const Settings& settings) {
            " -c default_transaction_isolation=read\\ committed";
 }
 
-// The value that the client library uses for one of its settings.
-std::string settingOf(PGconn* connection, std::string_view keyword) {
+// The value that the client library uses for one of its settings. Takes the list.
+std::string settingOf(PQconninfoOption* list, std::string_view keyword) {
     struct Free {
         void operator()(PQconninfoOption* options) const { PQconninfoFree(options); }
     };
-    const std::unique_ptr<PQconninfoOption, Free> options(PQconninfo(connection));
-    for (const PQconninfoOption* option = options.get(); option && option->keyword; ++option)
+    const std::unique_ptr<PQconninfoOption, Free> options(list);
+    for (const PQconninfoOption* option = list; option && option->keyword; ++option)
         if (option->keyword == keyword) return option->val ? option->val : "";
     return "";
 }
 
 }  // namespace
+
+std::string defaultDatabase() {
+    return settingOf(PQconndefaults(), "dbname");
+}
 
 std::string_view Result::text(int column) const {
     // NULL has no bytes.
@@ -127,7 +131,7 @@ void Connection::establish() {
 void Connection::tellOfClearText() {
     PGconn* connection = m_connection.get();
     const char* host = PQhost(connection);
-    const std::string mode = settingOf(connection, "sslmode");
+    const std::string mode = settingOf(PQconninfo(connection), "sslmode");
     const bool overSocket = host && host[0] == '/';
     if (overSocket || PQsslInUse(connection) != 0 || (mode != "prefer" && mode != "allow")) return;
     m_log.notice("The connection is not encrypted, which PGSSLMODE=" + mode +

@@ -56,6 +56,9 @@ struct Account {
     std::string database;
 };
 
+// The database that PGSERVICE or PGDATABASE names, "" if neither does.
+std::string defaultDatabase();
+
 class Connection {
 public:
     using Clock = std::chrono::steady_clock;

@@ -17,7 +17,7 @@ constexpr int kOldestVersion = 140000;
 Engine::Engine(std::string server, std::string user, std::string password)
     : m_settings("XRPOSTGRES_"),
       m_log("xrpostgres", m_settings.logFile, m_settings.notices),
-      m_account{std::move(server), std::move(user), std::move(password), variable("PGDATABASE")},
+      m_account{std::move(server), std::move(user), std::move(password), defaultDatabase()},
       m_otherDatabases(variable("XRPOSTGRES_DATABASES")) {
     if (m_account.database.empty()) m_account.database = "postgres";
 }
