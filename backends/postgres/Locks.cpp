@@ -132,11 +132,20 @@ private:
     // Counts the lock, and notes what is known of relations without looking at anybody else's locks.
     void addRelation(SessionIndex session, const LockRow& lock) {
         const LockType type = lock.tag.type;
-        if (lock.granted && type != LockType::kVirtualTransaction) ++m_sessions[session].locksUsed;
+        if (lock.granted) addGranted(m_sessions[session], type);
         if (type == LockType::kTransaction && lock.granted && lock.strength == kExclusiveMode)
             m_holderOf.emplace(lock.tag.transaction, session);
         if (type == LockType::kRelation) addRelationLock(held(session, objectOf(lock.tag)), lock);
         if (type == LockType::kTuple) addTupleLock(session, lock);
+    }
+
+    // Each open transaction has a virtual one. Where the server keeps no track of sessions, nothing else tells of it.
+    static void addGranted(LockSession& session, LockType type) {
+        if (type != LockType::kVirtualTransaction) {
+            ++session.locksUsed;
+        } else if (session.process && !session.process->isTracked()) {
+            session.inTransaction = true;
+        }
     }
 
     static void addRelationLock(Held& held, const LockRow& lock) {

@@ -56,6 +56,8 @@ struct Process {
     std::uint64_t ageMs = 0;    // since the process began
     bool inTransaction = false;
 
+    // Whether the server keeps track of what it does (track_activities).
+    bool isTracked() const { return state != "disabled"; }
     bool isClient() const { return type == "client backend"; }
     bool isActive() const { return state == "active" || state == "fastpath function call"; }
 };

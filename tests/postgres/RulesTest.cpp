@@ -149,6 +149,18 @@ TEST(PostgresLocks, AreCountedForTheirSessions) {
     EXPECT_EQ(picture.sessions[3].handleCount, 0U);
 }
 
+TEST(PostgresLocks, TellOfTransactionsWhereTheServerKeepsNoTrack) {
+    Activity activity = activityWith("1 virtualxid 3 7;1 relation 10 3;3 virtualxid 4 7;2 virtualxid 3 5!");
+    for (const std::size_t client : {0U, 1U}) {
+        activity.processes[client].state = "disabled";
+        activity.processes[client].inTransaction = false;
+    }
+    const LockPicture picture = joinLocks(activity, kOwnPid);
+    EXPECT_TRUE(picture.sessions[0].inTransaction);
+    EXPECT_FALSE(picture.sessions[1].inTransaction) << "waits for another's";
+    EXPECT_FALSE(picture.sessions[2].inTransaction) << "its state counts";
+}
+
 TEST(PostgresNames, StayUnique) {
     const Databases databases = {{5, "shop"}, {6, "a.b#\""}};
     const auto name = [&](std::uint32_t database, const char* schema, const char* table) {
