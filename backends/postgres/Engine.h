@@ -68,6 +68,7 @@ private:
     std::vector<LockRow> readLocks();
     std::vector<PreparedTransaction> readPrepared();
     std::vector<Process> readProcesses();
+    bool knowsDatabases(const Activity& activity) const;
     void readRelations(Activity& activity);
     void readOwnRelations(Relations& relations, const std::set<std::uint32_t>& own,
                           const std::set<std::uint32_t>& shared);

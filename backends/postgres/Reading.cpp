@@ -2,6 +2,7 @@
 // Reads what the server's sessions do at this moment.
 #include <algorithm>
 #include <set>
+#include <string_view>
 
 #include "Engine.h"
 #include "Queries.h"
@@ -78,6 +79,19 @@ std::vector<Process> Engine::readProcesses() {
     return processes;
 }
 
+// Databases come into being, and nobody is connected to one that gets another name.
+bool Engine::knowsDatabases(const Activity& activity) const {
+    std::set<std::string_view> names = {""};  // processes of the server have none
+    for (const auto& [number, name] : m_databases)
+        names.insert(name);
+    const auto isNamed = [&](const Process& process) { return names.count(process.database) != 0; };
+    const auto isNumbered = [this](const LockRow& lock) {
+        return lock.tag.database == 0 || m_databases.count(lock.tag.database) != 0;
+    };
+    return std::all_of(activity.processes.begin(), activity.processes.end(), isNamed) &&
+           std::all_of(activity.locks.begin(), activity.locks.end(), isNumbered);
+}
+
 void Engine::readRelations(Activity& activity) {
     std::map<std::uint32_t, std::set<std::uint32_t>> wanted;  // numbers, by database
     for (const LockRow& lock : activity.locks)
@@ -85,9 +99,6 @@ void Engine::readRelations(Activity& activity) {
     readOwnRelations(activity.relations, wanted[m_server.database], wanted[0]);
     wanted.erase(m_server.database);
     wanted.erase(0);
-    const bool isNew = std::any_of(wanted.begin(), wanted.end(),
-                                   [this](const auto& database) { return m_databases.count(database.first) == 0; });
-    if (isNew) readDatabases();
     for (const auto& [database, numbers] : wanted) {
         const auto name = m_databases.find(database);
         if (name == m_databases.end()) continue;
@@ -134,6 +145,7 @@ std::unique_ptr<Reading> Engine::read() {
     reading->activity.locks = readLocks();
     reading->activity.prepared = readPrepared();
     reading->activity.processes = readProcesses();
+    if (!knowsDatabases(reading->activity)) readDatabases();
     readRelations(reading->activity);
     reading->picture = joinLocks(reading->activity, connection().processId());
     name(*reading);
