@@ -12,6 +12,11 @@ namespace {
 constexpr std::chrono::seconds kFresh{60};
 constexpr unsigned kLongestWait = 2;  // seconds; connecting takes some milliseconds unless something is wrong
 
+std::string_view withoutBlanks(std::string_view text) {
+    const std::size_t begin = text.find_first_not_of(' ');
+    return begin == std::string_view::npos ? "" : text.substr(begin, text.find_last_not_of(' ') - begin + 1);
+}
+
 }  // namespace
 
 std::map<std::uint32_t, Relation> toRelations(Result rows) {
@@ -37,7 +42,8 @@ std::string toArray(const std::set<std::uint32_t>& numbers) {
 OtherDatabases::OtherDatabases(std::string_view names) {
     while (!names.empty()) {
         const std::size_t comma = std::min(names.find(','), names.size());
-        if (comma != 0) m_databases[std::string(names.substr(0, comma))];
+        const std::string_view name = withoutBlanks(names.substr(0, comma));
+        if (!name.empty()) m_databases[std::string(name)];
         names.remove_prefix(std::min(comma + 1, names.size()));
     }
 }
@@ -53,7 +59,7 @@ void OtherDatabases::addRelations(Relations& relations, std::uint32_t database, 
     const auto found = m_databases.find(name);
     if (found == m_databases.end()) return;
     Answer& answer = found->second;
-    if (!answer.covers(numbers)) answer = ask(name, numbers, account, settings, log);
+    if (!answer.covers(numbers) && Clock::now() >= m_notBefore) answer = ask(name, numbers, account, settings, log);
     for (const std::uint32_t number : numbers) {
         const auto relation = answer.relations.find(number);
         if (relation != answer.relations.end()) relations.emplace(std::pair(database, number), relation->second);
@@ -76,6 +82,8 @@ OtherDatabases::Answer OtherDatabases::ask(const std::string& name, const std::s
         log.notice("The database " + name + " cannot be asked for names (status " + std::to_string(error.status()) +
                    "): its relations are shown by their numbers");
         answer.refused = true;
+        const bool waited = error.status() == kTimeout || error.status() == kCatalogLocked;
+        if (waited) m_notBefore = Clock::now() + std::chrono::seconds(kLongestWait);
     }
     answer.until = Clock::now() + kFresh;
     return answer;

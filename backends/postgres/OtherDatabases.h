@@ -24,14 +24,15 @@ std::string toArray(const std::set<std::uint32_t>& numbers);
 
 class OtherDatabases {
 public:
-    // `names`, with commas between them, are the databases that may be asked. No others are: where somebody has locked
-    // their catalogs, such a connection hangs, and its process in the server stays when we leave.
+    // `names`, with commas and blanks between them, are the databases that may be asked. No others are: where somebody has
+    // locked their catalogs, such a connection hangs, and its process in the server stays when we leave.
     explicit OtherDatabases(std::string_view names);
 
     bool areAsked() const { return !m_databases.empty(); }
 
     // Adds what is known of relations, by their numbers, in a database. It is asked, by a connection of its own, where a
-    // number is new or the answer is a minute old. A database that refused is left alone for a minute.
+    // number is new or the answer is a minute old. A database that refused is left alone for a minute; after one that let
+    // us wait in vain, all of them for two seconds, or one section of a record would wait for each.
     void addRelations(Relations& relations, std::uint32_t database, const std::string& name,
                       const std::set<std::uint32_t>& numbers, const Account& account, const Settings& settings,
                       Log& log);
@@ -47,10 +48,11 @@ private:
         bool covers(const std::set<std::uint32_t>& numbers) const;
     };
 
-    static Answer ask(const std::string& name, const std::set<std::uint32_t>& numbers, const Account& account,
-                      const Settings& settings, Log& log);
+    Answer ask(const std::string& name, const std::set<std::uint32_t>& numbers, const Account& account,
+               const Settings& settings, Log& log);
 
     std::map<std::string, Answer, std::less<>> m_databases;  // by name
+    Clock::time_point m_notBefore;                           // while they are left alone
 };
 
 }  // namespace xr::postgres
