@@ -65,10 +65,13 @@ bool isUntranslatable(std::string_view sqlState) {
 }
 
 std::string toLine(std::string_view text) {
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
-        text.remove_suffix(1);
-    std::string line(text);
-    std::replace(line.begin(), line.end(), '\n', ' ');
+    constexpr std::string_view kSpace = " \t\n";
+    std::string line;
+    while (!text.empty()) {
+        const std::string_view first = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(text.find_first_not_of(kSpace, first.size()), text.size()));
+        line.append(first.substr(0, first.find_last_not_of(kSpace) + 1)).append(text.empty() ? "" : ". ");
+    }
     return line;
 }
 

@@ -41,7 +41,7 @@ bool isLost(Status status);
 // are stored in the encoding of whichever database they were made from.
 bool isUntranslatable(std::string_view sqlState);
 
-// A text of several lines as one, without the line ends behind it.
+// A text of several lines as one line.
 std::string toLine(std::string_view text);
 
 // Why a connection was refused.

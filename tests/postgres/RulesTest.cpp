@@ -246,8 +246,8 @@ TEST(PostgresStatuses, FollowFromTheServersCodes) {
         "auth.c:334\n");
     EXPECT_EQ(refused.sqlState, "28P01");
     EXPECT_EQ(refused.reason, "connection to server at \"x\", port 1 failed: FATAL:  28P01: no, \"a:  b\"");
-    EXPECT_EQ(toRefusal("port 1 failed: Connection REFUSED\nIs it there?\n").reason,
-              "port 1 failed: Connection REFUSED Is it there?");
+    EXPECT_EQ(toRefusal("port 1 failed: Connection REFUSED\n\tIs it there?\n").reason,
+              "port 1 failed: Connection REFUSED. Is it there?");
     for (const char* text : {"", ":  28P01", "failed:  REFUSED: no", ":  28p01: no"})
         EXPECT_EQ(toRefusal(text).sqlState, "") << text;
 }
