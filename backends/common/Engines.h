@@ -67,6 +67,46 @@ private:
     std::int16_t m_lost = XR_OK;
 };
 
+// The same over one connection, of which a library has a class of its own, with an operation beginCall(). The connection
+// goes after the members of the derived class, so its destructor uses none of them.
+template <typename Link>
+class ConnectedEngine : public EngineHandle {
+public:
+    void open() override { connection(); }
+
+    // The connection, made at the first call. Throws StatusError, and after a loss always the same one.
+    Link& connection() {
+        checkLost();
+        if (!m_connection) connect();
+        return *m_connection;
+    }
+
+private:
+    // Makes the connection.
+    virtual std::unique_ptr<Link> makeConnection() = 0;
+
+    // Sets the connection up, and reads what every call has to know of the server.
+    virtual void prepare() = 0;
+
+    void connect() {
+        m_connection = makeConnection();
+        try {
+            prepare();
+        } catch (...) {
+            // Half of what there is to know would be taken for all of it.
+            m_connection.reset();
+            throw;
+        }
+    }
+
+    void startTime() override {
+        if (m_connection) m_connection->beginCall();
+    }
+    void close() override { m_connection.reset(); }
+
+    std::unique_ptr<Link> m_connection;
+};
+
 // What a library supplies.
 struct Backend {
     std::int16_t outOfOrder;  // statuses

@@ -37,16 +37,6 @@ Engine::Engine(std::string server, std::string user, std::string password)
 
 Engine::~Engine() = default;
 
-Connection& Engine::connection() {
-    checkLost();
-    if (!m_connection) connect();
-    return *m_connection;
-}
-
-void Engine::startTime() {
-    if (m_connection) m_connection->beginCall();
-}
-
 Identity Engine::identity() {
     const std::uint64_t version = connection().serverVersion();
     return {
@@ -56,21 +46,18 @@ Identity Engine::identity() {
     };
 }
 
-void Engine::connect() {
-    m_connection = std::make_unique<Connection>(m_server, m_user, m_password, m_settings, m_log);
-    try {
-        std::array<char, 256> session{};
-        std::snprintf(session.data(), session.size(), queries::kSession,
-                      std::min(kLongestStatement, m_settings.readTimeout));
-        m_connection->execute(session.data());
-        checkProcessPrivilege();
-        refreshVariables();
-        readInstruments();
-    } catch (...) {
-        // Half of what there is to know would be taken for all of it.
-        m_connection.reset();
-        throw;
-    }
+std::unique_ptr<Connection> Engine::makeConnection() {
+    return std::make_unique<Connection>(m_server, m_user, m_password, m_settings, m_log);
+}
+
+void Engine::prepare() {
+    std::array<char, 256> session{};
+    std::snprintf(session.data(), session.size(), queries::kSession,
+                  std::min(kLongestStatement, m_settings.readTimeout));
+    connection().execute(session.data());
+    checkProcessPrivilege();
+    refreshVariables();
+    readInstruments();
     // There is no connecting again, so nothing needs it any more.
     std::fill(m_password.begin(), m_password.end(), '\0');
     m_password.clear();
@@ -78,7 +65,7 @@ void Engine::connect() {
 
 void Engine::checkProcessPrivilege() {
     if (queryOptional(queries::kProcessPrivilege, "transactions and row locks are not shown")) return;
-    Result grants = m_connection->query(queries::kGrants);
+    Result grants = connection().query(queries::kGrants);
     while (grants.next())
         if (grantsProcess(grants.text(0))) return;
     throw StatusError(kNoProcessPrivilege);

@@ -30,21 +30,17 @@ struct Peaks {
 // Names and values of the server's variables or status.
 using Variables = std::map<std::string, std::string, std::less<>>;
 
-class Engine : public EngineHandle {
+class Engine : public ConnectedEngine<Connection> {
 public:
     Engine(std::string server, std::string user, std::string password);
     ~Engine() override;
 
-    void open() override { connection(); }
     Identity identity() override;
     std::unique_ptr<FileSnapshot> readFiles() override;
     std::unique_ptr<SessionSnapshot> readSessions() override;
     std::vector<XRSQLCONNINFO> readConnections() override;
     XRKESDUSAGE readUsage() override;
     XRKESDCOMMSTAT readCommunication() override;
-
-    // The connection, made at the first call. Throws StatusError, and after a loss always the same one.
-    Connection& connection();
 
     // The rows of a statement that this server may not answer: a table is missing, may not be read, or is empty
     // because performance_schema is off. Nothing then, and the log tells once what that costs.
@@ -82,9 +78,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void startTime() override;
-    void close() override { m_connection.reset(); }
-    void connect();
+    std::unique_ptr<Connection> makeConnection() override;
+    void prepare() override;
     void checkProcessPrivilege();
     void readInstruments();
 
@@ -93,7 +88,6 @@ private:
     std::string m_password;
     Settings m_settings;
     Log m_log;
-    std::unique_ptr<Connection> m_connection;
     Variables m_variables;
     std::optional<Clock::time_point> m_variablesRead;
     bool m_performanceSchema = false;

@@ -24,30 +24,17 @@ Engine::Engine(std::string server, std::string user, std::string password)
 
 Engine::~Engine() = default;
 
-Connection& Engine::connection() {
-    checkLost();
-    if (!m_connection) connect();
-    return *m_connection;
+std::unique_ptr<Connection> Engine::makeConnection() {
+    return std::make_unique<Connection>(m_account, m_settings, m_log);
 }
 
-void Engine::startTime() {
-    if (m_connection) m_connection->beginCall();
-}
-
-void Engine::connect() {
-    m_connection = std::make_unique<Connection>(m_account, m_settings, m_log);
-    try {
-        if (m_connection->serverVersion() < kOldestVersion) {
-            m_log.notice("The server is older than PostgreSQL 14");
-            throw StatusError(kUnsupportedServer);
-        }
-        readServer();
-        readDatabases();
-    } catch (...) {
-        // Half of what there is to know would be taken for all of it.
-        m_connection.reset();
-        throw;
+void Engine::prepare() {
+    if (connection().serverVersion() < kOldestVersion) {
+        m_log.notice("The server is older than PostgreSQL 14");
+        throw StatusError(kUnsupportedServer);
     }
+    readServer();
+    readDatabases();
     // There is no connecting again, unless to other databases.
     if (m_otherDatabases.areAsked()) return;
     std::fill(m_account.password.begin(), m_account.password.end(), '\0');
@@ -55,13 +42,13 @@ void Engine::connect() {
 }
 
 void Engine::readServer() {
-    Result rows = m_connection->query(queries::kServer);
+    Result rows = connection().query(queries::kServer);
     if (!rows.next()) throw StatusError(kOtherError);
     if (!rows.flag(0)) {
         m_log.notice("The account may not see other sessions. GRANT pg_read_all_stats to it");
         throw StatusError(kNoPrivilege);
     }
-    if (rows.number32(1) != m_connection->processId()) {
+    if (rows.number32(1) != connection().processId()) {
         m_log.notice("Something between here and the server shares its connections (a pooler): name the server itself");
         throw StatusError(kUnsupportedServer);
     }
@@ -75,7 +62,7 @@ void Engine::readServer() {
 
 void Engine::readDatabases() {
     m_databases.clear();
-    Result rows = m_connection->query(queries::kDatabases);
+    Result rows = connection().query(queries::kDatabases);
     while (rows.next())
         m_databases.emplace(rows.number32(0), rows.text(1));
 }

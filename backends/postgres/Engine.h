@@ -41,12 +41,11 @@ struct Reading {
     std::vector<std::uint64_t> sizes;  // bytes, by object
 };
 
-class Engine : public EngineHandle {
+class Engine : public ConnectedEngine<Connection> {
 public:
     Engine(std::string server, std::string user, std::string password);
     ~Engine() override;
 
-    void open() override { connection(); }
     Identity identity() override;
     std::unique_ptr<FileSnapshot> readFiles() override;
     std::unique_ptr<SessionSnapshot> readSessions() override;
@@ -55,12 +54,8 @@ public:
     XRKESDCOMMSTAT readCommunication() override;
 
 private:
-    void startTime() override;
-    void close() override { m_connection.reset(); }
-
-    // The connection, made at the first call. Throws StatusError, and after a loss always the same one.
-    Connection& connection();
-    void connect();
+    std::unique_ptr<Connection> makeConnection() override;
+    void prepare() override;
     void readServer();
     void readDatabases();
 
@@ -77,7 +72,6 @@ private:
     Settings m_settings;
     Log m_log;
     Account m_account;
-    std::unique_ptr<Connection> m_connection;
     Server m_server;
     Databases m_databases;
     OtherDatabases m_otherDatabases;
