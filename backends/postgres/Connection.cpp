@@ -164,9 +164,9 @@ void Connection::refuse(ConnStatusType reached) {
     Status status = statusOfConnecting(sqlState);
     if (sqlState.empty() && PQconnectionNeedsPassword(m_connection.get()) != 0) status = kAccessDenied;
     if (sqlState.empty() && reached == CONNECTION_SSL_STARTUP) status = kNoSecureConnection;
-    // What the client library says itself names nobody's account.
+    // Neither what the client library says itself nor a name of a setting gives an account away.
     const std::string text = "Connecting failed: " + refusal.reason;
-    sqlState.empty() ? m_log.notice(text) : m_log.tell(text);
+    sqlState.empty() || status == kUnsupportedServer ? m_log.notice(text) : m_log.tell(text);
     throw StatusError(status);
 }
 

@@ -49,6 +49,8 @@ Status statusOfConnecting(std::string_view sqlState) {
     if (sqlState.empty()) return kUnreachable;
     // No right to connect to the database.
     if (sqlState == "42501") return kNoDatabase;
+    // Settings that come with the connection: one that old servers do not know, and any at all for a pooler.
+    if (sqlState == "42704" || sqlState == "08P01") return kUnsupportedServer;
     return lookUp(sqlState);
 }
 
