@@ -44,10 +44,7 @@ void Engine::prepare() {
 void Engine::readServer() {
     Result rows = connection().query(queries::kServer);
     if (!rows.next()) throw StatusError(kOtherError);
-    if (!rows.flag(0)) {
-        m_log.notice("The account may not see other sessions. GRANT pg_read_all_stats to it");
-        throw StatusError(kNoPrivilege);
-    }
+    if (!rows.flag(0)) throwNoPrivilege();
     if (rows.number32(1) != connection().processId()) {
         m_log.notice("Something between here and the server shares its connections (a pooler): name the server itself");
         throw StatusError(kUnsupportedServer);
@@ -58,6 +55,11 @@ void Engine::readServer() {
     m_server.maxWorkers = rows.number32(5);
     m_server.inRecovery = rows.flag(6);
     m_server.version = rows.text(7);
+}
+
+void Engine::throwNoPrivilege() {
+    m_log.notice("The account may not see other sessions. GRANT pg_read_all_stats to it");
+    throw StatusError(kNoPrivilege);
 }
 
 void Engine::readDatabases() {

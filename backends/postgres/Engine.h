@@ -57,6 +57,7 @@ private:
     std::unique_ptr<Connection> makeConnection() override;
     void prepare() override;
     void readServer();
+    [[noreturn]] void throwNoPrivilege();
     void readDatabases();
 
     std::unique_ptr<Reading> read();

@@ -30,18 +30,13 @@ XRKESDCLIENTINFO describe(const LockSession& session) {
     return info;
 }
 
-bool hasProcess(const Activity& activity, std::string_view type) {
-    return std::any_of(activity.processes.begin(), activity.processes.end(),
-                       [&](const Process& process) { return process.type == type; });
-}
-
 }  // namespace
 
 std::unique_ptr<FileSnapshot> Engine::readFiles() {
     std::unique_ptr<Reading> reading = read();
     auto snapshot = std::make_unique<FileSnapshot>();
     // A standby that takes over has no such process any more.
-    const bool inRecovery = m_server.inRecovery && hasProcess(reading->activity, "startup");
+    const bool inRecovery = m_server.inRecovery && hasProcess(reading->activity.processes, kStartup);
     snapshot->clients.reserve(reading->picture.sessions.size());
     for (const LockSession& session : reading->picture.sessions) {
         snapshot->clients.push_back(

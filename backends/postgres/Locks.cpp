@@ -344,6 +344,11 @@ bool operator<(const LockTag& left, const LockTag& right) {
     return fields(left) < fields(right);
 }
 
+bool hasProcess(const std::vector<Process>& processes, std::string_view type) {
+    return std::any_of(processes.begin(), processes.end(),
+                       [&](const Process& process) { return process.type == type; });
+}
+
 LockPicture joinLocks(const Activity& activity, std::uint32_t ownPid) {
     return Joiner(activity, ownPid).join();
 }

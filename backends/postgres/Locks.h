@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -61,6 +62,13 @@ struct Process {
     bool isClient() const { return type == "client backend"; }
     bool isActive() const { return state == "active" || state == "fastpath function call"; }
 };
+
+// Types of processes of the server.
+constexpr const char* kCheckpointer = "checkpointer";
+constexpr const char* kStartup = "startup";
+
+// Whether there is a process of a type.
+bool hasProcess(const std::vector<Process>& processes, std::string_view type);
 
 // One row of pg_prepared_xacts.
 struct PreparedTransaction {

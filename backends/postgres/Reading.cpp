@@ -76,6 +76,8 @@ std::vector<Process> Engine::readProcesses() {
         process.ageMs = rows.number(11);
         process.inTransaction = rows.flag(12);
     }
+    // A server always has this one. What the account may not see has no type.
+    if (!hasProcess(processes, kCheckpointer)) throwNoPrivilege();
     return processes;
 }
 

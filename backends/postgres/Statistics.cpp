@@ -18,7 +18,7 @@ struct Population {
     explicit Population(const std::vector<Process>& processes, std::uint32_t ownPid) {
         std::set<std::string_view> names;
         for (const Process& process : processes) {
-            if (process.type == "checkpointer") uptimeMs = process.ageMs;
+            if (process.type == kCheckpointer) uptimeMs = process.ageMs;
             if (process.isClient()) {
                 names.insert(process.user);
                 ++clients;
