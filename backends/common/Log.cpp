@@ -13,12 +13,23 @@
 
 namespace xr {
 
+namespace {
+
+// The lines on standard error so far, of all connections: a recorder connects again and again while a server is away. Never
+// destroyed, since the process may end during a call.
+std::set<std::string>& noticed() {
+    static auto* const s_noticed = new std::set<std::string>;
+    return *s_noticed;
+}
+
+}  // namespace
+
 Log::Log(std::string library, std::string path, bool notices)
     : m_library(std::move(library)), m_path(std::move(path)), m_notices(notices) {
 }
 
 void Log::notice(const std::string& text) {
-    if (m_notices && m_noticed.insert(text).second) std::cerr << "lib" + m_library + ": " + cleanLine(text) + '\n';
+    if (m_notices && noticed().insert(text).second) std::cerr << "lib" + m_library + ": " + cleanLine(text) + '\n';
     tell(text);
 }
 

@@ -10,14 +10,15 @@ namespace xr {
 
 class Log {
 public:
-    // `library` names who tells, such as "xrmariadb". Appends to the file, or to none if the path is empty. A file that cannot be opened is no error. Without notices
-    // nothing is written to standard error.
+    // `library` names who tells, such as "xrmariadb". Appends to the file, or to none if the path is empty. A file that
+    // cannot be opened is no error. Without notices nothing is written to standard error.
     Log(std::string library, std::string path, bool notices);
 
     // Writes a line with time and process id to the file, once for each text however often it is told.
     void tell(const std::string& text);
 
-    // The same, and a line on standard error: for what the reader of a record has to know, with a way out of it.
+    // The same, and a line on standard error, once in the life of the process: for what the reader of a record has to know,
+    // with a way out of it.
     void notice(const std::string& text);
 
 private:
@@ -25,7 +26,6 @@ private:
     std::string m_path;
     bool m_notices;
     std::set<std::string> m_told;
-    std::set<std::string> m_noticed;
 };
 
 }  // namespace xr
