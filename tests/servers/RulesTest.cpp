@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: MIT
 // The field rules that the libraries of all servers share.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <limits>
 #include <string>
 
+#include "Log.h"
 #include "ServerText.h"
 #include "Texts.h"
 
@@ -81,4 +86,20 @@ TEST(ServerTexts, NumbersStopAtTheEndsOfTheirFields) {
     EXPECT_EQ(saturateSigned(18446744073709547520U), 2147483647);
     EXPECT_EQ(kilobytes(1025), 2U);
     EXPECT_EQ(kilobytes(0), 0U);
+}
+
+TEST(ServerLog, WaitsForNobodyWhoReadsAPipe) {
+    const std::string path = testing::TempDir() + "log." + std::to_string(getpid());
+    ASSERT_EQ(mkfifo(path.c_str(), S_IRUSR | S_IWUSR), 0);
+    Log log("xr", path, false);
+    log.tell("lost");
+    const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    log.tell("lost");
+    log.tell("lost");
+    std::array<char, 1000> lines{};
+    const auto size = ::read(reader, lines.data(), lines.size() - 1);
+    ::close(reader);
+    ::unlink(path.c_str());
+    const std::string line(lines.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    EXPECT_EQ(line.find("lost\n"), line.size() - 5) << "once, as soon as there is a reader: " << line;
 }
