@@ -59,7 +59,16 @@ void OtherDatabases::addRelations(Relations& relations, std::uint32_t database, 
     const auto found = m_databases.find(name);
     if (found == m_databases.end()) return;
     Answer& answer = found->second;
-    if (!answer.covers(numbers) && Clock::now() >= m_notBefore) answer = ask(name, numbers, account, settings, log);
+    if (!answer.covers(numbers) && Clock::now() >= m_notBefore) {
+        // Together with those of the same minute, or tables that take turns would be asked for each time.
+        const Clock::time_point now = Clock::now();
+        const bool isFresh = now < answer.until;
+        const Clock::time_point until = isFresh ? answer.until : now + kFresh;
+        std::set<std::uint32_t> all = numbers;
+        if (isFresh) all.insert(answer.asked.begin(), answer.asked.end());
+        answer = ask(name, all, account, settings, log);
+        answer.until = answer.refused ? Clock::now() + kFresh : until;
+    }
     for (const std::uint32_t number : numbers) {
         const auto relation = answer.relations.find(number);
         if (relation != answer.relations.end()) relations.emplace(std::pair(database, number), relation->second);
@@ -85,7 +94,6 @@ OtherDatabases::Answer OtherDatabases::ask(const std::string& name, const std::s
         const bool waited = error.status() == kTimeout || error.status() == kCatalogLocked;
         if (waited) m_notBefore = Clock::now() + std::chrono::seconds(kLongestWait);
     }
-    answer.until = Clock::now() + kFresh;
     return answer;
 }
 
