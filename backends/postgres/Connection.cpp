@@ -74,6 +74,8 @@ Connection::Connection(const Account& account, const Settings& settings, Log& lo
     begin(account, *address, settings);
     establish();
     m_callEnds.reset();
+    // Answers have the code in a field of its own.
+    PQsetErrorVerbosity(m_connection.get(), PQERRORS_DEFAULT);
     PQsetnonblocking(m_connection.get(), 1);
     tellOfClearText();
 }

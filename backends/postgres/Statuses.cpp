@@ -47,8 +47,8 @@ Status lookUp(std::string_view sqlState) {
 
 Status statusOfConnecting(std::string_view sqlState) {
     if (sqlState.empty()) return kUnreachable;
-    // No right to connect to the database.
-    if (sqlState == "42501") return kNoDatabase;
+    // No right to connect to the database, and one that takes no connections.
+    if (sqlState == "42501" || sqlState == "55000") return kNoDatabase;
     // Settings that come with the connection: one that old servers do not know, and any at all for a pooler.
     if (sqlState == "42704" || sqlState == "08P01") return kUnsupportedServer;
     return lookUp(sqlState);

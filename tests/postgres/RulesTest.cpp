@@ -236,8 +236,8 @@ TEST(PostgresStatuses, FollowFromTheServersCodes) {
         int later;
     } rows[] = {{"", 5001, 5000},      {"28P01", 5002, 5002}, {"3D000", 5003, 5003}, {"42501", 5003, 5000},
                 {"53300", 5004, 5004}, {"57P03", 5005, 5005}, {"57P01", 5006, 5006}, {"08006", 5006, 5006},
-                {"08P01", 5012, 5006}, {"42704", 5012, 5000}, {"55P03", 5009, 5009}, {"57014", 5010, 5010},
-                {"XX000", 5000, 5000}};
+                {"08P01", 5012, 5006}, {"42704", 5012, 5000}, {"55000", 5003, 5000}, {"55P03", 5009, 5009},
+                {"57014", 5010, 5010}, {"XX000", 5000, 5000}};
     for (const auto& row : rows) {
         EXPECT_EQ(statusOfConnecting(row.code), row.connecting) << row.code;
         EXPECT_EQ(statusOfStatement(row.code), row.later) << row.code;
