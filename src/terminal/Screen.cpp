@@ -57,15 +57,23 @@ public:
         ::intrflush(::stdscr, false);
     }
     ~Curses() {
-        // A tmux that was resized keeps rows of what it should forget.
-        if (m_wasResized) ::werase(::stdscr);
-        if (m_wasResized) ::wrefresh(::stdscr);
-        ::endwin();
-        setTerminalTaken(false);
+        leave();
         ::delscreen(m_screen);
     }
     Curses(const Curses&) = delete;
     Curses& operator=(const Curses&) = delete;
+
+    // Gives the terminal back, for good or until the next picture is sent.
+    void leave() const {
+        // A tmux that was resized keeps rows of what it should forget.
+        if (m_wasResized) ::werase(::stdscr);
+        // Where no earlier screen comes back, the shell writes its prompt over the line of keys.
+        ::wmove(::stdscr, ::getmaxy(::stdscr) - 1, 0);
+        ::wclrtoeol(::stdscr);
+        ::wrefresh(::stdscr);
+        ::endwin();
+        setTerminalTaken(false);
+    }
 
     void resize(int rows, int columns) {
         m_wasResized = true;
@@ -124,10 +132,14 @@ bool Screen::followSize() {
 }
 
 void Screen::suspend() {
-    ::endwin();
-    setTerminalTaken(false);
+    m_implementation->curses().leave();
     stopByJobControl();
+    resume();
+}
+
+void Screen::resume() {
     setTerminalTaken(true);
+    ::reset_prog_mode();
     followSize();
     forget();
 }

@@ -39,6 +39,8 @@ public:
     bool followSize();
     // Gives the terminal back and stops the process, as job control does. Returns when the process goes on.
     void suspend();
+    // Takes the terminal again after the process was stopped by somebody else.
+    void resume();
 
     // Readable when a key is pressed, and when the terminal has gone.
     int descriptor() const;

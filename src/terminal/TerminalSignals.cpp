@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdint>
 #include <ctime>
+#include <vector>
 
 #include "foundation/Process.h"
 #include "terminal/TerminalRestorer.h"
@@ -24,6 +25,7 @@ std::atomic<int> s_first{0};  // the signal that asked for the end
 std::atomic<std::int64_t> s_firstNs{0};
 std::atomic<bool> s_isResized{false};
 std::atomic<bool> s_isSuspended{false};
+std::atomic<bool> s_isContinued{false};
 static_assert(std::atomic<std::int64_t>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
               "signal handlers use them");
 
@@ -61,9 +63,9 @@ void onEnding(int signal) {
     errno = error;
 }
 
-// The main thread is stuck, as in writing to a terminal that takes nothing.
-void onAlarm(int /*signal*/) {
-    endNow(s_first);
+// The main thread is stuck, as in writing to a terminal that takes nothing; or somebody else sent it.
+void onAlarm(int signal) {
+    endNow(s_first != 0 ? s_first.load() : signal);
 }
 
 void onResize(int /*signal*/) {
@@ -80,12 +82,30 @@ void onSuspension(int /*signal*/) {
     errno = error;
 }
 
+void onContinuation(int /*signal*/) {
+    const int error = errno;
+    s_isContinued = true;
+    s_woken->wake();
+    errno = error;
+}
+
+// What ends a process by default, beside what is heeded above and crashes.
+std::vector<int> otherEndings() {
+    std::vector<int> signals = {SIGQUIT, SIGTRAP, SIGUSR1, SIGUSR2, SIGSTKFLT, SIGVTALRM,
+                                SIGPROF, SIGXCPU, SIGIO,   SIGPWR,  SIGSYS};
+    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal)
+        signals.push_back(signal);
+    return signals;
+}
+
 sigset_t heededSignals() {
     sigset_t all;
     sigemptyset(&all);
     for (const int signal : kEnding)
         sigaddset(&all, signal);
-    for (const int signal : {SIGALRM, SIGWINCH, SIGTSTP})
+    for (const int signal : {SIGALRM, SIGWINCH, SIGTSTP, SIGCONT})
+        sigaddset(&all, signal);
+    for (const int signal : otherEndings())
         sigaddset(&all, signal);
     return all;
 }
@@ -101,6 +121,9 @@ TerminalSignals::TerminalSignals(const WakeUp& woken) {
 
 void TerminalSignals::heedTerminal() {
     handle(SIGWINCH, onResize);
+    handle(SIGCONT, onContinuation);
+    for (const int signal : otherEndings())
+        if (!isIgnored(signal)) handle(signal, endNow);
     if (!isIgnored(SIGTSTP)) handle(SIGTSTP, onSuspension);
 }
 
@@ -118,6 +141,10 @@ bool TerminalSignals::takeResize() {
 
 bool TerminalSignals::takeSuspension() {
     return s_isSuspended.exchange(false);
+}
+
+bool TerminalSignals::takeContinuation() {
+    return s_isContinued.exchange(false);
 }
 
 SignalsHeld::SignalsHeld() {

@@ -15,7 +15,8 @@ public:
     // Wakes `woken` with every signal; borrowed until the process ends.
     explicit TerminalSignals(const WakeUp& woken);
 
-    // SIGWINCH is heeded too, and SIGTSTP unless it was ignored.
+    // SIGWINCH and SIGCONT are heeded too, and SIGTSTP unless it was ignored. What else would end the process does so with the
+    // terminal restored; crashes are not up to this.
     void heedTerminal();
 
     bool stopRequested() const;
@@ -24,6 +25,7 @@ public:
     // Whether the signal came since the call before.
     bool takeResize();
     bool takeSuspension();
+    bool takeContinuation();
 };
 
 // Signals are handled by the thread that made TerminalSignals alone: the calling thread leaves them to it, and so do those

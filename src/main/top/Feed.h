@@ -52,6 +52,10 @@ public:
     virtual bool finished() const = 0;
 };
 
+// To be called first by a thread that reads records: when the process crashes, the terminal is restored before anything is
+// told.
+void prepareFeedThread();
+
 }  // namespace vexo
 
 #endif

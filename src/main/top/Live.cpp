@@ -3,13 +3,11 @@
 
 #include <utility>
 
-#include "engine/EngineCall.h"
 #include "foundation/Encoding.h"
 #include "main/companion/Options.h"
 #include "output/Version.h"
 #include "record/Duration.h"
 #include "sink/Sink.h"
-#include "terminal/TerminalRestorer.h"
 #include "view/Text.h"
 
 namespace vexo {
@@ -56,13 +54,6 @@ RecordPlan planOf(const ConfigData& configuration) {
     return plan;
 }
 
-// The terminal is restored before the crash is told.
-void prepareEngineThread() {
-    const MessageHelper messages("VEXO", "VEXO_");
-    reportCrashes("vexo-top: " + narrow(messages.getResStr("ERR_ENGINE_CRASH", &kCallPlaceholder[0])) + "\n",
-                  restoreTerminalNow);
-}
-
 }  // namespace
 
 void NewestRecords::put(const RecordPtr& record) {
@@ -100,7 +91,7 @@ Live::Live(const ConfigData& configuration, std::optional<std::int64_t> interval
     settings.password = configuration.password;
     settings.plan = plan;
     settings.intervalMs = m_situation.intervalMs;
-    m_sampler.emplace(m_api, std::move(settings), *m_records, prepareEngineThread, [&changed] { changed.wake(); });
+    m_sampler.emplace(m_api, std::move(settings), *m_records, prepareFeedThread, [&changed] { changed.wake(); });
 }
 
 Live::~Live() = default;

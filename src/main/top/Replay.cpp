@@ -131,6 +131,7 @@ bool Replay::finished() const {
 }
 
 void Replay::run() {
+    prepareFeedThread();
     while (const auto request = nextTask())
         perform(*request);
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -51,6 +51,7 @@ void Show::wait() {
 
 void Show::heedSignals() {
     if (m_signals.takeSuspension()) m_screen.suspend();
+    if (m_signals.takeContinuation()) m_screen.resume();
     if (m_signals.takeResize()) m_screen.followSize();
 }
 
