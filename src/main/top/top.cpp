@@ -68,9 +68,10 @@ int runFeed(const TopOptions& options) {
     // Threads that are blocked in the end still use these.
     static const WakeUp woken;
     TerminalSignals signals(woken);
-    auto feed = makeFeed(options, woken);
+    std::unique_ptr<Feed> feed;
     int status = kEnded;
     try {
+        feed = makeFeed(options, woken);
         showOrPrint(options, *feed, woken, signals);
     } catch (const FeedException& error) {
         status = reportAs(error.status(), error);
@@ -81,7 +82,7 @@ int runFeed(const TopOptions& options) {
         status = kRefused;
     }
     signals.calmDown();
-    if (!end(*feed, woken)) std::_Exit(status);
+    if (feed && !end(*feed, woken)) std::_Exit(status);
     return status;
 }
 
@@ -97,11 +98,7 @@ int run(int argc, char** argv) {
         printLines({messages.getResStr("NAME", kProgramVersion)});
         return kEnded;
     }
-    try {
-        return runFeed(options);
-    } catch (const FeedException& error) {
-        return reportAs(error.status(), error);
-    }
+    return runFeed(options);
 }
 
 }  // namespace
