@@ -81,8 +81,8 @@ constexpr Column kFilesColumns[] = {
     numberColumn("COLUMN_SIZE", 1, 5, sizeValue),
     numberColumn("COLUMN_GROWTH", 4, 6, growthValue),
     numberColumn("COLUMN_HANDLES", 1, 7, countValueOf<&HandleCounts::all>),
-    numberColumn("COLUMN_LOCKING", 2, 5, countValueOf<&HandleCounts::locking>),
-    numberColumn("COLUMN_WAITING", 1, 5, countValueOf<&HandleCounts::waiting>),
+    numberColumn("COLUMN_LOCKING", 2, 4, countValueOf<&HandleCounts::locking>),
+    numberColumn("COLUMN_WAITING", 1, 4, countValueOf<&HandleCounts::waiting>),
     wordColumn("COLUMN_FLAGS", 4, 8, flagsValue),
     numberColumn("COLUMN_PAGE", 6, 5, pageSizeValue),
 };
@@ -92,9 +92,9 @@ constexpr Column kFileHandlesColumns[] = {
     upward(numberColumn("COLUMN_INDEX", 3, 6, clientIndexValue)),
     wordColumn("COLUMN_WAITS_FOR", 1, 6, stateValue<waitStateValue>),
     wordColumn("COLUMN_LOCK", 1, 6, stateValue<recordLockValue>),
-    wordColumn("COLUMN_TRANSACTION", 1, 5, stateValue<transactionStateValue>),
+    wordColumn("COLUMN_TRANSACTION", 1, 6, stateValue<transactionStateValue>),
     wordColumn("COLUMN_MODE", 2, 8, stateValue<openModeValue>),
-    upward(wordColumn("COLUMN_ADDRESS", 4, 15, ofSession<&SessionItem::address>)),
+    addressColumn("COLUMN_ADDRESS", 4, ofSession<&SessionItem::address>),
     upward(numberColumn("COLUMN_PID", 5, 7, ofSession<&SessionItem::pid>)),
     numberColumn("COLUMN_LOCKS", 6, 6, ofSession<&SessionItem::locksUsed>),
 };

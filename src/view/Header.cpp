@@ -147,7 +147,7 @@ Line firstHeaderLine(const Facts& facts, const Situation& situation, ViewName vi
     std::vector<Piece> pieces;
     pieces.push_back({texts[situation.isReplay ? "REPLAY" : "LIVE"], Style::kStrong, 0});
     if (facts.hasRecord()) {
-        pieces.push_back({localTime(facts.now().epochMs), Style::kPlain, 1});
+        pieces.back().text += " " + localTime(facts.now().epochMs);
         pieces.push_back({texts["RECORD"] + " " + std::to_string(facts.now().number), Style::kPlain, 5});
     }
     if (situation.intervalMs > 0) {

@@ -23,6 +23,7 @@ void append(Line& line, std::string text, Style style) {
 // What a value takes where there is room enough.
 int widthOf(const Column& column, const Value& value) {
     if (value.kind == Value::Kind::kBar) return column.most;
+    if (value.kind != Value::Kind::kText) return vexo::widthOf(shown(value, column.most, column.cut));
     return vexo::widthOf(value.before) + vexo::widthOf(screenText(value.text)) + vexo::widthOf(value.behind);
 }
 

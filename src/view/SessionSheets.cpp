@@ -91,16 +91,16 @@ Value totalTimeValue(const Facts& facts, std::uint32_t item) {
 }
 
 constexpr Column kSessionsColumns[] = {
-    nameColumn("COLUMN_SESSION", 0, 12, 44, Cut::kMiddle, nameValue<&SessionItem::name>),
-    upward(wordColumn("COLUMN_ADDRESS", 2, 15, nameValue<&SessionItem::address>)),
+    nameColumn("COLUMN_SESSION", 0, 10, 44, Cut::kMiddle, nameValue<&SessionItem::name>),
+    addressColumn("COLUMN_ADDRESS", 2, nameValue<&SessionItem::address>),
     numberColumn("COLUMN_LOCKS", 1, 5, numberValueOf<&SessionItem::locksUsed>),
-    wordColumn("COLUMN_TRANSACTION", 2, 5, sessionTransactionValue),
+    wordColumn("COLUMN_TRANSACTION", 2, 6, sessionTransactionValue),
     numberColumn("COLUMN_READS", 1, 6, rateValue<&SessionRates::recordsRead>),
     numberColumn("COLUMN_WRITES", 1, 7, writesValue),
     numberColumn("COLUMN_DISK", 3, 6, rateValue<&SessionRates::diskAccesses>),
     numberColumn("COLUMN_CACHE", 4, 6, cacheValue),
     numberColumn("COLUMN_HANDLES", 5, 7, handlesValue<&HandleCounts::all>),
-    numberColumn("COLUMN_WAITING", 5, 5, handlesValue<&HandleCounts::waiting>),
+    numberColumn("COLUMN_WAITING", 5, 4, handlesValue<&HandleCounts::waiting>),
     numberColumn("COLUMN_INSERTS", 6, 6, rateValue<&SessionRates::recordsInserted>),
     numberColumn("COLUMN_UPDATES", 6, 6, rateValue<&SessionRates::recordsUpdated>),
     numberColumn("COLUMN_DELETES", 6, 6, rateValue<&SessionRates::recordsDeleted>),
@@ -115,14 +115,14 @@ constexpr Column kSessionHandlesColumns[] = {
     nameColumn("COLUMN_FILE", 0, 12, 80, Cut::kStart, fileValue),
     wordColumn("COLUMN_WAITS_FOR", 1, 6, stateValue<waitStateValue>),
     wordColumn("COLUMN_LOCK", 1, 6, stateValue<recordLockValue>),
-    wordColumn("COLUMN_TRANSACTION", 1, 5, stateValue<transactionStateValue>),
+    wordColumn("COLUMN_TRANSACTION", 1, 6, stateValue<transactionStateValue>),
     wordColumn("COLUMN_MODE", 2, 8, stateValue<openModeValue>),
 };
 
 constexpr Column kConnectionsColumns[] = {
     nameColumn("COLUMN_USER", 0, 8, 28, Cut::kMiddle, connectionText<&ConnectionItem::user>),
     nameColumn("COLUMN_HOST", 1, 8, 28, Cut::kEnd, connectionText<&ConnectionItem::host>),
-    upward(wordColumn("COLUMN_ADDRESS", 3, 15, connectionText<&ConnectionItem::address>)),
+    addressColumn("COLUMN_ADDRESS", 3, connectionText<&ConnectionItem::address>),
     nameColumn("COLUMN_APPLICATION", 2, 8, 28, Cut::kMiddle, connectionText<&ConnectionItem::application>),
     upward(wordColumn("COLUMN_STATE", 1, 7, statusValue)),
     numberColumn("COLUMN_PERIOD", 1, 7, periodValue),

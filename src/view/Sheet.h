@@ -33,9 +33,16 @@ struct Column {
 constexpr Column nameColumn(const char* heading, int priority, int least, int most, Cut cut, ColumnValue value) {
     return {heading, value, least, most, priority, Side::kLeft, cut, false};
 }
+// Network addresses: those of the older protocol are short, and the newer ones are not always long.
+constexpr Column addressColumn(const char* heading, int priority, ColumnValue value) {
+    return nameColumn(heading, priority, 13, 39, Cut::kEnd, value);
+}
 // Words of the program, and others that have to be whole.
+constexpr Column growingColumn(const char* heading, int priority, int least, int most, ColumnValue value) {
+    return {heading, value, least, most, priority, Side::kLeft, Cut::kEnd, true};
+}
 constexpr Column wordColumn(const char* heading, int priority, int width, ColumnValue value) {
-    return {heading, value, width, width, priority, Side::kLeft, Cut::kEnd, true};
+    return growingColumn(heading, priority, width, width, value);
 }
 constexpr Column numberColumn(const char* heading, int priority, int width, ColumnValue value) {
     return {heading, value, width, width, priority, Side::kRight, Cut::kEnd, true};

@@ -41,7 +41,8 @@ Value barValue(const Facts& facts, std::uint32_t item) {
     const Amount& it = amount(facts, item);
     Value value = numberValue(Kind::kBar, 0.0);
     value.isOpen = it.limit <= 0;
-    const double whole = static_cast<double>(value.isOpen ? it.peak : static_cast<std::uint64_t>(it.limit));
+    const double whole =
+        static_cast<double>(value.isOpen ? std::max(it.peak, it.current) : static_cast<std::uint64_t>(it.limit));
     if (whole == 0) return value;
     value.number = static_cast<double>(it.current) / whole;
     value.peak = static_cast<double>(it.peak) / whole;

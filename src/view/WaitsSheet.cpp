@@ -71,15 +71,15 @@ Value holderAddressValue(const Facts& facts, std::uint32_t item) {
 }
 
 constexpr Column kWaitsColumns[] = {
-    wordColumn("COLUMN_WAITED", 0, 8, waitedValue),
+    growingColumn("COLUMN_WAITED", 0, 5, 8, waitedValue),
     wordColumn("COLUMN_WAITS_FOR", 2, 6, waitsForValue),
     nameColumn("COLUMN_FILE", 1, 10, 50, Cut::kStart, fileValue),
     nameColumn("COLUMN_WAITER", 0, 10, 36, Cut::kMiddle, waiterValue),
     nameColumn("COLUMN_HOLDER", 0, 12, 42, Cut::kMiddle, holderValue),
     numberColumn("COLUMN_BLOCKS", 5, 6, blockedValue),
     upward(wordColumn("COLUMN_SINCE", 5, 8, sinceValue)),
-    upward(wordColumn("COLUMN_ADDRESS", 6, 15, waiterAddressValue)),
-    upward(wordColumn("COLUMN_HOLDER_ADDRESS", 7, 15, holderAddressValue)),
+    addressColumn("COLUMN_ADDRESS", 6, waiterAddressValue),
+    addressColumn("COLUMN_HOLDER_ADDRESS", 7, holderAddressValue),
 };
 
 Items rowsOfWaits(const Facts& facts, std::uint32_t /*owner*/) {

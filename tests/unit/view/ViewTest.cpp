@@ -237,45 +237,45 @@ TEST(WaitsView, ShowsChainsAsTreesWithTheLongestFirst) {
     const struct {
         const char* what;
         std::vector<File> files;
-        std::vector<std::string> rows;  // how long, what for, who, held by
+        std::vector<std::string> rows;  // how long, what for, who, who may hold it, how many are below
     } kRows[] = {
         {"one lock is the one that is waited for",
          {{"A", {{"holder", 'S'}, {"reader"}, {"waiter", 'N', kRecord, 40}}}},
-         {">=40s record A waiter holds: holder"}},
+         {">=40s record A waiter holds: holder 0"}},
         {"with two it may be either, and the exclusive one rather",
          {{"A", {{"one", 'S'}, {"two", 'M', 0, 0, kExclusive}, {"waiter", 'N', kRecord, 40}}}},
-         {">=40s record A waiter two +1"}},
+         {">=40s record A waiter two +1 0"}},
         {"one who waits may hold the record, too",
          {{"A", {{"holder", 'S'}, {"both", 'S', kRecord, 5}, {"waiter", 'N', kRecord, 40}}}},
-         {">=40s record A waiter holder", ">=5s record A both holds: holder"}},
+         {">=40s record A waiter holder 0", ">=5s record A both holds: holder 0"}},
         {"a transaction may hold anything",
          {{"A", {{"idle"}, {"writer", 'N', 0, 0, kConcurrent}, {"waiter", 'N', kRecord, 1}}}},
-         {">=1s record A waiter writer"}},
+         {">=1s record A waiter writer 0"}},
         {"a file is held by the only one who does not wait for it",
          {{"A", {{"writer", 'N', 0, 0, kConcurrent}, {"w1", 'N', kFile, 9}, {"w2", 'N', kFile, 10}}}},
-         {">=10s file A w2 holds: writer", ">=9s file A w1 holds: writer"}},
-        {"nobody is known", {{"A", {{"idle"}, {"waiter", 'N', kRecord, 1}}}}, {">=1s record A waiter -"}},
+         {">=10s file A w2 holds: writer 0", ">=9s file A w1 holds: writer 0"}},
+        {"nobody is known", {{"A", {{"idle"}, {"waiter", 'N', kRecord, 1}}}}, {">=1s record A waiter - 0"}},
         {"the waiter itself is no candidate",
          {{"A", {{"waiter", 'S'}, {"waiter", 'N', kRecord, 1}}}},
-         {">=1s record A waiter -"}},
+         {">=1s record A waiter - 0"}},
         {"who has a lock of its own may be in its own way",
          {{"A", {{"holder", 'S'}, {"waiter", 'S'}, {"waiter", 'N', kRecord, 40}}}},
-         {">=40s record A waiter holder"}},
+         {">=40s record A waiter holder 0"}},
         {"a chain, and one beside it",
          {{"A", {{"root", 'S'}, {"second", 'N', kRecord, 60}}},
           {"B", {{"second", 'S'}, {"third", 'N', kRecord, 30}, {"fourth", 'N', kRecord, 50}}},
           {"C", {{"third", 'S'}, {"fifth", 'N', kRecord, 20}}},
           {"D", {{"alone", 'S'}, {"other", 'N', kRecord, 55}}}},
-         {">=60s record A second holds: root", ">=50s record B `- fourth holds: second",
-          ">=30s record B `- third holds: second", ">=20s record C `- fifth holds: third",
-          ">=55s record D other holds: alone"}},
+         {">=60s record A second holds: root 3", ">=50s record B `- fourth holds: second 0",
+          ">=30s record B `- third holds: second 1", ">=20s record C `- fifth holds: third 0",
+          ">=55s record D other holds: alone 0"}},
         {"a cycle, and one who waits for it",
          {{"A", {{"x", 'S'}, {"y", 'N', kRecord, 70}, {"z", 'N', kRecord, 80}}},
           {"B", {{"y", 'S'}, {"x", 'N', kRecord, 75}}}},
-         {">=75s record B x holds: y (cycle)", ">=80s record A `- z holds: x", ">=70s record A `- y holds: x"}},
+         {">=75s record B x holds: y (cycle) 2", ">=80s record A `- z holds: x 0", ">=70s record A `- y holds: x 0"}},
         {"each waits for the other of the same name",
          {{"A", {{"x", 'S'}, {"y", 'N', kRecord, 1}}}, {"B", {{"y", 'S'}, {"x", 'N', kRecord, 1}}}},
-         {">=1s record A y holds: x (cycle)", ">=1s record B `- x holds: y"}},
+         {">=1s record A y holds: x (cycle) 1", ">=1s record B `- x holds: y 0"}},
     };
     for (const auto& row : kRows) {
         const RecordPtr record = made(row.files);
@@ -287,7 +287,7 @@ TEST(WaitsView, ShowsChainsAsTreesWithTheLongestFirst) {
         noted->scope = HandleScope::kNoted;
         for (std::size_t wait = 0; wait < nodes.size(); ++wait)
             EXPECT_TRUE(record->waits[wait].waitState == kRecord || !waitForest(*noted)[wait].isCertain) << row.what;
-        Screen screen(ViewName::kWaits, {24, 60});
+        Screen screen(ViewName::kWaits, {24, 64});
         screen.viewer->show(record, nullptr);
         const auto lines = screen.lines();
         for (std::size_t place = 0; place < row.rows.size(); ++place) {
@@ -564,7 +564,7 @@ TEST(Viewer, TellsWhatIsMissing) {
     screen.press('2');
     EXPECT_EQ(screen.line(3), "No handles were asked for: who waits and who locks is not known.");
     screen.press('1');
-    EXPECT_EQ(screen.line(4), "A               20M       -        -      -      -                0");
+    EXPECT_EQ(screen.line(4), "A               20M       -        -     -     -                0");
 
     Situation situation;
     situation.server = "shop";
@@ -574,7 +574,7 @@ TEST(Viewer, TellsWhatIsMissing) {
     situation.reason = "Status 3010";
     situation.isPaused = true;
     screen.viewer->setSituation(situation);
-    EXPECT_EQ(screen.line(0), "shop  LIVE  2026-11-21 14:03:30 +00:00  rec 1  10s  [1] files             PAUSED");
+    EXPECT_EQ(screen.line(0), "shop  LIVE 2026-11-21 14:03:30 +00:00  rec 1  10s  [1] files              PAUSED");
     EXPECT_EQ(screen.line(1).find("CONNECTION LOST at 14:03:20: Status 3010  "), 0U) << screen.line(1);
     situation.link = Situation::Link::kConnected;
     situation.gapMs = 720'000;
