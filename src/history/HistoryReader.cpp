@@ -37,22 +37,7 @@ auto HistoryReader::read(Action action) {
 }
 
 RecordPtr HistoryReader::at(std::int64_t epochMs) {
-    return read([&](SQLite::Database& database) {
-        // Within a group the clock does not go back.
-        const Position key =
-            find(database, "rec = key_rec AND epoch_ms <= ? ORDER BY epoch_ms DESC, rec DESC", epochMs);
-        if (key.record == 0) return goTo(database, find(database, "rec > ? ORDER BY rec", 0));
-        SQLite::Statement rows(database,
-                               "SELECT rec, key_rec, epoch_ms FROM record_numbers WHERE rec >= ? ORDER BY rec");
-        rows.bind(1, sqlNumber(key.record));
-        Position target = key;
-        while (rows.executeStep() && rows.getColumn(1).getInt64() == sqlNumber(key.record) &&
-               rows.getColumn(2).getInt64() <= epochMs) {
-            target.record = static_cast<std::uint64_t>(rows.getColumn(0).getInt64());
-        }
-        rows.reset();
-        return goTo(database, target);
-    });
+    return read([&](SQLite::Database& database) { return goTo(database, findAt(database, epochMs)); });
 }
 
 RecordPtr HistoryReader::next() {
@@ -97,6 +82,19 @@ void HistoryReader::appendLines(std::string& out) const {
     appendNdjsonLines(out, m_text.view());
 }
 
+std::uint64_t HistoryReader::numberAt(std::int64_t epochMs) {
+    return read([&](SQLite::Database& database) { return findAt(database, epochMs).record; });
+}
+
+std::uint64_t HistoryReader::numberFrom(std::uint64_t record, std::int64_t records) {
+    const bool isBehind = records > 0;
+    const std::string far = "rec IN (SELECT rec FROM record_numbers WHERE rec " + std::string(isBehind ? ">" : "<") +
+                            " ? ORDER BY rec" + (isBehind ? "" : " DESC") + " LIMIT " +
+                            std::to_string(isBehind ? records : -records) + ") ORDER BY rec" +
+                            (isBehind ? " DESC" : "");
+    return read([&](SQLite::Database& database) { return find(database, far, sqlNumber(record)).record; });
+}
+
 RecordRange HistoryReader::passDamage() {
     return read([&](SQLite::Database& database) {
         const std::uint64_t first = m_target;
@@ -108,10 +106,23 @@ RecordRange HistoryReader::passDamage() {
     });
 }
 
-HistoryReader::Position HistoryReader::find(SQLite::Database& database, const char* query,
+HistoryReader::Position HistoryReader::findAt(SQLite::Database& database, std::int64_t epochMs) const {
+    // Within a group the clock does not go back.
+    const Position key = find(database, "rec = key_rec AND epoch_ms <= ? ORDER BY epoch_ms DESC, rec DESC", epochMs);
+    if (key.record == 0) return find(database, "rec > ? ORDER BY rec", 0);
+    SQLite::Statement rows(database, "SELECT rec, key_rec, epoch_ms FROM record_numbers WHERE rec >= ? ORDER BY rec");
+    rows.bind(1, sqlNumber(key.record));
+    Position target = key;
+    while (rows.executeStep() && rows.getColumn(1).getInt64() == sqlNumber(key.record) &&
+           rows.getColumn(2).getInt64() <= epochMs) {
+        target.record = static_cast<std::uint64_t>(rows.getColumn(0).getInt64());
+    }
+    return target;
+}
+
+HistoryReader::Position HistoryReader::find(SQLite::Database& database, const std::string& query,
                                             std::int64_t argument) const {
-    SQLite::Statement statement(database,
-                                std::string("SELECT rec, key_rec FROM record_numbers WHERE ") + query + " LIMIT 1");
+    SQLite::Statement statement(database, "SELECT rec, key_rec FROM record_numbers WHERE " + query + " LIMIT 1");
     statement.bind(1, argument);
     if (!statement.executeStep()) return {};
     return {static_cast<std::uint64_t>(statement.getColumn(0).getInt64()),

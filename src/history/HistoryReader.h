@@ -35,6 +35,11 @@ public:
     // Whether a record has come behind the place. Reads none.
     bool hasNext();
 
+    // The number of the record that at() leads to; of the one so many records behind `record`, or before it where that is
+    // negative, or of the last or first one where there are fewer. 0 where there is none. Read no record, and do not move.
+    std::uint64_t numberAt(std::int64_t epochMs);
+    std::uint64_t numberFrom(std::uint64_t record, std::int64_t records);
+
     // Appends the lines of the record at the place to `out`, byte for byte as they are streamed (NdjsonFrame::kEveryLine).
     // Only behind an operation that gave a record.
     void appendLines(std::string& out) const;
@@ -49,7 +54,8 @@ private:
     };
     template <typename Action>
     auto read(Action action);
-    Position find(SQLite::Database& database, const char* query, std::int64_t argument) const;
+    Position find(SQLite::Database& database, const std::string& query, std::int64_t argument) const;
+    Position findAt(SQLite::Database& database, std::int64_t epochMs) const;
     RecordPtr goTo(SQLite::Database& database, const Position& target);
     const Buffer& unpackUpTo(const Position& target, SQLite::Statement& rows);
     RecordPtr parse(std::string_view text, SQLite::Statement& row);

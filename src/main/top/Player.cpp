@@ -19,11 +19,11 @@ String Player::takeNotice() {
 }
 
 bool Player::at(std::int64_t epochMs) {
-    return arrive(readBeyondDamage([&] { return m_reader.at(epochMs); }));
+    return goTo(m_reader.numberAt(epochMs));
 }
 
 bool Player::first() {
-    return arrive(readBeyondDamage([&] { return m_reader.first(); }));
+    return goTo(m_reader.numberFrom(0, 1));
 }
 
 bool Player::last() {
@@ -31,24 +31,41 @@ bool Player::last() {
     return all && goTo(all->last.number);
 }
 
-bool Player::nextWait() {
-    const auto mark = m_waits.next(number());
-    return mark && goTo(mark->number);
+bool Player::nextWait(std::uint32_t times) {
+    return goFar(times, [this](std::uint64_t from) {
+        const auto mark = m_waits.next(from);
+        return mark ? mark->number : 0;
+    });
 }
 
-bool Player::previousWait() {
-    const auto mark = m_waits.previous(number());
-    return mark && goTo(mark->number);
+bool Player::previousWait(std::uint32_t times) {
+    return goFar(times, [this](std::uint64_t from) {
+        const auto mark = m_waits.previous(from);
+        return mark ? mark->number : 0;
+    });
 }
 
-bool Player::nextGap() {
-    const auto gap = m_gaps.next(number());
-    return gap && goTo(gap->behind.number);
+bool Player::nextGap(std::uint32_t times) {
+    return goFar(times, [this](std::uint64_t from) {
+        const auto gap = m_gaps.next(from);
+        return gap ? gap->behind.number : 0;
+    });
 }
 
-bool Player::previousGap() {
-    const auto gap = m_gaps.previous(number());
-    return gap && goTo(gap->behind.number);
+bool Player::previousGap(std::uint32_t times) {
+    return goFar(times, [this](std::uint64_t from) {
+        const auto gap = m_gaps.previous(from);
+        return gap ? gap->behind.number : 0;
+    });
+}
+
+// `find` gives the number of the next place behind or before that of a record; 0 where there is none.
+template <typename Find>
+bool Player::goFar(std::uint32_t times, Find find) {
+    std::uint64_t target = 0;
+    for (std::uint64_t found = number(); times > 0 && (found = find(found)) != 0; --times)
+        target = found;
+    return goTo(target);
 }
 
 bool Player::hasNext() {
@@ -56,7 +73,8 @@ bool Player::hasNext() {
     return m_reader.hasNext();
 }
 
-bool Player::next() {
+bool Player::next(std::uint32_t times) {
+    if (times > 1) return goTo(m_reader.numberFrom(number(), times));
     const RecordPtr record = readBeyondDamage([&] {
         takeReaderTo(number());
         return m_reader.next();
@@ -66,7 +84,8 @@ bool Player::next() {
     return true;
 }
 
-bool Player::previous() {
+bool Player::previous(std::uint32_t times) {
+    if (times > 1) return goTo(m_reader.numberFrom(number(), -std::int64_t{times}));
     if (!m_previous) return false;
     set(m_previous, readableBefore(m_previous->number));
     return true;
@@ -74,17 +93,13 @@ bool Player::previous() {
 
 // By way of the record before, which is shown too: what both are packed against is then unpacked once.
 bool Player::goTo(std::uint64_t record) {
+    if (record == 0) return false;
+    if (m_place.now && record == m_reader.numberFrom(number(), 1)) return next(1);
+    if (m_previous && record == m_previous->number) return previous(1);
     RecordPtr before = readableBefore(record);
-    if (!before) return arrive(readBeyondDamage([&] { return m_reader.goTo(record); }));
-    RecordPtr now = readBeyondDamage([&] { return m_reader.next(); });
+    RecordPtr now = readBeyondDamage([&] { return before ? m_reader.next() : m_reader.goTo(record); });
     if (!now) return false;
     set(std::move(now), std::move(before));
-    return true;
-}
-
-bool Player::arrive(const RecordPtr& record) {
-    if (!record) return false;
-    set(record, readableBefore(record->number));
     return true;
 }
 
@@ -140,16 +155,17 @@ void Player::tellPassed(RecordRange records) {
 // The nearest one before `record`; null if there is none. Damage is passed group by group.
 RecordPtr Player::readableBefore(std::uint64_t record) {
     const std::uint64_t last = record - 1;
-    while (record > 1) {
+    while (const std::uint64_t before = m_reader.numberFrom(record, -1)) {
         try {
             m_readerAt = 0;
-            RecordPtr before = m_reader.goTo(record - 1);
-            // A number that is missing leads behind it.
-            if (before && before->number >= record) before = m_reader.previous();
-            if (before) m_readerAt = before->number;
-            return before;
+            RecordPtr found = m_reader.goTo(before);
+            // The writer may have dropped it just now.
+            if (!found || found->number >= record) return nullptr;
+            m_readerAt = found->number;
+            return found;
         } catch (const HistoryException&) {
-            tellPassed({--record, last});
+            record = before;
+            tellPassed({record, last});
         }
     }
     return nullptr;

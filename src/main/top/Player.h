@@ -34,16 +34,17 @@ public:
     // What has to be told about the last move; often empty.
     String takeNotice();
 
-    // Whether there is such a record; else the place stays.
+    // Whether there is such a record; else the place stays. Those with a number go so many times as far, or as far as there
+    // is anything, and read only what is shown in the end.
     bool at(std::int64_t epochMs);
     bool first();
     bool last();
-    bool next();
-    bool previous();
-    bool nextWait();
-    bool previousWait();
-    bool nextGap();
-    bool previousGap();
+    bool next(std::uint32_t times);
+    bool previous(std::uint32_t times);
+    bool nextWait(std::uint32_t times);
+    bool previousWait(std::uint32_t times);
+    bool nextGap(std::uint32_t times);
+    bool previousGap(std::uint32_t times);
     // Whether a record has come behind the place. Reads none.
     bool hasNext();
 
@@ -54,8 +55,9 @@ private:
     template <typename Read>
     RecordPtr readBeyondDamage(Read read);
     RecordPtr readableBefore(std::uint64_t record);
+    template <typename Find>
+    bool goFar(std::uint32_t times, Find find);
     bool goTo(std::uint64_t record);
-    bool arrive(const RecordPtr& record);
     void set(RecordPtr now, RecordPtr previous);
     void takeReaderTo(std::uint64_t record);
 

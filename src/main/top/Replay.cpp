@@ -12,9 +12,6 @@ namespace {
 
 // How often is looked whether the agent has written a record.
 constexpr auto kFollowPause = std::chrono::milliseconds(250);
-// Keys that are pressed while older ones have waited for that long go nowhere: a key that is held down must not be worked
-// off long after it is let go.
-constexpr auto kLongestWait = std::chrono::milliseconds(400);
 
 Player openHistory(const std::string& path) {
     try {
@@ -101,11 +98,22 @@ void Replay::ask(const Request& request) {
     } else if (request.kind == RequestKind::kPause) {
         if (m_isFollowing) m_isPaused = !m_isPaused;
         if (!m_isFollowing) m_sentence = screenText(m_messages->getResStr("NO_PAUSE"));
-    } else if (m_tasks.empty() || Clock::now() - m_tasks.front().asked < kLongestWait) {
+    } else {
         m_isFollowing = m_canFollow && request.kind == RequestKind::kLastRecord;
         m_isPaused = false;
-        m_tasks.push_back({request, Clock::now()});
+        add(request);
         m_wanted.notify_one();
+    }
+}
+
+// What is pressed again while a large record is being read becomes one way, so that no key is lost and a key that is held
+// down is not worked off long after it is let go.
+void Replay::add(const Request& request) {
+    const bool isAgain = !m_tasks.empty() && m_tasks.back().request.kind == request.kind;
+    if (isAgain && request.kind != RequestKind::kJump) {
+        ++m_tasks.back().times;
+    } else {
+        m_tasks.push_back({request, 1});
     }
 }
 
@@ -132,15 +140,15 @@ bool Replay::finished() const {
 
 void Replay::run() {
     prepareFeedThread();
-    while (const auto request = nextTask())
-        perform(*request);
+    while (const auto task = nextTask())
+        perform(*task);
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_isFinished = true;
     m_changed.wake();  // still under the lock: whoever sees that this has finished may destroy it
 }
 
 // What to do next; to follow the agent is to look for a next record with kNone. Nothing at the end.
-std::optional<Request> Replay::nextTask() {
+std::optional<Replay::Task> Replay::nextTask() {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_isBusy = false;
     const auto isWanted = [this] { return m_shallStop || !m_tasks.empty(); };
@@ -150,44 +158,45 @@ std::optional<Request> Replay::nextTask() {
         m_wanted.wait(lock, isWanted);
     }
     if (m_shallStop) return std::nullopt;
-    if (m_tasks.empty()) return Request{};
+    if (m_tasks.empty()) return Task{};
     m_isBusy = true;
-    Request request = std::move(m_tasks.front().request);
+    Task task = std::move(m_tasks.front());
     m_tasks.pop_front();
-    return request;
+    return task;
 }
 
-void Replay::perform(const Request& request) {
+void Replay::perform(const Task& task) {
+    const RequestKind kind = task.request.kind;
     String sentence;
     try {
-        if (request.kind == RequestKind::kNone) return followOn();
-        if (!move(request)) sentence = m_messages->getResStr(absenceOf(request.kind));
+        if (kind == RequestKind::kNone) return followOn();
+        if (!move(task)) sentence = m_messages->getResStr(absenceOf(kind));
     } catch (const HistoryException& error) {
         sentence = error.message();
     }
     publish(std::move(sentence));
 }
 
-bool Replay::move(const Request& request) {
-    switch (request.kind) {
+bool Replay::move(const Task& task) {
+    switch (task.request.kind) {
         case RequestKind::kNextRecord:
-            return m_player.next();
+            return m_player.next(task.times);
         case RequestKind::kPreviousRecord:
-            return m_player.previous();
+            return m_player.previous(task.times);
         case RequestKind::kFirstRecord:
             return m_player.first();
         case RequestKind::kLastRecord:
             return m_player.last();
         case RequestKind::kNextWait:
-            return m_player.nextWait();
+            return m_player.nextWait(task.times);
         case RequestKind::kPreviousWait:
-            return m_player.previousWait();
+            return m_player.previousWait(task.times);
         case RequestKind::kNextGap:
-            return m_player.nextGap();
+            return m_player.nextGap(task.times);
         case RequestKind::kPreviousGap:
-            return m_player.previousGap();
+            return m_player.previousGap(task.times);
         default:
-            return jump(request.text);
+            return jump(task.request.text);
     }
 }
 

@@ -3,8 +3,8 @@
 #ifndef VEXO_MAIN_TOP_REPLAY_H
 #define VEXO_MAIN_TOP_REPLAY_H
 
-#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -33,17 +33,17 @@ public:
     bool finished() const override;
 
 private:
-    using Clock = std::chrono::steady_clock;
     struct Task {
         Request request;
-        Clock::time_point asked;
+        std::uint32_t times = 1;
     };
 
     void open(const std::optional<std::string>& at);
+    void add(const Request& request);
     void run();
-    std::optional<Request> nextTask();
-    void perform(const Request& request);
-    bool move(const Request& request);
+    std::optional<Task> nextTask();
+    void perform(const Task& task);
+    bool move(const Task& task);
     bool jump(const std::string& text);
     void followOn();
     void publish(String sentence);
