@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Utf8.h"
+#include "foundation/Encoding.h"
 #include "record/SafeText.h"
 
 namespace vexo {
@@ -19,6 +20,29 @@ constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
 
 bool isPlain(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+}
+
+bool isUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t size = utf8::firstCharacter(text).size;
+        if (size == 0) return false;
+        text.remove_prefix(size);
+    }
+    return true;
+}
+
+std::string inUtf8(StringView text) {
+    std::string bytes;
+    for (const wchar_t c : text) {
+        // What was no character is kept as U+DC00 + byte.
+        const auto code = static_cast<char32_t>(c);
+        if (code >= 0xDC80 && code <= 0xDCFF) {
+            bytes += static_cast<char>(static_cast<unsigned char>(code));
+        } else {
+            utf8::append(bytes, code);
+        }
+    }
+    return bytes;
 }
 
 // The calling thread classifies characters as Unicode does, for as long as this lives.
@@ -75,22 +99,12 @@ std::size_t bytesThatFit(Iterator first, Iterator last, int columns) {
 }  // namespace
 
 std::string screenText(StringView text) {
-    std::string bytes;
-    for (const wchar_t c : text) {
-        // What was no character is kept as U+DC00 + byte.
-        const auto code = static_cast<char32_t>(c);
-        if (code >= 0xDC80 && code <= 0xDCFF) {
-            bytes += static_cast<char>(static_cast<unsigned char>(code));
-        } else {
-            utf8::append(bytes, code);
-        }
-    }
-    return screenText(std::string_view(bytes));
+    return screenText(std::string_view(inUtf8(text)));
 }
 
 std::string screenText(std::string_view bytes) {
     if (isPlain(bytes)) return std::string(bytes);
-    const std::string safe = safeText(bytes);
+    const std::string safe = isUtf8(bytes) ? safeText(bytes) : safeText(inUtf8(widen(bytes)));
     const UnicodeClasses classes;
     std::string text;
     for (std::string_view rest = safe; !rest.empty();) {

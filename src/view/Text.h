@@ -14,7 +14,8 @@ namespace vexo {
 
 // UTF-8, whatever the environment's encoding, and safe to print.
 std::string screenText(StringView text);
-// Bytes of the engine or of a recording, safe to print: as safeText(), and without what no terminal has a width for.
+// Bytes of the engine or of a recording, safe to print: as safeText(), and without what no terminal has a width for. What is
+// no UTF-8 is taken for text in the environment's encoding.
 std::string screenText(std::string_view bytes);
 
 // Columns of a terminal: none for combining marks, two for wide characters. By the C library's tables for UTF-8, which

@@ -125,7 +125,7 @@ void Live::setLink(Situation& situation, const NewestRecords::View& newest) cons
     if (newest.failed) {
         if (newest.now) situation.link = Link::kLost;
         situation.linkSinceMs = newest.failed->epochMs;
-        situation.reason = screenText(widen(failureOf(*newest.failed)));
+        situation.reason = screenText(failureOf(*newest.failed));
     }
     if (busyMs < kStallMs) return;
     situation.link = Link::kStalled;
