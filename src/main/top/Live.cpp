@@ -62,7 +62,9 @@ void NewestRecords::put(const RecordPtr& record) {
         if (!m_view.failed) m_view.failed = record;
         return;
     }
-    m_view = {record, m_view.now, nullptr};
+    std::optional<std::int64_t> gapMs;
+    if (m_view.failed && m_view.now) gapMs = (record->monotonicUs - m_view.now->monotonicUs) / kMicrosPerMilli;
+    m_view = {record, m_view.now, nullptr, gapMs};
 }
 
 NewestRecords::View NewestRecords::view() const {
@@ -110,6 +112,7 @@ Scene Live::look() {
     if (!m_situation.isPaused) {
         m_now = newest.now;
         m_before = newest.before;
+        m_situation.gapMs = newest.gapMs;
     }
     Scene scene{m_now, m_before, m_situation, std::exchange(m_sentence, {})};
     setLink(scene.situation, newest);

@@ -21,9 +21,10 @@ namespace vexo {
 class NewestRecords {
 public:
     struct View {
-        RecordPtr now;     // the last one that the engine answered; null before the first
-        RecordPtr before;  // the one before that
-        RecordPtr failed;  // the first one since then that the engine did not answer
+        RecordPtr now;                      // the last one that the engine answered; null before the first
+        RecordPtr before;                   // the one before that
+        RecordPtr failed;                   // the first one since then that the engine did not answer
+        std::optional<std::int64_t> gapMs;  // between the two, where it did not answer in between
     };
     void put(const RecordPtr& record);
     View view() const;
