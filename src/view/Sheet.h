@@ -35,7 +35,7 @@ constexpr Column nameColumn(const char* heading, int priority, int least, int mo
 }
 // Network addresses: those of the older protocol are short, and the newer ones are not always long.
 constexpr Column addressColumn(const char* heading, int priority, ColumnValue value) {
-    return nameColumn(heading, priority, 13, 39, Cut::kEnd, value);
+    return nameColumn(heading, priority, 13, 39, Cut::kMiddle, value);
 }
 // Words of the program, and others that have to be whole.
 constexpr Column growingColumn(const char* heading, int priority, int least, int most, ColumnValue value) {
