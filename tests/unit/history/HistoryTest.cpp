@@ -7,6 +7,7 @@
 #include <csignal>
 #include <random>
 #include <thread>
+#include <tuple>
 
 #include "LivelyEngine.h"
 #include "Support.h"
@@ -259,6 +260,12 @@ TEST(History, FindsWaitsAndGaps) {
     // In the hour that the clock went back over the last record is the closest to its time.
     EXPECT_EQ(reader.at(LivelyEngine::epochOf(0) - 1)->number, 20U);
     EXPECT_EQ(reader.at(LivelyEngine::epochOf(0))->number, 10U);
+    EXPECT_EQ(reader.numberAt(LivelyEngine::epochOf(0) - 1), 20U);
+    // From a record, so many further; as far as there are any.
+    constexpr std::tuple<std::uint64_t, std::int64_t, std::uint64_t> kWays[] = {
+        {0, 1, 10}, {12, 1, 14}, {12, 2, 15}, {12, 99, 20}, {20, 1, 0}, {14, -1, 12}, {14, -99, 10}, {10, -1, 0}};
+    for (const auto& [from, records, target] : kWays)
+        EXPECT_EQ(reader.numberFrom(from, records), target) << from << " " << records;
 }
 
 TEST(History, FollowsAClockThatIsSetBack) {
