@@ -43,6 +43,8 @@ public:
     }
 
 private:
+    using BySection = std::array<bool, kSections>;
+
     void checkFrame(Fields& fields) const;
     void takeItem(std::string_view kind, Fields& fields);
     void takeHead(Fields& fields);
@@ -63,6 +65,7 @@ private:
 
     NameId name(Fields& fields, std::string_view key) { return m_names.add(fields.text(key)); }
     static Amount amount(Fields& fields, std::string_view key);
+    static BySection sections(Fields& fields, const char* key);
     static HandleState state(Fields& fields);
     HandleCounts counts(Fields& fields) const;
 
@@ -71,7 +74,8 @@ private:
     NameTable m_names;
     std::string m_prefix;  // of every line, as the writer has it; empty before the first
     std::uint64_t m_items = 0;
-    std::array<bool, kSections> m_asked{};
+    BySection m_asked{};
+    BySection m_failed{};
     Section m_open = kNeither;  // whose handles may follow: those of files, of sessions, or none
 };
 
@@ -137,12 +141,7 @@ void RecordReader::takeHead(Fields& fields) {
     m_record.recorder = name(fields, "recorder");
     m_record.engineVersion = fields.isNull("engine_version") ? kNoName : name(fields, "engine_version");
     m_record.engineType = fields.optionalNumber<std::uint32_t>("engine_type");
-    for (const simdjson::dom::element element : fields.array("sections")) {
-        std::string_view word;
-        const auto section = element.get(word) == simdjson::SUCCESS ? sectionOf(word) : std::nullopt;
-        if (!section) throw FieldError{"sections"};
-        m_asked[static_cast<std::size_t>(*section)] = true;
-    }
+    m_asked = sections(fields, "sections");
     const auto scope = scopeOf(fields.word("handles"));
     if (!scope) throw FieldError{"handles"};
     m_record.scope = *scope;
@@ -158,6 +157,18 @@ Amount RecordReader::amount(Fields& fields, std::string_view key) {
     amount.peak = parts.number<std::uint64_t>("peak");
     amount.limit = parts.optionalNumber<std::int64_t>("max").value_or(0);
     return amount;
+}
+
+// Which words a list holds.
+RecordReader::BySection RecordReader::sections(Fields& fields, const char* key) {
+    BySection listed{};
+    for (const simdjson::dom::element element : fields.array(key)) {
+        std::string_view word;
+        const auto section = element.get(word) == simdjson::SUCCESS ? sectionOf(word) : std::nullopt;
+        if (!section) throw FieldError{key};
+        listed[static_cast<std::size_t>(*section)] = true;
+    }
+    return listed;
 }
 
 HandleCounts RecordReader::counts(Fields& fields) const {
@@ -324,28 +335,34 @@ void RecordReader::takeEvent(Fields& fields) {
 void RecordReader::takeEnd(Fields& fields) {
     if (fields.number<std::uint64_t>("items") != m_items) throw FieldError{"items"};
     m_record.tookUs = fields.thousandths("took_ms");
+    m_failed = sections(fields, "failed_sections");
     for (const simdjson::dom::element element : fields.array("sections")) {
         simdjson::dom::object section;
         if (element.get(section) != simdjson::SUCCESS) throw FieldError{"sections"};
         takeSection(Fields(section));
     }
-    for (const Section section : kAllSections)
-        if (m_asked[static_cast<std::size_t>(section)] != (m_record.section(section).state != SectionState::kOff))
-            throw FieldError{"sections"};
+    for (const Section section : kAllSections) {
+        const auto place = static_cast<std::size_t>(section);
+        if (m_asked[place] != (m_record.section(section).state != SectionState::kOff)) throw FieldError{"sections"};
+        if (m_failed[place] && !m_asked[place]) throw FieldError{"failed_sections"};
+    }
     checkContents();
 }
 
 void RecordReader::takeSection(Fields fields) {
     const auto section = sectionOf(fields.word("section"));
     if (!section) throw FieldError{"section"};
-    SectionResult& result = m_record.sections[static_cast<std::size_t>(*section)];
+    const auto place = static_cast<std::size_t>(*section);
+    SectionResult& result = m_record.sections[place];
     result.startedUs = fields.thousandths("start_ms");
     result.tookUs = fields.thousandths("took_ms");
     result.attempts = fields.number<std::uint32_t>("attempts");
     result.vanished = fields.number<std::uint64_t>("skipped");
     result.status = fields.number<std::int32_t>("status");
     result.text = fields.text("text");
-    result.state = result.status == 0 ? SectionState::kWhole : SectionState::kFailed;
+    // Not every failure has a status: an engine that is silent gives none.
+    if (result.status != 0 && !m_failed[place]) throw FieldError{"failed_sections"};
+    result.state = m_failed[place] ? SectionState::kFailed : SectionState::kWhole;
 }
 
 // A section that is off or failed has no items, and a whole one has its handles.

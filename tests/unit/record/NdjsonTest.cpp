@@ -156,6 +156,12 @@ TEST(Ndjson, KeepsAnyBytesOfNames) {
     }
 }
 
+TEST(Ndjson, BringsBackAFailureWithoutAStatus) {
+    Record record;
+    record.sections[3] = {SectionState::kFailed, 1, 0, 0, 0, 0, "no answer"};
+    EXPECT_EQ(ndjson(readBack(ndjson(record))), ndjson(record));
+}
+
 TEST(Ndjson, RefusesWhatIsNoWholeRecord) {
     const std::string whole = ndjson(withHandle({0, 251, 'N', 0}, "c\xFF"));
     const std::size_t lastLine = whole.rfind('\n', whole.size() - 2) + 1;
@@ -183,7 +189,9 @@ TEST(Ndjson, RefusesWhatIsNoWholeRecord) {
         {"\"open_mode_code\":251", "\"open_mode_code\":507", L"3 field open_mode"},
         {"\"record_lock\":\"none\"", "\"record_lock\":\"None\"", L"3 field record_lock"},
         {"\"items\":2", "\"items\":3", L"4 field items"},
-        {"\"status\":0", "\"status\":3", L"4 field files"},
+        {"\"status\":0", "\"status\":3", L"4 field failed_sections"},
+        {"\"failed_sections\":[]", "\"failed_sections\":[\"files\"]", L"4 field files"},
+        {"\"failed_sections\":[]", "\"failed_sections\":[\"usage\"]", L"4 field failed_sections"},
         {whole.substr(lastLine), "", L"4 cut"},
         {whole.substr(lastLine), whole.substr(lastLine, whole.size() - lastLine - 1), L"4 cut"},
         {whole, "", L"1 cut"}};
