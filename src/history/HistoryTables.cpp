@@ -141,15 +141,15 @@ std::vector<RecordNumbers> numbersIn(SQLite::Database& database, RecordRange ran
 WaitEpisode waitOf(SQLite::Statement& row) {
     WaitEpisode wait;
     Columns columns(row);
-    columns(wait.records.first);
     columns.pass(1);
+    columns(wait.records.first);
     columns(wait.records.last);
-    columns(wait.sinceMs);
-    columns(wait.waitedMs);
     columns(wait.file);
     columns(wait.client);
     columns(wait.clientIndex);
     columns(wait.kind);
+    columns(wait.sinceMs);
+    columns(wait.waitedMs);
     return wait;
 }
 
@@ -157,41 +157,42 @@ HistoryEvent eventOf(SQLite::Statement& row) {
     HistoryEvent found;
     EventItem& event = found.event;
     Columns columns(row);
-    columns(found.record);
     columns.pass(1);
+    columns(found.record);
     columns(event.startMs);
     columns(event.endMs);
     event.startMs /= kMicrosPerMilli;
     if (event.endMs) *event.endMs /= kMicrosPerMilli;
     columns.word(event.kind, eventKindOf);
     columns(event.status);
-    columns(event.count);
     columns(event.text);
+    columns(event.count);
     return found;
 }
 
-// Visits the rows of a table from one record on, which are in the order of their record and their place in it, as long as
-// `condition` holds, portion by portion. Its two parameters are the ends of the range.
+// Visits the rows of a table from one record on, in the order of their record and their identifier, as long as `condition`
+// holds, portion by portion. Its two parameters are the ends of the range.
 template <typename Content, typename Visit>
-void forEachPlaced(ReadableHistory& history, const std::string& table, std::uint64_t from, const std::string& condition,
-                   RecordRange range, Content (*contentOf)(SQLite::Statement&), const Visit& visit) {
+void forEachIdentified(ReadableHistory& history, const std::string& table, std::uint64_t from,
+                       const std::string& condition, RecordRange range, Content (*contentOf)(SQLite::Statement&),
+                       const Visit& visit) {
     const std::string key = table == "wait" ? "first_rec" : "rec";
-    const std::string query = "SELECT * FROM " + table + " WHERE (" + key + ", place) > (?, ?) AND " + condition +
-                              " ORDER BY " + key + ", place LIMIT ?";
+    const std::string query = "SELECT * FROM " + table + " WHERE (" + key + ", id) > (?, ?) AND " + condition +
+                              " ORDER BY " + key + ", id LIMIT ?";
     std::vector<Content> rows;
     std::int64_t record = sqlNumber(from) - 1;
-    std::int64_t place = INT64_MAX;
+    std::int64_t id = INT64_MAX;
     do {
         rows.clear();
         history.read([&](SQLite::Database& database) {
             SQLite::Statement statement(database, query);
             int parameter = 0;
-            for (const std::int64_t value : {record, place, sqlNumber(range.first), sqlNumber(range.last)})
+            for (const std::int64_t value : {record, id, sqlNumber(range.first), sqlNumber(range.last)})
                 statement.bind(++parameter, value);
             statement.bind(++parameter, kPortion);
             while (statement.executeStep()) {
-                record = statement.getColumn(0).getInt64();
-                place = statement.getColumn(1).getInt64();
+                id = statement.getColumn(0).getInt64();
+                record = statement.getColumn(1).getInt64();
                 rows.push_back(contentOf(statement));
             }
         });
@@ -235,15 +236,15 @@ void HistoryTables::forEachRecord(RecordRange range, const Visit<RecordNumbers>&
 }
 
 void HistoryTables::forEachWait(RecordRange range, const Visit<WaitEpisode>& visit) {
-    forEachPlaced(m_history, "wait", 0, "last_rec >= ? AND first_rec <= ?", range, waitOf, visit);
+    forEachIdentified(m_history, "wait", 0, "last_rec >= ? AND first_rec <= ?", range, waitOf, visit);
 }
 
 void HistoryTables::forEachWaitBegun(RecordRange range, const Visit<WaitEpisode>& visit) {
-    forEachPlaced(m_history, "wait", range.first, "first_rec BETWEEN ? AND ?", range, waitOf, visit);
+    forEachIdentified(m_history, "wait", range.first, "first_rec BETWEEN ? AND ?", range, waitOf, visit);
 }
 
 void HistoryTables::forEachEvent(RecordRange range, const Visit<HistoryEvent>& visit) {
-    forEachPlaced(m_history, "event", range.first, "rec BETWEEN ? AND ?", range, eventOf, visit);
+    forEachIdentified(m_history, "event", range.first, "rec BETWEEN ? AND ?", range, eventOf, visit);
 }
 
 std::vector<HistoryRun> HistoryTables::runs(RecordRange range) {

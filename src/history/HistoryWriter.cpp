@@ -29,6 +29,9 @@ constexpr std::uint64_t kLeastFreeBytes = std::uint64_t{8} << 20U;
 // The log may take this part of the size allowed. It grows beyond where a reader does not let go of an old state.
 constexpr std::uint64_t kWalShare = 2;
 
+// NULL for an identifier: the next one.
+constexpr std::optional<std::int64_t> kNextId;
+
 void bind(SQLite::Statement& statement, int place, std::string_view bytes) {
     statement.bind(place, sqlText(bytes));
 }
@@ -118,7 +121,7 @@ HistoryWriter::HistoryWriter(const std::string& path, const HistoryLimits& limit
       m_insertProtocol(insertion(m_database, "protocol_span")),
       m_continueProtocol(m_database, "UPDATE protocol_span SET last_rec = ? WHERE first_rec = ? AND place = ?"),
       m_insertWait(insertion(m_database, "wait")),
-      m_continueWait(m_database, "UPDATE wait SET last_rec = ?, waited_ms = ? WHERE first_rec = ? AND place = ?"),
+      m_continueWait(m_database, "UPDATE wait SET last_rec = ?, waited_ms = ? WHERE id = ?"),
       m_insertEvent(insertion(m_database, "event")),
       m_nextRun(number(m_database, "SELECT ifnull(max(run), 0) + 1 FROM run")),
       m_lastRecord(number(m_database, "SELECT ifnull(max(rec), 0) FROM record_numbers")) {
@@ -250,7 +253,6 @@ std::vector<HistoryWriter::ProtocolRow> HistoryWriter::insertProtocols(const Rec
 HistoryWriter::OpenWaits HistoryWriter::insertWaits(const Record& record) {
     OpenWaits known = record.run == m_run ? m_waits : OpenWaits();
     OpenWaits open;
-    std::uint64_t place = 0;
     for (const WaitItem& wait : record.waits) {
         const WaitKey key(record.name(wait.file), record.name(wait.client), wait.clientIndex, wait.waitState,
                           wait.sinceMs);
@@ -259,32 +261,30 @@ HistoryWriter::OpenWaits HistoryWriter::insertWaits(const Record& record) {
             continueWait(record, wait, found->second);
             open.insert(known.extract(found));
         } else {
-            insertWait(record, wait, place);
-            open.emplace(key, std::pair(record.number, place));
-            ++place;
+            insertWait(record, wait);
+            open.emplace(key, m_database.getLastInsertRowid());
         }
     }
     return open;
 }
 
-void HistoryWriter::continueWait(const Record& record, const WaitItem& wait, const RowKey& row) {
-    bindRow(m_continueWait, record.number, wait.waitedMs, row.first, row.second);
+void HistoryWriter::continueWait(const Record& record, const WaitItem& wait, std::int64_t id) {
+    bindRow(m_continueWait, record.number, wait.waitedMs, id);
     m_continueWait.exec();
 }
 
-void HistoryWriter::insertWait(const Record& record, const WaitItem& wait, std::uint64_t place) {
-    bindRow(m_insertWait, record.number, place, record.number, wait.sinceMs, wait.waitedMs, record.name(wait.file),
-            record.name(wait.client), wait.clientIndex, waitWord(wait.waitState));
+void HistoryWriter::insertWait(const Record& record, const WaitItem& wait) {
+    bindRow(m_insertWait, kNextId, record.number, record.number, record.name(wait.file), record.name(wait.client),
+            wait.clientIndex, waitWord(wait.waitState), wait.sinceMs, wait.waitedMs);
     m_insertWait.exec();
 }
 
 void HistoryWriter::insertEvents(const Record& record) {
-    std::uint64_t place = 0;
     for (const EventItem& event : record.events) {
         std::optional<std::int64_t> endUs;
         if (event.endMs) endUs = *event.endMs * kMicrosPerMilli;
-        bindRow(m_insertEvent, record.number, place++, event.startMs * kMicrosPerMilli, endUs, wordOf(event.kind),
-                event.status, event.count, event.text);
+        bindRow(m_insertEvent, kNextId, record.number, event.startMs * kMicrosPerMilli, endUs, wordOf(event.kind),
+                event.status, event.text, event.count);
         m_insertEvent.exec();
     }
 }

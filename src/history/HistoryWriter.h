@@ -72,8 +72,7 @@ private:
     };
     // Who waits where, for what and since when. Several may be alike.
     using WaitKey = std::tuple<std::string, std::string, std::uint32_t, std::uint8_t, std::int64_t>;
-    using RowKey = std::pair<std::uint64_t, std::uint64_t>;
-    using OpenWaits = std::multimap<WaitKey, RowKey>;
+    using OpenWaits = std::multimap<WaitKey, std::int64_t>;  // and the identifier of the row
 
     void store(const Record& record);
     bool beginsGroup(const Record& record) const;
@@ -82,8 +81,8 @@ private:
     void insertLimits(const Record& record, const Limits& limits);
     std::vector<ProtocolRow> insertProtocols(const Record& record, std::vector<ProtocolRow> known);
     OpenWaits insertWaits(const Record& record);
-    void insertWait(const Record& record, const WaitItem& wait, std::uint64_t place);
-    void continueWait(const Record& record, const WaitItem& wait, const RowKey& row);
+    void insertWait(const Record& record, const WaitItem& wait);
+    void continueWait(const Record& record, const WaitItem& wait, std::int64_t id);
     void insertEvents(const Record& record);
 
     bool hasRoom();

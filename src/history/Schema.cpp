@@ -31,6 +31,7 @@ private:
 
 // What changes with every record is kept with it, what seldom does in tables of its own: with 10 handles that is half of
 // what a row of all numbers takes. A column that is 0 or NULL takes one byte, whose value is in the head of the row.
+// Identifiers that were dropped are not given out again: whoever asks for what is above the last one misses nothing.
 const char* const kSchema = R"(
 CREATE TABLE run(
     run INTEGER PRIMARY KEY, start_us INTEGER NOT NULL, boot_id TEXT, server TEXT NOT NULL, engine_version TEXT,
@@ -77,12 +78,14 @@ CREATE VIEW protocol AS SELECT
     rec, place, type, p.requests, p.remote_sessions_current, p.remote_sessions_peak
     FROM record_numbers CROSS JOIN protocol_span p ON first_rec BETWEEN key_rec AND rec AND ifnull(last_rec, first_rec) >= rec;
 CREATE TABLE wait(
-    first_rec INTEGER, place INTEGER, last_rec INTEGER NOT NULL, since_epoch_ms INTEGER NOT NULL,
-    waited_ms INTEGER NOT NULL, file TEXT NOT NULL, client TEXT NOT NULL, client_index INTEGER NOT NULL,
-    kind TEXT NOT NULL, PRIMARY KEY(first_rec, place)) WITHOUT ROWID;
+    id INTEGER PRIMARY KEY AUTOINCREMENT, first_rec INTEGER NOT NULL, last_rec INTEGER NOT NULL, file TEXT NOT NULL,
+    client TEXT NOT NULL, client_index INTEGER NOT NULL, kind TEXT NOT NULL, since_epoch_ms INTEGER NOT NULL,
+    waited_ms INTEGER NOT NULL);
+CREATE INDEX wait_first ON wait(first_rec);
 CREATE TABLE event(
-    rec INTEGER, place INTEGER, start_us INTEGER NOT NULL, end_us INTEGER, kind TEXT NOT NULL,
-    status INTEGER, count INTEGER, text TEXT NOT NULL, PRIMARY KEY(rec, place)) WITHOUT ROWID;
+    id INTEGER PRIMARY KEY AUTOINCREMENT, rec INTEGER NOT NULL, start_us INTEGER NOT NULL, end_us INTEGER,
+    kind TEXT NOT NULL, status INTEGER, text TEXT NOT NULL, count INTEGER);
+CREATE INDEX event_rec ON event(rec);
 )";
 
 Row numbersOf(const Record& record) {

@@ -177,7 +177,7 @@ TEST(History, KeepsWaitsAsEpisodesAndEventsAsRows) {
     SQLite::Database database("h");
     EXPECT_EQ(database
                   .execAndGet("SELECT group_concat(client_index || ':' || first_rec || '-' || last_rec, ' ') FROM "
-                              "(SELECT * FROM wait ORDER BY first_rec, place)")
+                              "(SELECT * FROM wait ORDER BY id)")
                   .getString(),
               "1:1-1 2:1-3 2:1-2 2:2-2 1:4-4 1:6-6");
     EXPECT_EQ(query("h",
@@ -185,6 +185,10 @@ TEST(History, KeepsWaitsAsEpisodesAndEventsAsRows) {
                     "text = 'late'"),
               6);
     EXPECT_EQ(query("h", "SELECT count(*) FROM wait WHERE client = 'T' || char(0xFFFD)"), 6);
+    change("h", "DELETE FROM event");
+    ++record.number;
+    ASSERT_EQ(writer.write(record), Outcome::kStored);
+    EXPECT_EQ(query("h", "SELECT id FROM event"), 7) << "given out again";
 }
 
 namespace {
@@ -663,9 +667,9 @@ TEST(History, IsCopiedAndChecked) {
         {"UPDATE record_numbers SET locks_current = 999 WHERE rec = 7", "7 differs in record_numbers; "},
         {"INSERT INTO limits(first_rec, users_max) VALUES(100, 3)", "100 differs in limits; "},
         {"DELETE FROM protocol_span WHERE first_rec = 8 AND place = 0", "8 differs in protocol_span; "},
-        {"UPDATE wait SET last_rec = 29 WHERE place = 1", "29 differs in wait; 30 differs in wait; "},
-        {"UPDATE wait SET waited_ms = 1 WHERE place = 0", "30 differs in wait; "},
-        {"INSERT INTO wait SELECT 31, 0, 31, 0, 0, '', '', 0, 'file'", "31 differs in wait; "},
+        {"UPDATE wait SET last_rec = 29 WHERE id = 2", "29 differs in wait; 30 differs in wait; "},
+        {"UPDATE wait SET waited_ms = 1 WHERE id = 1", "30 differs in wait; "},
+        {"INSERT INTO wait SELECT NULL, 31, 31, '', '', 0, 'file', 0, 0", "31 differs in wait; "},
         {"UPDATE event SET count = 1 WHERE rec = 22", "22 differs in event; "},
         {"DELETE FROM event WHERE rec = 30", "30 differs in event; "},
         {"UPDATE body SET body = x'00' WHERE rec = 50", "changed record 50 damaged; lost 50 to 100; "},
