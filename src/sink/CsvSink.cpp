@@ -40,8 +40,15 @@ void CsvSink::reopen() {
 
 void CsvSink::write(const RecordPtr& record) {
     const auto& rows = m_text.rows(*record);
-    for (std::size_t table = 0; table < kCsvTables; ++table)
-        if (!rows[table].empty()) m_files[table].append(rows[table]);
+    std::size_t table = 0;
+    try {
+        for (; table < kCsvTables; ++table)
+            if (!rows[table].empty()) m_files[table].append(rows[table]);
+    } catch (const StreamException&) {
+        while (table-- > 0)
+            m_files[table].takeBack(rows[table].size());
+        throw;
+    }
 }
 
 std::optional<std::uint64_t> CsvSink::bytes() const {

@@ -21,7 +21,7 @@ public:
     std::string name() const override { return "csv"; }
     std::string target() const override { return m_directory; }
     std::optional<RecordPlace> open() override;
-    // All files take their rows, or the record counts as dropped; those before the one that failed keep theirs.
+    // All files take their rows, or none of those that can be cut.
     void write(const RecordPtr& record) override;
     void reopen() override;
     std::optional<std::uint64_t> bytes() const override;

@@ -78,10 +78,15 @@ void OutputFile::append(std::string_view bytes) {
         writeAll(bytes);
         m_size += bytes.size();
     } catch (const StreamException&) {
-        // Part of a record would spoil the next one.
-        if (m_isRegular) static_cast<void>(!::ftruncate(m_descriptor, static_cast<off_t>(m_size)));
+        takeBack(0);  // part of a record would spoil the next one
         throw;
     }
+}
+
+void OutputFile::takeBack(std::size_t bytes) {
+    if (!m_isRegular) return;
+    m_size -= bytes;
+    static_cast<void>(!::ftruncate(m_descriptor, static_cast<off_t>(m_size)));
 }
 
 void OutputFile::writeAll(std::string_view bytes) const {

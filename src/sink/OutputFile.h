@@ -30,6 +30,9 @@ public:
     // output has left.
     void append(std::string_view bytes);
 
+    // Takes back what append() has just written, where the file can be cut.
+    void takeBack(std::size_t bytes);
+
     const std::string& path() const { return m_path; }
     // What the file holds. May be called on any thread.
     std::uint64_t size() const { return m_size; }
