@@ -38,9 +38,17 @@ int writeNew(const std::string& path, std::string_view text, FileDescriptor& fil
     return ::fchmod(file.get(), kReadableByAll) != 0 ? errno : writeAll(file.get(), text);
 }
 
+// A device, a FIFO or a socket would be gone for all who use it.
+bool isReplaceable(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
+}
+
 }  // namespace
 
 void Textfile::replace(std::string_view text) {
+    if (!isReplaceable(m_path))
+        throw Exception(MessageHelper("AGENT", "AGENT_").getResStr("ERR_NOT_REPLACEABLE", m_path.c_str()));
     if (isAnothers()) throw Exception(MessageHelper("AGENT", "AGENT_").getResStr("ERR_IN_USE", m_path.c_str()));
     const std::string beside = m_path + ".tmp";
     FileDescriptor file;

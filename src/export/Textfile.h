@@ -18,8 +18,8 @@ public:
 
     // Puts `text` in place of the file, mode 0644 whatever the umask. A reader finds the text before or this one, never a
     // part: it is written beside the file, as its path and ".tmp", and renamed. The file is locked as long as this object
-    // lives. Throws an Exception with a message when another program has it locked, StreamException when the text cannot
-    // be written; the file stays as it was then, and nothing beside it.
+    // lives. Throws an Exception with a message when another program has it locked, or when it is a device or a FIFO;
+    // StreamException when the text cannot be written. The file stays as it was then, and nothing beside it.
     void replace(std::string_view text);
 
     const std::string& path() const { return m_path; }

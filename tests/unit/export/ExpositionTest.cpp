@@ -243,6 +243,8 @@ TEST(Textfile, IsReplacedAsAWhole) {
     std::filesystem::create_directory("taken.prom");
     EXPECT_EQ(failure([] { Textfile("taken.prom").replace("x"); }), L"StreamException: taken.prom: Is a directory");
     EXPECT_FALSE(std::filesystem::exists("taken.prom.tmp"));
+    ::mkfifo("fifo.prom", 0600);
+    EXPECT_EQ(failure([] { Textfile("fifo.prom").replace("x"); }), L"Exception: fifo.prom stays");
 }
 
 TEST(Textfile, FollowsTheRecords) {
