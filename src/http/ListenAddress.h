@@ -23,6 +23,7 @@ public:
     // may be missing on this machine. Throws an Exception with a message that names the address.
     std::vector<FileDescriptor> listen() const;
 
+    bool takesAnyPort() const { return m_port == 0; }
     // As the user wrote it.
     const std::string& text() const { return m_text; }
 

@@ -3,6 +3,7 @@
 #ifndef VEXO_HTTP_METRICSSINK_H
 #define VEXO_HTTP_METRICSSINK_H
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -15,8 +16,10 @@ namespace vexo {
 // A scrape reads what the last record left and never waits, neither for the engine nor for the recorder.
 class MetricsSink : public Sink {
 public:
-    // As for MetricsPage.
-    MetricsSink(ListenAddress address, std::uint64_t stallMs, SinkHealthSource sinks);
+    // Is given a sentence for the user about the port, where the address leaves it open.
+    using Notify = std::function<void(const String&)>;
+    // The rest is as for MetricsPage.
+    MetricsSink(ListenAddress address, std::uint64_t stallMs, SinkHealthSource sinks, Notify notify);
 
     std::string name() const override { return "metrics"; }
     std::string target() const override { return m_address.text(); }
@@ -29,6 +32,7 @@ public:
 
 private:
     const ListenAddress m_address;
+    const Notify m_notify;
     MetricsPage m_page;
     const Endpoint m_endpoint;
     std::optional<HttpServer> m_server;  // before all that it borrows goes

@@ -66,7 +66,8 @@ RecordPtr recordOfNow() {
 class Http : public testing::Test {
 protected:
     void SetUp() override { m_sink.open(); }
-    MetricsSink m_sink{ListenAddress("0"), 60'000, {}};
+    String m_told;
+    MetricsSink m_sink{ListenAddress("0"), 60'000, {}, [this](const String& told) { m_told += told; }};
 };
 
 }  // namespace
@@ -144,6 +145,7 @@ TEST_F(Http, AnswersByBothKindsOfAddress) {
     const std::string head = fetch(m_sink.port(), "HEAD /metrics");
     EXPECT_EQ(head.substr(head.size() - 4), "\r\n\r\n");
     const std::uint16_t port = m_sink.port();
+    EXPECT_EQ(m_told, L"port " + std::to_wstring(port));
     m_sink.close();
     EXPECT_FALSE(Client(port).connected());
 }
