@@ -10,11 +10,18 @@ namespace vexo {
 namespace {
 
 constexpr std::int64_t kMicrosPerMilli = 1000;
-constexpr std::int64_t kQuietMs = 60'000;
 
-// Events that come with every record for as long as something is wrong.
+bool isTroubleOfEngine(EventKind kind) {
+    return kind == EventKind::kConnectFailed || kind == EventKind::kConnectionLost || kind == EventKind::kStalled;
+}
+
+bool endsTroubleOfEngine(EventKind kind) {
+    return kind == EventKind::kConnected || kind == EventKind::kResumed;
+}
+
+// Events that come again and again for as long as something is wrong.
 bool comesInRows(EventKind kind) {
-    return kind == EventKind::kConnectFailed || kind == EventKind::kRecordsDropped || kind == EventKind::kTicksMissed ||
+    return isTroubleOfEngine(kind) || kind == EventKind::kRecordsDropped || kind == EventKind::kTicksMissed ||
            kind == EventKind::kClockChanged;
 }
 
@@ -94,18 +101,22 @@ std::vector<std::string> Distributor::takeTexts() {
 // The mutex is held.
 void Distributor::heed(std::vector<EventItem> events) {
     for (EventItem& event : events) {
-        if (isTold(event.kind)) m_texts.push_back(event.text);
+        tell(event);
         m_events.push_back(std::move(event));
     }
 }
 
-bool Distributor::isTold(EventKind kind) {
-    if (m_quiet && isRoutine(kind)) return false;
-    const std::int64_t nowMs = RecordClocks::systemMonotonicUs() / kMicrosPerMilli;
-    const auto [told, fresh] = m_toldMs.try_emplace(kind, nowMs);
-    if (!fresh && comesInRows(kind) && nowMs - told->second < kQuietMs) return false;
-    told->second = nowMs;
-    return true;
+void Distributor::tell(const EventItem& event) {
+    if (m_quiet && isRoutine(event.kind)) return;
+    std::optional<std::uint64_t> leftOut = 0;
+    if (comesInRows(event.kind))
+        leftOut = m_repetitions[event.kind].next(RecordClocks::systemMonotonicUs() / kMicrosPerMilli);
+    if (!leftOut) return;
+    if (endsTroubleOfEngine(event.kind) && !std::exchange(m_isTroubleTold, false)) return;
+    if (isTroubleOfEngine(event.kind)) m_isTroubleTold = true;
+    if (*leftOut == 0) return m_texts.push_back(event.text);
+    const std::string count = std::to_string(*leftOut);
+    m_texts.push_back(narrow(m_messages.getResStr("EVENT_REPEATED", event.text.c_str(), count.c_str())));
 }
 
 }  // namespace vexo

@@ -11,7 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "messages/MessageHelper.h"
 #include "record/RecordCollector.h"
+#include "sampling/Schedule.h"
 #include "sampling/SinkRunner.h"
 
 namespace vexo {
@@ -38,24 +40,26 @@ public:
     // The last record, which tells that recording ends, and of every record that was dropped until now.
     void publishEnd(const String& text);
 
-    // Texts of the events since the call before, for people. Of events that tend to come in rows those within a minute
-    // are left out.
+    // Texts of the events since the call before, for people. Of those that come in rows some are left out, and counted in
+    // the next one. That trouble with the engine is over is told only where the trouble was.
     std::vector<std::string> takeTexts();
 
 private:
     void heed(std::vector<EventItem> events);
-    bool isTold(EventKind kind);
+    void tell(const EventItem& event);
 
     const RecordPlan m_plan;
     const RecordFrame m_frame;
     const SinkRunners& m_sinks;
     const bool m_quiet;
+    const MessageHelper m_messages{"AGENT", "AGENT_"};
     std::mutex m_mutex;
     // Everything below is guarded by the mutex.
     std::uint64_t m_number;
     std::vector<EventItem> m_events;
     std::vector<std::string> m_texts;
-    std::map<EventKind, std::int64_t> m_toldMs;
+    std::map<EventKind, Repetition> m_repetitions;
+    bool m_isTroubleTold = true;  // the engine's, since it was told that it is over
 };
 
 }  // namespace vexo

@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::int64_t kMicrosPerMilli = 1000;
 constexpr std::int64_t kLeastJumpMs = 1000;
+constexpr std::int64_t kLeastQuietMs = 60'000;
+constexpr std::int64_t kMostQuietMs = 3'600'000;
 
 }  // namespace
 
@@ -37,6 +39,18 @@ std::int64_t ClockWatch::jump(std::int64_t epochMs, std::int64_t monotonicUs) {
     const std::int64_t change = distanceMs - std::exchange(m_distanceMs, distanceMs);
     const bool known = std::exchange(m_known, true);
     return known && std::abs(change) > kLeastJumpMs ? change : 0;
+}
+
+std::optional<std::uint64_t> Repetition::next(std::int64_t nowMs) {
+    const bool goesOn = m_quietMs != 0 && nowMs - m_lastMs < kMostQuietMs;
+    m_lastMs = nowMs;
+    if (goesOn && nowMs - m_toldMs < m_quietMs) {
+        ++m_leftOut;
+        return std::nullopt;
+    }
+    m_quietMs = goesOn ? std::min(2 * m_quietMs, kMostQuietMs) : kLeastQuietMs;
+    m_toldMs = nowMs;
+    return std::exchange(m_leftOut, 0);
 }
 
 }  // namespace vexo

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// When the recorder reads the engine: on a steady grid, and after a growing pause while the engine does not answer.
+// When the recorder reads the engine: on a steady grid, and after a growing pause while the engine does not answer;
+// and how often people are told of what goes on.
 #ifndef VEXO_SAMPLING_SCHEDULE_H
 #define VEXO_SAMPLING_SCHEDULE_H
 
 #include <cstdint>
+#include <optional>
 #include <random>
 
 namespace vexo {
@@ -53,6 +55,20 @@ public:
 private:
     bool m_known = false;
     std::int64_t m_distanceMs = 0;
+};
+
+// Which of the events are told that come again and again: the first one, then one after a minute, and after twice as long
+// each time, up to an hour. An hour without any ends the row.
+class Repetition {
+public:
+    // The next one comes now. How many were left out since one was told; none where this one is left out, too.
+    std::optional<std::uint64_t> next(std::int64_t nowMs);
+
+private:
+    std::int64_t m_lastMs = 0;
+    std::int64_t m_toldMs = 0;
+    std::int64_t m_quietMs = 0;  // from there on; 0 before the first
+    std::uint64_t m_leftOut = 0;
 };
 
 }  // namespace vexo

@@ -52,6 +52,18 @@ TEST(ClockWatch, TellsJumpsAndNoDrift) {
     EXPECT_EQ(watch.jump(1'453'801, 50'000'000), 2001);
 }
 
+TEST(Repetition, IsToldLessAndLessOften) {
+    Repetition repetition;
+    std::string told;
+    // One every ten seconds for six hours, and another one two hours later.
+    for (std::int64_t seconds = 0; seconds <= 6 * 3600; seconds += 10)
+        if (const auto leftOut = repetition.next(seconds * 1000))
+            told += std::to_string(seconds / 60) + "+" + std::to_string(*leftOut) + " ";
+    EXPECT_EQ(told, "0+0 1+5 3+11 7+23 15+47 31+95 63+191 123+359 183+359 243+359 303+359 ");
+    EXPECT_EQ(repetition.next(8 * 3600 * 1000), 342U);
+    EXPECT_EQ(repetition.next(8 * 3600 * 1000 + 60'000), 0U);
+}
+
 RecordPtr numbered(std::uint64_t number, std::size_t handles = 0) {
     auto record = std::make_shared<Record>();
     record->number = number;
