@@ -79,7 +79,7 @@ void Recorder::openSinks() {
     for (auto& sink : makeSinks(sinks))
         m_sinks.push_back(std::make_unique<SinkRunner>(std::move(sink), changed));
     // Without a sink that counts them, the time tells one run from another.
-    RecordPlace last{static_cast<std::uint64_t>(RecordClocks::systemEpochMs() / kMillisPerSecond) - 1, 0};
+    RecordPlace last{static_cast<std::uint64_t>(RecordClocks::systemEpochMs()) - 1, 0};
     for (const auto& sink : m_sinks)
         last = sink->sink().open().value_or(last);
     RecordFrame frame;
