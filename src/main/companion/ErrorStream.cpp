@@ -4,20 +4,22 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
-#include <string>
 
 namespace vexo {
 
 void tell(std::string_view text) {
     constexpr std::size_t kNeverBlocks = 4096;  // a pipe that can be written to takes this much
-    std::string line = std::string(::program_invocation_short_name) + ": " + std::string(text);
-    line.resize(std::min(line.size(), kNeverBlocks - 1));
-    line += '\n';
+    std::array<char, kNeverBlocks> line;        // and no string: this also tells that there is no memory
+    std::size_t size = 0;
+    for (const std::string_view part :
+         {std::string_view(::program_invocation_short_name), std::string_view(": "), text})
+        size += part.copy(line.data() + size, line.size() - 1 - size);
+    line[size++] = '\n';
     pollfd stream{STDERR_FILENO, POLLOUT, 0};
     if (::poll(&stream, 1, 0) <= 0 || (stream.revents & POLLOUT) == 0) return;
-    static_cast<void>(!::write(STDERR_FILENO, line.data(), line.size()));
+    static_cast<void>(!::write(STDERR_FILENO, line.data(), size));
 }
 
 }  // namespace vexo
