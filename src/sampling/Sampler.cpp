@@ -91,6 +91,9 @@ void Sampler::run() {
     } catch (const Exception& error) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_fatal = reasonOf(error);
+    } catch (const std::bad_alloc&) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_fatal = std::move(m_memoryText);
     } catch (const std::exception& error) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_fatal = widen(error.what());
@@ -171,9 +174,9 @@ bool Sampler::attempt() {
     } catch (const std::bad_alloc&) {
         text = m_memoryText;
     }
-    noteResumed();
     m_lastWhole = record && record->failedSections() == 0;
     const bool reached = m_lastWhole || (record && record->failedSections() < record->askedSections());
+    noteResumed(reached ? std::nullopt : std::optional(status));
     if (reached) {
         answered(std::move(record));
     } else {
@@ -238,11 +241,14 @@ void Sampler::noteFailedAttempts(int status, const String& text) {
     m_records.note(std::move(event));
 }
 
-void Sampler::noteResumed() {
+// A call that was blocked came back, perhaps with a failure.
+void Sampler::noteResumed(std::optional<std::int32_t> failure) {
     if (!m_stallTold.exchange(false)) return;
     const auto forMs = static_cast<std::uint64_t>((nowUs() - m_busySinceUs) / kMicrosPerMilli);
     const std::string seconds = std::to_string(forMs / kMillisPerSecond);
-    EventItem event = eventNow(EventKind::kResumed, m_messages->getResStr("EVENT_RESUMED", seconds.c_str()));
+    const char* const key = failure ? "EVENT_CALL_FAILED" : "EVENT_RESUMED";
+    EventItem event = eventNow(EventKind::kResumed, m_messages->getResStr(key, seconds.c_str()));
+    event.status = failure;
     event.count = forMs;
     m_records.note(std::move(event));
 }

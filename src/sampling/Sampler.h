@@ -65,7 +65,7 @@ private:
     void answered(std::shared_ptr<Record> record);
     void failed(int status, const String& text);
     void noteFailedAttempts(int status, const String& text);
-    void noteResumed();
+    void noteResumed(std::optional<std::int32_t> failure);
     void watchClock();
     std::int64_t nextInstant(bool reached);
     void waitUntil(std::int64_t instant);
@@ -76,7 +76,7 @@ private:
     const std::function<void()> m_prepare;
     const std::function<void()> m_changed;
     const Ref<MessageHelper> m_messages;
-    const String m_memoryText;  // composed while there is memory
+    String m_memoryText;  // composed while there is memory
     const WakeUp m_wakeUp;
 
     // Of the engine thread.
