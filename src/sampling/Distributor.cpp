@@ -10,13 +10,20 @@ namespace vexo {
 namespace {
 
 constexpr std::int64_t kMicrosPerMilli = 1000;
+// Trouble that lasts for longer is told, however often there was some before.
+constexpr std::int64_t kShortMs = 60'000;
+
+std::int64_t nowMs() {
+    return RecordClocks::systemMonotonicUs() / kMicrosPerMilli;
+}
 
 bool isTroubleOfEngine(EventKind kind) {
     return kind == EventKind::kConnectFailed || kind == EventKind::kConnectionLost || kind == EventKind::kStalled;
 }
 
-bool endsTroubleOfEngine(EventKind kind) {
-    return kind == EventKind::kConnected || kind == EventKind::kResumed;
+// A call that came back with a failure ends nothing.
+bool endsTroubleOfEngine(const EventItem& event) {
+    return event.kind == EventKind::kConnected || (event.kind == EventKind::kResumed && !event.status);
 }
 
 // Events that come again and again for as long as something is wrong.
@@ -95,6 +102,10 @@ void Distributor::publishEnd(const String& text) {
 
 std::vector<std::string> Distributor::takeTexts() {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_untold && nowMs() - m_untold->sinceMs >= kShortMs) {
+        const EventItem event = m_untold->event;
+        tellAgain(event, m_repetitions[event.kind].takeLeftOut() - 1);
+    }
     return std::exchange(m_texts, {});
 }
 
@@ -108,14 +119,24 @@ void Distributor::heed(std::vector<EventItem> events) {
 
 void Distributor::tell(const EventItem& event) {
     if (m_quiet && isRoutine(event.kind)) return;
-    std::optional<std::uint64_t> leftOut = 0;
-    if (comesInRows(event.kind))
-        leftOut = m_repetitions[event.kind].next(RecordClocks::systemMonotonicUs() / kMicrosPerMilli);
-    if (!leftOut) return;
-    if (endsTroubleOfEngine(event.kind) && !std::exchange(m_isTroubleTold, false)) return;
-    if (isTroubleOfEngine(event.kind)) m_isTroubleTold = true;
-    if (*leftOut == 0) return m_texts.push_back(event.text);
-    const std::string count = std::to_string(*leftOut);
+    if (event.kind == EventKind::kResumed && event.status) return;  // its failure is told next
+    if (endsTroubleOfEngine(event)) {
+        m_untold.reset();
+        if (!std::exchange(m_isTroubleTold, false)) return;
+    }
+    if (!comesInRows(event.kind)) return m_texts.push_back(event.text);
+    const auto leftOut = m_repetitions[event.kind].next(nowMs());
+    if (leftOut) return tellAgain(event, *leftOut);
+    if (isTroubleOfEngine(event.kind) && !m_isTroubleTold && !m_untold) m_untold = {event, nowMs()};
+}
+
+void Distributor::tellAgain(const EventItem& event, std::uint64_t leftOut) {
+    if (isTroubleOfEngine(event.kind)) {
+        m_isTroubleTold = true;
+        m_untold.reset();
+    }
+    if (leftOut == 0) return m_texts.push_back(event.text);
+    const std::string count = std::to_string(leftOut);
     m_texts.push_back(narrow(m_messages.getResStr("EVENT_REPEATED", event.text.c_str(), count.c_str())));
 }
 

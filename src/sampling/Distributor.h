@@ -41,12 +41,18 @@ public:
     void publishEnd(const String& text);
 
     // Texts of the events since the call before, for people. Of those that come in rows some are left out, and counted in
-    // the next one. That trouble with the engine is over is told only where the trouble was.
+    // the next one. Trouble with the engine that lasts is always told, and that it is over only where it was.
     std::vector<std::string> takeTexts();
 
 private:
+    struct Untold {
+        EventItem event;
+        std::int64_t sinceMs = 0;
+    };
+
     void heed(std::vector<EventItem> events);
     void tell(const EventItem& event);
+    void tellAgain(const EventItem& event, std::uint64_t leftOut);
 
     const RecordPlan m_plan;
     const RecordFrame m_frame;
@@ -59,7 +65,8 @@ private:
     std::vector<EventItem> m_events;
     std::vector<std::string> m_texts;
     std::map<EventKind, Repetition> m_repetitions;
-    bool m_isTroubleTold = true;  // the engine's, since it was told that it is over
+    bool m_isTroubleTold = true;     // the engine's, since it was told that it is over
+    std::optional<Untold> m_untold;  // trouble with the engine that goes on
 };
 
 }  // namespace vexo

@@ -50,7 +50,7 @@ std::optional<std::uint64_t> Repetition::next(std::int64_t nowMs) {
     }
     m_quietMs = goesOn ? std::min(2 * m_quietMs, kMostQuietMs) : kLeastQuietMs;
     m_toldMs = nowMs;
-    return std::exchange(m_leftOut, 0);
+    return takeLeftOut();
 }
 
 }  // namespace vexo

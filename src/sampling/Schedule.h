@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <random>
+#include <utility>
 
 namespace vexo {
 
@@ -63,6 +64,8 @@ class Repetition {
 public:
     // The next one comes now. How many were left out since one was told; none where this one is left out, too.
     std::optional<std::uint64_t> next(std::int64_t nowMs);
+    // The last one that was left out is told after all. How many were left out, with that one.
+    std::uint64_t takeLeftOut() { return std::exchange(m_leftOut, 0); }
 
 private:
     std::int64_t m_lastMs = 0;

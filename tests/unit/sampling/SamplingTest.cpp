@@ -148,5 +148,16 @@ TEST(Distributor, TellsDropsAndBringsTheEventsOfDroppedRecordsLater) {
     EXPECT_EQ(records.takeTexts().size(), 2U);
 }
 
+TEST(Distributor, TellsThatTroubleIsOverOnlyWhereItWasTold) {
+    const SinkRunners none;
+    Distributor records({}, {}, none, false);
+    records.note(eventNow(EventKind::kConnected, L"found"));
+    for (int times = 0; times < 3; ++times) {
+        records.note(eventNow(EventKind::kConnectionLost, L"lost"));
+        records.note(eventNow(EventKind::kConnected, L"found"));
+    }
+    EXPECT_EQ(records.takeTexts(), (std::vector<std::string>{"found", "lost", "found"}));
+}
+
 }  // namespace
 }  // namespace vexo
