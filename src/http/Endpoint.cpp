@@ -29,7 +29,10 @@ std::string html(const String& text) {
 
 std::string indexPage() {
     const MessageHelper messages("AGENT", "AGENT_HTTP_");
-    return "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>vexo-agent</title>\n<h1>vexo-agent " +
+    return "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n"
+           "<meta name=\"viewport\" content=\"width=device-width\">\n"
+           "<meta name=\"color-scheme\" content=\"light dark\">\n"
+           "<title>vexo-agent</title>\n<h1>vexo-agent " +
            std::string(kProgramVersion) +
            "</h1>\n<ul>\n<li><a href=\"metrics\">/metrics</a>: " + html(messages.getResStr("METRICS")) +
            "\n<li><a href=\"healthz\">/healthz</a>: " + html(messages.getResStr("HEALTH")) + "\n</ul>\n";
