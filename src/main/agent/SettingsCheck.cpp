@@ -15,6 +15,7 @@
 #include "foundation/LineReader.h"
 #include "foundation/Piece.h"
 #include "messages/MessageHelper.h"
+#include "record/SafeText.h"
 #include "util/NumberFormatException.h"
 #include "util/Utils.h"
 
@@ -54,8 +55,9 @@ const Setting* settingOf(StringView written) {
     return found != std::end(kSettings) ? found : nullptr;
 }
 
-bool isPassword(const Setting& setting) {
-    return setting.name == L"PASSWORD";
+// What the file holds, fit for a terminal.
+std::string shown(StringView text) {
+    return safeText(narrow(text));
 }
 
 std::optional<int> numberIn(StringView text) {
@@ -122,7 +124,7 @@ void Check::examineLine(StringView line) {
     if (separators == 0) return add(true, "CHECK_NO_EQUALS");
     if (!parts) return add(true, "CHECK_NO_NAME");
     const Setting* const setting = settingOf(parts->name);
-    if (!setting) return add(true, "CHECK_UNKNOWN", narrow(trim(parts->name)).c_str());
+    if (!setting) return add(true, "CHECK_UNKNOWN", shown(trim(parts->name)).c_str());
     examineName(parts->name, *setting);
 
     const StringView value = parts->value;
@@ -140,13 +142,12 @@ void Check::examineName(StringView written, const Setting& setting) {
     const std::string canonical = narrow(setting.name);
     const StringView name = trim(written);
     const bool begins = startsWithIgnoreCase(name, setting.name) || startsWithIgnoreCase(setting.name, name);
-    if (!begins) add(true, "CHECK_OTHER_NAME", narrow(name).c_str(), canonical.c_str());
+    if (!begins) add(true, "CHECK_OTHER_NAME", shown(name).c_str(), canonical.c_str());
     if (name.size() != written.size()) add(false, "CHECK_BLANK_NAME", canonical.c_str());
 }
 
 void Check::examineValue(const Setting& setting, StringView value) {
     const std::string name = narrow(setting.name);
-    const std::string shown = isPassword(setting) ? "***" : narrow(trim(value));
     const bool blank = !value.empty() && trim(value).size() != value.size();
     switch (setting.kind) {
         case Kind::kNumber:
@@ -155,8 +156,8 @@ void Check::examineValue(const Setting& setting, StringView value) {
             return examineOutput(value);
         case Kind::kSwitch:
             if (blank && equalsIgnoreCase(trim(value), L"NO")) return add(true, "CHECK_BLANK_NO", name.c_str());
-            if (!value.empty() && !equalsIgnoreCase(trim(value), L"NO") && !equalsIgnoreCase(trim(value), L"YES"))
-                add(true, "CHECK_MEANS_YES", name.c_str(), shown.c_str());
+            if (!equalsIgnoreCase(trim(value), L"NO") && !equalsIgnoreCase(trim(value), L"YES"))
+                add(!value.empty(), "CHECK_MEANS_YES", name.c_str(), shown(trim(value)).c_str());
             return;
         default:
             if (blank) add(true, "CHECK_BLANK_VALUE", name.c_str());
@@ -167,19 +168,19 @@ void Check::examineValue(const Setting& setting, StringView value) {
 
 void Check::examineNumber(const Setting& setting, StringView value) {
     const std::string name = narrow(setting.name);
-    const std::string shown = narrow(trim(value));
+    const std::string text = shown(trim(value));
     const auto number = numberIn(value);
     if (value.empty()) return;
-    if (!number) return add(true, "CHECK_NO_NUMBER", name.c_str(), shown.c_str());
-    if (*number < 0) return add(true, "CHECK_NEGATIVE", name.c_str(), shown.c_str());
+    if (!number) return add(true, "CHECK_NO_NUMBER", name.c_str(), text.c_str());
+    if (*number < 0) return add(true, "CHECK_NEGATIVE", name.c_str(), text.c_str());
     if (setting.name == L"REFRESH" && *number > 0 && *number < kMinRefreshSeconds)
         add(true, "CHECK_REFRESH_RAISED", *number, kMinRefreshSeconds);
 }
 
 void Check::examineOutput(StringView value) {
-    const bool shown = startsWithIgnoreCase(value, L"CONS") || startsWithIgnoreCase(value, L"BOTH");
-    if (shown || value.empty() || startsWithIgnoreCase(value, L"FILE")) return;
-    add(true, "CHECK_OUTPUT", narrow(trim(value)).c_str());
+    const bool onConsole = startsWithIgnoreCase(value, L"CONS") || startsWithIgnoreCase(value, L"BOTH");
+    if (onConsole || value.empty() || startsWithIgnoreCase(value, L"FILE")) return;
+    add(true, "CHECK_OUTPUT", shown(value).c_str());
 }
 
 void Check::examineWhole() {
