@@ -17,7 +17,7 @@ MetricsSink::MetricsSink(ListenAddress address, std::uint64_t stallMs, SinkHealt
 
 std::optional<RecordPlace> MetricsSink::open() {
     m_server.emplace(m_address, m_endpoint);
-    if (m_address.takesAnyPort()) {
+    if (m_notify && m_address.takesAnyPort()) {
         const std::string port = std::to_string(m_server->port());
         m_notify(MessageHelper("AGENT", "AGENT_").getResStr("INFO_PORT", port.c_str()));
     }

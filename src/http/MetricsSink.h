@@ -19,7 +19,7 @@ public:
     // Is given a sentence for the user about the port, where the address leaves it open.
     using Notify = std::function<void(const String&)>;
     // The rest is as for MetricsPage.
-    MetricsSink(ListenAddress address, std::uint64_t stallMs, SinkHealthSource sinks, Notify notify);
+    MetricsSink(ListenAddress address, std::uint64_t stallMs, SinkHealthSource sinks, Notify notify = {});
 
     std::string name() const override { return "metrics"; }
     std::string target() const override { return m_address.text(); }
