@@ -18,14 +18,14 @@ CsvSink::CsvSink(std::string directory, CsvFormulas formulas) : m_directory(std:
 }
 
 std::optional<RecordPlace> CsvSink::open() {
-    constexpr mode_t kOwnerOnly = 0700;
-    if (::mkdir(m_directory.c_str(), kOwnerOnly) != 0 && errno != EEXIST)
-        throw StreamException(widen(m_directory), errno);
     reopen();
     return {};
 }
 
 void CsvSink::reopen() {
+    constexpr mode_t kOwnerOnly = 0700;
+    if (::mkdir(m_directory.c_str(), kOwnerOnly) != 0 && errno != EEXIST)
+        throw StreamException(widen(m_directory), errno);
     for (std::size_t table = 0; table < kCsvTables; ++table) {
         OutputFile& file = m_files[table];
         file.open();
