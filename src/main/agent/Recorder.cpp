@@ -190,7 +190,9 @@ void Recorder::stopSampler() {
 // What is bounded gives as many records as were asked for, and none about its end.
 void Recorder::noteEnd() {
     if (m_options.isBounded() && !isHurried()) return;
-    m_records->publishEnd(m_messages->getResStr(m_abandoned ? "EVENT_ABANDONED" : "EVENT_STOPPED"));
+    const String text = m_messages->getResStr(m_abandoned ? "EVENT_ABANDONED" : "EVENT_STOPPED");
+    m_records->publishEnd(text);
+    if (m_abandoned && m_options.isBounded()) tell(narrow(text));  // its usual end goes without a word
 }
 
 void Recorder::closeSinks() {
