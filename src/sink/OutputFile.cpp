@@ -74,11 +74,19 @@ void OutputFile::append(std::string_view bytes) {
     if (m_descriptor < 0) fail(EBADF);
     struct stat status {};
     if (m_isRegular && ::fstat(m_descriptor, &status) == 0) m_size = static_cast<std::uint64_t>(status.st_size);
+    constexpr std::string_view kEndOfLine = "\n";
+    std::string_view rest = kEndOfLine;
+    if (m_endsInsideLine) writeAll(rest);
+    m_endsInsideLine = false;
+    rest = bytes;
     try {
-        writeAll(bytes);
+        writeAll(rest);
         m_size += bytes.size();
     } catch (const StreamException&) {
-        takeBack(0);  // part of a record would spoil the next one
+        // Part of a record would spoil the next one.
+        takeBack(0);
+        const std::string_view written = bytes.substr(0, bytes.size() - rest.size());
+        m_endsInsideLine = !m_isRegular && !written.empty() && written.back() != '\n';
         throw;
     }
 }
@@ -89,7 +97,8 @@ void OutputFile::takeBack(std::size_t bytes) {
     static_cast<void>(!::ftruncate(m_descriptor, static_cast<off_t>(m_size)));
 }
 
-void OutputFile::writeAll(std::string_view bytes) const {
+// Leaves in `bytes` what could not be written.
+void OutputFile::writeAll(std::string_view& bytes) const {
     while (!bytes.empty()) {
         const ssize_t written = ::write(m_descriptor, bytes.data(), bytes.size());
         if (written >= 0) {

@@ -26,8 +26,8 @@ public:
     // The first bytes of a file that has some, at most as many as asked for.
     std::string head(std::size_t most) const;
     bool isEmpty() const { return m_size == 0; }
-    // Appends all of `bytes`, or nothing where the file can be cut. Throws SinkGoneException when the reader of standard
-    // output has left.
+    // Appends all of `bytes`, or nothing where the file can be cut; elsewhere a line that a failure cut is ended first.
+    // Throws SinkGoneException when the reader of standard output has left.
     void append(std::string_view bytes);
 
     // Takes back what append() has just written, where the file can be cut.
@@ -41,13 +41,14 @@ private:
     bool isStandardOutput() const { return m_path == "-"; }
     int openedDescriptor() const;
     void endLastLine();
-    void writeAll(std::string_view bytes) const;
+    void writeAll(std::string_view& bytes) const;
     [[noreturn]] void fail(int errorNumber) const;
 
     const std::string m_path;
     FileDescriptor m_file;
     int m_descriptor = -1;
     bool m_isRegular = false;
+    bool m_endsInsideLine = false;  // what cannot be cut, after a failure
     std::atomic<std::uint64_t> m_size{0};
 };
 

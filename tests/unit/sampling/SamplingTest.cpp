@@ -53,15 +53,17 @@ TEST(ClockWatch, TellsJumpsAndNoDrift) {
 }
 
 TEST(Repetition, IsToldLessAndLessOften) {
+    constexpr std::int64_t kMinuteMs = 60'000;
     Repetition repetition;
     std::string told;
     // One every ten seconds for six hours, and another one two hours later.
-    for (std::int64_t seconds = 0; seconds <= 6 * 3600; seconds += 10)
-        if (const auto leftOut = repetition.next(seconds * 1000))
-            told += std::to_string(seconds / 60) + "+" + std::to_string(*leftOut) + " ";
+    for (std::int64_t minutes = 0; minutes <= 360; ++minutes)
+        for (std::int64_t tens = 0; tens < 6; ++tens)
+            if (const auto leftOut = repetition.next(minutes * kMinuteMs + tens * 10'000))
+                told += std::to_string(minutes) + "+" + std::to_string(*leftOut) + " ";
     EXPECT_EQ(told, "0+0 1+5 3+11 7+23 15+47 31+95 63+191 123+359 183+359 243+359 303+359 ");
-    EXPECT_EQ(repetition.next(8 * 3600 * 1000), 342U);
-    EXPECT_EQ(repetition.next(8 * 3600 * 1000 + 60'000), 0U);
+    EXPECT_EQ(repetition.next(480 * kMinuteMs), 347U);
+    EXPECT_EQ(repetition.next(481 * kMinuteMs), 0U);
 }
 
 RecordPtr numbered(std::uint64_t number, std::size_t handles = 0) {
