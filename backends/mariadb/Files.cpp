@@ -141,7 +141,7 @@ bool Files::resolveInSystemTablespace(LockedTable& table) {
         auto rows = m_engine.queryOptional(queries::kTablesInSystemTablespace,
                                            "tables without a file of their own count as not transactional");
         while (rows && rows->next())
-            m_systemTables.emplace(rows->text(0));
+            m_systemTables.emplace(tableKeyOfName(rows->text(0)));
     }
     if (m_systemTables.count(table.key) == 0) return false;
     table.transactional = true;

@@ -12,6 +12,18 @@ namespace {
 constexpr std::array<std::string_view, 10> kTableFiles = {"ibd", "MYD", "MAD", "CSV", "ARZ",
                                                           "MRG", "MYI", "MAI", "CSM", "ARM"};
 
+// Where the partition's suffix begins, npos if there is none. A "#" that belongs to a name is encoded in file names.
+std::size_t partitionSuffix(std::string_view name) {
+    return std::min(name.find("#P#"), name.find("#p#"));
+}
+
+// The server marks the files of names that are devices elsewhere, such as "aux". An "@" of the name itself is encoded.
+std::string_view withoutMark(std::string_view name) {
+    constexpr std::string_view kMark = "@@@";
+    const bool marked = name.size() > kMark.size() && name.substr(name.size() - kMark.size()) == kMark;
+    return marked ? name.substr(0, name.size() - kMark.size()) : name;
+}
+
 }  // namespace
 
 std::string_view baseName(std::string_view path) {
@@ -33,20 +45,20 @@ int fileRank(std::string_view path) {
 std::string tableKey(std::string_view path) {
     // By extension, or the binary log "data/binlog.000001" would be the file of a table "binlog" in schema "data".
     if (fileRank(path) == static_cast<int>(kTableFiles.size())) return {};
-    std::string_view table = baseName(path);
-    if (table.size() == path.size()) return {};
-    const std::string_view schema = baseName(path.substr(0, path.size() - table.size() - 1));
-    table.remove_suffix(extension(table).size() + 1);
-    // A "#" that belongs to a name is encoded in file names, so this one begins the partition's suffix.
-    table = table.substr(0, std::min(table.find("#P#"), table.find("#p#")));
-    return std::string(schema).append("/").append(table);
+    return tableKeyOfName(path.substr(0, path.rfind('.')));
+}
+
+std::string tableKeyOfName(std::string_view name) {
+    const std::string_view table = baseName(name);
+    if (table.size() == name.size()) return {};
+    const std::string_view schema = baseName(name.substr(0, name.size() - table.size() - 1));
+    return std::string(withoutMark(schema)).append("/").append(withoutMark(table.substr(0, partitionSuffix(table))));
 }
 
 std::string partitionKey(std::string_view path) {
     const std::string_view file = tablespaceKey(path);
-    const std::string table = tableKey(path);
-    const std::string_view whole = file.substr(0, file.rfind('.'));
-    return table.empty() || whole == table ? std::string() : std::string(whole);
+    const bool divided = !tableKey(path).empty() && partitionSuffix(file) != std::string_view::npos;
+    return divided ? std::string(file.substr(0, file.rfind('.'))) : std::string();
 }
 
 std::string_view tablespaceKey(std::string_view path) {

@@ -19,6 +19,9 @@ std::string_view extension(std::string_view path);
 // DATA DIRECTORY, elsewhere, and the data directory may be a link, so only the last two components count.
 std::string tableKey(std::string_view path);
 
+// The same of a name of a table or partition, "schema/table#P#partition" in that encoding.
+std::string tableKeyOfName(std::string_view name);
+
 // The partition that a file belongs to, "schema/table#P#partition", or "" if it is not one.
 std::string partitionKey(std::string_view path);
 

@@ -63,6 +63,7 @@ TEST(MariadbNames, FindTheTableOfAFile) {
         {"./shop/parts#P#p0#SP#s1.ibd", "shop/parts", "shop/parts#P#p0#SP#s1.ibd"},
         {"/other/shop/a@0060b@0020@0p.MYI", "shop/a@0060b@0020@0p", "shop/a@0060b@0020@0p.MYI"},
         {".//undo001", "", "undo001"},
+        {"/data/prn@@@/aux@@@#P#p0.ibd", "prn/aux", "prn@@@/aux@@@#P#p0.ibd"},
         {"/data/ibdata1", "", "ibdata1"},
         {"/data/binlog.000001", "", "binlog.000001"},  // or a table of a schema "data" would own it
         {"items.ibd", "", "items.ibd"},
@@ -80,7 +81,7 @@ TEST(MariadbNames, FindTheTableOfAFile) {
     EXPECT_EQ(withoutPartition("`a`.`b /* Partition c`"), "`a`.`b /* Partition c`");
     EXPECT_EQ(unquoted("`a``b`.`c`"), "a`b.c");
     EXPECT_EQ(partitionKey("./shop/parts#P#p0#SP#s1.ibd"), "shop/parts#P#p0#SP#s1");
-    EXPECT_EQ(partitionKey("./shop/items.ibd"), "");
+    EXPECT_EQ(partitionKey("./shop/aux@@@.ibd"), "");
 }
 
 TEST(MariadbLockRules, GiveModeAndStateCodes) {
