@@ -121,8 +121,14 @@ public:
     }
 
     std::vector<ConflictLock> take() {
+        std::set<std::string> granted;
+        for (const auto& [id, lock] : m_locks)
+            if (m_awaited.count(id) == 0) granted.insert(placeOf(id));
         for (auto& [id, lock] : m_locks) {
-            if (m_awaited.count(id) != 0) continue;
+            // All transactions without a number that have or want a lock in one place share its id. Somebody has one
+            // where others wait.
+            const bool alsoGranted = lock.transaction == 0 && granted.count(placeOf(id)) == 0;
+            if (m_awaited.count(id) != 0 && !alsoGranted) continue;
             const auto owner = m_sessionOf.find(lock.transaction);
             // Gone since, unless it never had a number.
             if (owner == m_sessionOf.end() && lock.transaction != 0) continue;
@@ -133,6 +139,9 @@ public:
     }
 
 private:
+    // The row or table that a lock is on: what follows the transaction's number in its id.
+    static std::string placeOf(const std::string& id) { return id.substr(std::min(id.find(':'), id.size())); }
+
     std::map<std::string, ConflictLock> m_locks;  // by the engine's id of the lock
     std::set<std::string> m_awaited;
     std::unordered_map<std::uint64_t, std::uint64_t> m_sessionOf;  // by number of the transaction
