@@ -217,9 +217,9 @@ void Connection::fail(const char* doing) {
     const unsigned error = mysql_errno(m_mysql.get());
     const std::string text =
         std::string(doing).substr(0, 100) + " failed: " + std::to_string(error) + " " + mysql_error(m_mysql.get());
-    // What the client library says itself names nobody's account.
+    // What the client library says itself names nobody's account. What has no status of its own is told nowhere else.
     const bool fromClient = error >= CR_MIN_ERROR && error <= CR_MAX_ERROR;
-    fromClient && !m_connected ? m_log.notice(text) : m_log.tell(text);
+    (fromClient && !m_connected) || toStatus(error) == kOtherError ? m_log.notice(text) : m_log.tell(text);
     if (m_watchdog.hasFired()) {
         m_log.notice(
             "The server was given up: it took longer than the time-out allows (XRMARIADB_CONNECT_TIMEOUT, "

@@ -8,9 +8,11 @@
 
 namespace xr::mariadb::queries {
 
-// Connecting. %u is the longest time of a statement in seconds.
+// Connecting. %u is the longest time of a statement in seconds. A server may give its sessions limits on rows and other
+// character sets to begin with, by init_connect for some; lists would then silently end early.
 constexpr const char* kSession =
-    "SET SESSION autocommit=1, wait_timeout=31536000, max_statement_time=%u, lock_wait_timeout=5, sql_mode=''";
+    "SET NAMES utf8mb4, autocommit=1, wait_timeout=31536000, max_statement_time=%u, lock_wait_timeout=5, sql_mode='', "
+    "sql_select_limit=18446744073709551615, sql_big_selects=1";
 
 constexpr const char* kVariables =
     "SHOW GLOBAL VARIABLES WHERE Variable_name IN ('aria_block_size','datadir','extra_max_connections','extra_port',"
