@@ -169,13 +169,15 @@ std::optional<TableLocks> readRecordedLocks(Engine& engine, const Threads& threa
 
 }  // namespace
 
-std::vector<Process> readProcesses(Engine& engine) {
+std::vector<Process> readProcesses(Engine& engine, bool withServerThreads) {
     std::vector<Process> processes;
-    Result rows = engine.connection().query(queries::ofClients(queries::kProcesses).c_str());
+    Result rows = engine.connection().query(queries::processes().c_str());
     const std::uint64_t own = engine.connection().id();
     while (rows.next()) {
-        if (rows.number(0) == own) continue;
+        const bool client = rows.number(8) != 0;
+        if (rows.number(0) == own || !(client || withServerThreads)) continue;
         Process process;
+        process.client = client;
         process.id = rows.number(0);
         process.user = rows.text(1);
         process.host = rows.text(2);
@@ -270,7 +272,7 @@ std::string nameWithId(std::string_view name, std::uint64_t id, std::size_t size
 }
 
 std::string clientName(const Process& process, std::size_t size) {
-    return nameWithId(process.user + "@" + process.host, process.id, size);
+    return nameWithId(process.client ? process.user + "@" + process.host : "server thread", process.id, size);
 }
 
 std::string networkAddress(const Process& process, const std::unordered_map<std::uint64_t, std::string>& addresses) {

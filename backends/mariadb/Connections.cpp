@@ -16,7 +16,7 @@ constexpr std::size_t kLongestAddress = 71;
 }  // namespace
 
 std::vector<XRSQLCONNINFO> Engine::readConnections() {
-    const std::vector<Process> processes = readProcesses(*this);
+    const std::vector<Process> processes = readProcesses(*this, /*withServerThreads=*/false);
     const auto attributes = readAttributes(*this);
     const auto addresses = readAddresses(*this, readThreads(*this));
     std::vector<XRSQLCONNINFO> found;

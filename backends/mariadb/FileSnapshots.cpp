@@ -67,7 +67,7 @@ HandlesByKey sortByKey(const std::vector<Handle>& handles, const std::vector<Loc
 }
 
 HandlesByKey readHandles(Engine& engine, Files& files, FileSnapshot& snapshot) {
-    const std::vector<Process> processes = readProcesses(engine);
+    const std::vector<Process> processes = readProcesses(engine, /*withServerThreads=*/true);
     Transactions transactions = readTransactions(engine);
     TableLocks locks = readTableLocks(engine, readThreads(engine));
     files.resolve(locks.tables);

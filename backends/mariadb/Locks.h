@@ -24,6 +24,7 @@ struct Process {
     std::string state;
     std::uint64_t periodMs = 0;   // since the command began
     std::uint64_t statement = 0;  // the number of its current or last one, unique on the server
+    bool client = true;           // false: a thread of the server's own, such as an event or replication
 };
 
 // What the transaction engine says about one session.

@@ -32,18 +32,15 @@ constexpr const char* kGrants = "SHOW GRANTS";
 // Sessions. The process list also holds the server's own threads: replication, the writers of INSERT DELAYED, the event
 // scheduler, and running events. The latter say 'Connect' under their definer's name and have no port, which no client
 // does once it has logged in.
-constexpr const char* kClients =
-    " WHERE USER <> 'system user' AND COMMAND NOT IN ('Binlog Dump','Daemon','Delayed insert','Slave_IO','Slave_SQL',"
-    "'Slave_worker') AND NOT (COMMAND = 'Connect' AND USER <> 'unauthenticated user' AND HOST NOT LIKE '%:%')";
+constexpr const char* kIsClient =
+    "(USER <> 'system user' AND COMMAND NOT IN ('Binlog Dump','Daemon','Delayed insert','Slave_IO','Slave_SQL',"
+    "'Slave_worker') AND NOT (COMMAND = 'Connect' AND USER <> 'unauthenticated user' AND HOST NOT LIKE '%:%'))";
 
-// A statement on the process list, for clients only.
-inline std::string ofClients(const char* statement) {
-    return std::string(statement) + kClients;
+// Our own connection included.
+inline std::string processes() {
+    return std::string("SELECT ID, USER, HOST, DB, COMMAND, TIME_MS, STATE, QUERY_ID, ") + kIsClient +
+           " FROM information_schema.PROCESSLIST";
 }
-
-// Of clients, our own connection included.
-constexpr const char* kProcesses =
-    "SELECT ID, USER, HOST, DB, COMMAND, TIME_MS, STATE, QUERY_ID FROM information_schema.PROCESSLIST";
 
 constexpr const char* kThreads =
     "SELECT THREAD_ID, PROCESSLIST_ID FROM performance_schema.threads WHERE PROCESSLIST_ID IS NOT NULL";
@@ -109,9 +106,12 @@ constexpr const char* kStatus =
     "'Threadpool_threads','Threads_connected','Threads_running','Uptime')";
 
 // Of clients, our own connection included.
-constexpr const char* kUsers =
-    "SELECT COUNT(DISTINCT IF(USER='unauthenticated user', NULL, USER)), COUNT(*), "
-    "COALESCE(SUM(HOST <> 'localhost'),0) FROM information_schema.PROCESSLIST";
+inline std::string users() {
+    return std::string(
+               "SELECT COUNT(DISTINCT IF(USER='unauthenticated user', NULL, USER)), COUNT(*), "
+               "COALESCE(SUM(HOST <> 'localhost'),0) FROM information_schema.PROCESSLIST WHERE ") +
+           kIsClient;
+}
 
 constexpr const char* kRemoteRequests =
     "SELECT COALESCE(SUM(VARIABLE_VALUE),0) FROM performance_schema.status_by_host "

@@ -108,7 +108,7 @@ XRKESDCLIENTHANDLEINFO unknownHandle(const std::string& reason) {
 
 std::unique_ptr<SessionSnapshot> Engine::readSessions() {
     auto snapshot = std::make_unique<SessionSnapshot>();
-    const std::vector<Process> processes = readProcesses(*this);
+    const std::vector<Process> processes = readProcesses(*this, /*withServerThreads=*/false);
     Transactions transactions = readTransactions(*this);
     const Threads threads = readThreads(*this);
     TableLocks locks = readTableLocks(*this, threads);

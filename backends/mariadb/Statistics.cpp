@@ -14,7 +14,7 @@ namespace {
 class Totals {
 public:
     explicit Totals(Engine& engine) : m_status(engine.readVariables(queries::kStatus)) {
-        Result rows = engine.connection().query(queries::ofClients(queries::kUsers).c_str());
+        Result rows = engine.connection().query(queries::users().c_str());
         if (rows.next()) {
             users = rows.number(0);
             remote = rows.number(2);
