@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <new>
@@ -53,6 +54,11 @@ int waitForSocket(my_socket socket, my_bool reading, int timeoutMs) {
 
 const char* orNull(const std::string& text) {
     return text.empty() ? nullptr : text.c_str();
+}
+
+// Leaves nothing of a password in memory.
+void forget(char* password) {
+    if (password) std::fill_n(password, std::strlen(password), '\0');
 }
 
 // Whether the connection is of no use any more.
@@ -181,6 +187,9 @@ void Connection::open(const ServerAddress& address, const std::string& user, con
     s_connecting = nullptr;
     if (!connected) fail("Connecting");
     m_connected = true;
+    // The client library keeps them for connecting again, which never happens.
+    forget(m_mysql->passwd);
+    forget(m_mysql->options.password);
     m_watchdog.watch(mysql_get_socket(m_mysql.get()));
 }
 
