@@ -57,8 +57,21 @@ public:
     }
 
 private:
+    // By table, whether its lock that a change of the definition may raise has been raised: the server goes on naming it
+    // as it was asked for. Only one session at a time has such a lock of a table. Where readers wait and nobody is known to
+    // have or want the table for itself, that session has it.
+    std::vector<bool> tablesWithRaisedLock(const std::vector<TableLock>& locks) const {
+        std::vector<bool> raised(m_tables.size());
+        for (const TableLock& lock : locks)
+            if (lock.pending && lock.strength <= LockStrength::kSharedRead) raised[lock.table] = true;
+        for (const TableLock& lock : locks)
+            if (shutsOthersOut(lock.strength)) raised[lock.table] = false;
+        return raised;
+    }
+
     void addTableLocks(const std::vector<TableLock>& locks) {
         m_held.reserve(locks.size());
+        const std::vector<bool> raised = tablesWithRaisedLock(locks);
         for (const TableLock& lock : locks) {
             const auto session = m_indexOf.find(lock.session);
             if (session == m_indexOf.end()) continue;
@@ -67,6 +80,8 @@ private:
             held.table = lock.table;
             (lock.pending ? held.asked : held.granted) = lock.strength;
             if (lock.pending) held.wait = WaitState::kFile;
+            if (raised[lock.table] && held.granted == LockStrength::kSharedUpgradable)
+                held.granted = LockStrength::kExclusive;
         }
     }
 
