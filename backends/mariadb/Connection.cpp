@@ -30,6 +30,7 @@ constexpr std::array<unsigned, 28> kKnownErrors = {1040, 1045, 1053, 1054, 1109,
 constexpr unsigned kWriteTimeout = 10;  // seconds
 constexpr unsigned kNoFiles = 0;
 constexpr my_bool kYes = 1;
+constexpr my_bool kNo = 0;
 
 // Ways to log in that never show the password itself to whoever is at the other end. The others do, or encrypt it with
 // a key that comes from there, and a client lets the server choose.
@@ -165,6 +166,8 @@ void Connection::setOptions(const Settings& settings, const ServerAddress& addre
     // A server may otherwise ask for any file that this process can read.
     mysql_optionsv(mysql, MYSQL_OPT_LOCAL_INFILE, &kNoFiles);
     mysql_optionsv(mysql, MYSQL_OPT_CONNECT_ATTR_ADD, "program_name", "vexo");
+    // A new connection would know nothing of what was set on the old one.
+    mysql_optionsv(mysql, MYSQL_OPT_RECONNECT, &kNo);
     const int protocol = address.unixSocket ? MYSQL_PROTOCOL_SOCKET : MYSQL_PROTOCOL_TCP;
     mysql_optionsv(mysql, MYSQL_OPT_PROTOCOL, &protocol);
     if (!secure) {
