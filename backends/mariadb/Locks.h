@@ -66,8 +66,10 @@ struct LockedTable {
     bool isTable = true;         // false: the server itself, a schema, a user-level lock
     std::int64_t whole = -1;     // of a partition: the index of its table, -1 if nobody has locked that
 
+    bool hasFile() const { return file.substr(0, 1) == "/"; }
+
     // Whether an engine without transactions keeps it for sure: of what has no file, such as a view, the engine is unknown.
-    bool ofAnotherEngine() const { return isTable && !transactional && file.substr(0, 1) == "/"; }
+    bool ofAnotherEngine() const { return isTable && !transactional && hasFile(); }
 };
 
 struct TableLock {

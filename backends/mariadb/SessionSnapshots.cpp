@@ -94,6 +94,11 @@ Value valueOr(const std::unordered_map<std::uint64_t, Value>& values, std::uint6
     return found == values.end() ? Value{} : found->second;
 }
 
+// What has no file is named as some client chose, and reports do not escape all backslashes.
+std::string nameToShow(const LockedTable& table) {
+    return table.hasFile() ? cleanFileName(table.file) : cleanText(table.file);
+}
+
 // Reports print n/a for the codes. Not for the open mode: an unknown one would make a JSON document invalid.
 XRKESDCLIENTHANDLEINFO unknownHandle(const std::string& reason) {
     XRKESDCLIENTHANDLEINFO info{};
@@ -119,7 +124,7 @@ std::unique_ptr<SessionSnapshot> Engine::readSessions() {
     snapshot->handles = std::move(picture.handles);
     snapshot->files.reserve(locks.tables.size());
     for (const LockedTable& table : locks.tables)
-        snapshot->files.push_back(cleanFileName(table.file));
+        snapshot->files.push_back(nameToShow(table));
     if (!locks.missing.empty()) snapshot->standIn = unknownHandle(locks.missing);
 
     const auto attributes = readAttributes(*this);
