@@ -112,6 +112,11 @@ void appendWide(String& out, std::string_view bytes) {
     out.resize(static_cast<std::size_t>(next - out.data()));
 }
 
+bool isEncodable(wchar_t c) {
+    Encoded bytes;
+    return encode(bytes, c) != 0;
+}
+
 std::size_t maxNarrowSize(std::size_t characters) {
     return characters * MB_CUR_MAX;
 }

@@ -23,6 +23,9 @@ void appendWide(String& out, std::string_view bytes);
 // The bytes of `text`. A character that the encoding does not have becomes '?'.
 std::string narrow(StringView text);
 
+// Whether the encoding has the character.
+bool isEncodable(wchar_t c);
+
 // Writes the bytes of `text` to `out`, which must have room for maxNarrowSize(text.size()) of them; gives the end.
 char* narrowInto(char* out, StringView text);
 std::size_t maxNarrowSize(std::size_t characters);

@@ -4,12 +4,16 @@
 #include <algorithm>
 #include <cwctype>
 
+#include "foundation/Encoding.h"
+
 namespace vexo {
 namespace {
 
 wchar_t upper(wchar_t c) {
     if (c < 0x80) return c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - L'a' + L'A') : c;
-    return static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(c)));
+    const auto capital = static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(c)));
+    // ISO 8859-1 has a small y with diaeresis and a micro sign, but not their capitals.
+    return capital == c || isEncodable(capital) ? capital : c;
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ inline constexpr StringView kBlanks = L" \t\r\n";
 // `text` without blanks at both ends.
 StringView trim(StringView text);
 
-// `text` in upper case, by the character classes of the current LC_CTYPE.
+// `text` in upper case, by the current LC_CTYPE. A letter whose capital the encoding lacks stays as it is.
 String toUpper(StringView text);
 
 // Appends `text` in upper case to `out`.
