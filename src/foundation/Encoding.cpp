@@ -17,6 +17,7 @@ namespace {
 constexpr wchar_t kByteBase = 0xDC00;  // U+DC00 + byte stands for a byte that is not part of a character
 constexpr wchar_t kFirstSurrogate = 0xD800;
 constexpr wchar_t kLastSurrogate = 0xDFFF;
+constexpr wchar_t kLastCharacter = 0x10FFFF;
 constexpr std::size_t kBlock = 16;  // characters checked and copied at once
 
 bool isRawByte(wchar_t c) {
@@ -73,7 +74,8 @@ std::size_t decode(std::string_view bytes, wchar_t& c) {
     std::mbstate_t state{};
     const std::size_t size = std::mbrtowc(&c, bytes.data(), bytes.size(), &state);
     if (size == 0 || size > bytes.size()) return 0;
-    if (c < 0x80 || (c >= kFirstSurrogate && c <= kLastSurrogate)) return 0;
+    // The C library decodes numbers behind the last character too.
+    if (c < 0x80 || (c >= kFirstSurrogate && c <= kLastSurrogate) || c > kLastCharacter) return 0;
     Encoded again;
     return encode(again, c) == size && std::equal(again.begin(), again.begin() + size, bytes.begin()) ? size : 0;
 }

@@ -53,6 +53,7 @@ TEST(Encoding, DecodesTextAndKeepsWhatIsNone) {
     for (const auto& [bytes, text] : {std::pair("\xC3\xA4\xF0\x9F\x98\x80", L"\u00E4\U0001F600"),
                                       {"a\xE2\x82", L"a\xDCE2\xDC82"},
                                       {"\xC0\x80\xF8", L"\xDCC0\xDC80\xDCF8"},
+                                      {"\xF4\x90\x80\x80", L"\xDCF4\xDC90\xDC80\xDC80"},
                                       // An encoded surrogate must not pass for a kept byte.
                                       {"\xED\xB2\x80", L"\xDCED\xDCB2\xDC80"}}) {
         EXPECT_EQ(widen(bytes), text);
