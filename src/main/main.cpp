@@ -2,6 +2,8 @@
 // The life of one run, and the one place where failures become a message and an exit status.
 #include <unistd.h>
 
+#include <cstdlib>
+#include <exception>
 #include <new>
 #include <string>
 #include <string_view>
@@ -99,15 +101,26 @@ void prepareLastResort() {
     s_lastResort = narrow(errorLine(s_vexoMessageHelper->getResStr("FATAL_ERROR", kOutOfMemory), m_JSON)) + "\n";
 }
 
+void writeLastResort() {
+    const std::string_view line = s_lastResort.empty() ? "Out of memory\n" : std::string_view(s_lastResort);
+    static_cast<void>(!::write(STDERR_FILENO, line.data(), line.size()));
+}
+
 int reportOutOfMemory() {
     try {
         if (!s_vexoMessageHelper) openProgram();  // it failed as early as that
         return reportFatal(kOutOfMemory);
     } catch (const std::bad_alloc&) {
-        const std::string_view line = s_lastResort.empty() ? "Out of memory\n" : std::string_view(s_lastResort);
-        static_cast<void>(!::write(STDERR_FILENO, line.data(), line.size()));
+        writeLastResort();
         return kOutOfMemory;
     }
+}
+
+// Where there is no memory for an exception either, the C++ library ends the process without one.
+[[noreturn]] void onTerminate() {
+    if (std::current_exception()) std::abort();
+    writeLastResort();
+    ::_exit(kOutOfMemory);
 }
 
 int run(int argc, const char* const* argv) {
@@ -168,6 +181,7 @@ int runAndReport(int argc, const char* const* argv) {
 }  // namespace vexo
 
 int main(int argc, char** argv) {
+    std::set_terminate(vexo::onTerminate);
     vexo::prepareProcess();
     return vexo::runAndReport(argc, argv);
 }
