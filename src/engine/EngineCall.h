@@ -52,7 +52,7 @@ inline constexpr char kCallPlaceholder[] = "\1";
 
 // From here on, when the process crashes during an engine call, `line`, which ends with its line feed, is written to
 // standard error with the name of the function at its placeholder; then the signal does what it does otherwise. Crashes
-// that somebody else handles already, a sanitizer for instance, are left to him. `first` is called before, also for
+// that something else handles already, a sanitizer for instance, are left to it. `first` is called before, also for
 // crashes outside of a call; it has to be fit for a signal handler.
 void reportCrashes(const std::string& line, void (*first)() = nullptr);
 

@@ -20,7 +20,7 @@ void holdStopSignals();
 
 bool wasSignalled();
 
-// Whether the run shall end, by the flag or by a signal.
+// Whether the run is to end, by the flag or by a signal.
 inline bool stopRequested() {
     return s_stopped || wasSignalled();
 }
