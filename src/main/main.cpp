@@ -2,7 +2,6 @@
 // The life of one run, and the one place where failures become a message and an exit status.
 #include <unistd.h>
 
-#include <cstdlib>
 #include <exception>
 #include <new>
 #include <string>
@@ -116,9 +115,11 @@ int reportOutOfMemory() {
     }
 }
 
+const std::terminate_handler s_usualTerminate = std::get_terminate();
+
 // Where there is no memory for an exception either, the C++ library ends the process without one.
 [[noreturn]] void onTerminate() {
-    if (std::current_exception()) std::abort();
+    if (std::current_exception()) s_usualTerminate();
     writeLastResort();
     ::_exit(kOutOfMemory);
 }
