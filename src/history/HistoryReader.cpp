@@ -21,6 +21,17 @@ std::string_view bodyOf(SQLite::Statement& row) {
     return {bytes, static_cast<std::size_t>(body.getBytes())};
 }
 
+// Whether a text begins as the record of the row does. What follows has a checksum.
+bool isOf(SQLite::Statement& row, std::string_view text) {
+    const auto written = [&row](Column column) { return std::to_string(row.getColumn(column).getInt64()); };
+    // No name can hold the quotes, because they are escaped there.
+    const std::string_view frame = text.substr(0, text.find(",\"kind\":\"record\""));
+    const std::string number = ",\"run\":" + written(kRun) + ",\"rec\":" + written(kRecord) + ",\"time\":\"";
+    const std::string time = "\",\"epoch_ms\":" + written(kEpoch);
+    return frame.size() < text.size() && frame.find(number) != std::string_view::npos && frame.size() > time.size() &&
+           frame.substr(frame.size() - time.size()) == time;
+}
+
 }  // namespace
 
 HistoryReader::HistoryReader(const std::string& path) : m_history(path) {
@@ -78,8 +89,17 @@ bool HistoryReader::hasNext() {
     });
 }
 
-void HistoryReader::appendLines(std::string& out) const {
-    appendNdjsonLines(out, m_text.view());
+std::uint64_t HistoryReader::appendLines(std::uint64_t record, std::string& out) {
+    return read([&](SQLite::Database& database) -> std::uint64_t {
+        const Position target = find(database, "rec >= ? ORDER BY rec", sqlNumber(record));
+        if (target.record == 0) return 0;
+        if (target.record < record) failAt(m_target = record);  // a damaged index can lead back
+        moveTo(database, target, [&](std::string_view text, SQLite::Statement& row) {
+            if (!isOf(row, text)) failAt(target.record);
+        });
+        appendNdjsonLines(out, m_text.view());
+        return target.record;
+    });
 }
 
 std::uint64_t HistoryReader::numberAt(std::int64_t epochMs) {
@@ -130,17 +150,24 @@ HistoryReader::Position HistoryReader::find(SQLite::Database& database, const st
 }
 
 RecordPtr HistoryReader::goTo(SQLite::Database& database, const Position& target) {
-    if (target.record == 0) return nullptr;
+    RecordPtr record;
+    if (target.record == 0) return record;
+    moveTo(database, target, [&](std::string_view text, SQLite::Statement& row) { record = parse(text, row); });
+    return record;
+}
+
+// Unpacks the record and makes it the place, unless `look`, which is given its text and its row, throws.
+template <typename Look>
+void HistoryReader::moveTo(SQLite::Database& database, const Position& target, Look look) {
     m_target = target.record;
     SQLite::Statement rows(database,
                            "SELECT rec, run, epoch_ms, monotonic_ms, took_us, key_rec, body FROM record_numbers "
                            "JOIN body USING(rec) WHERE rec BETWEEN ? AND ? ORDER BY rec");
     const Buffer& text = unpackUpTo(target, rows);
-    RecordPtr record = parse(text.view(), rows);
+    look(text.view(), rows);
     // The buffers of the chain are always the same two.
     std::swap(m_text, &text == m_chain.data() ? m_chain.front() : m_chain.back());
     m_place = target;
-    return record;
 }
 
 // Unpacks from the key record, or from the place if that lies on the way. Leaves `rows` at the target.

@@ -18,22 +18,22 @@ public:
 
     // The next one that can be read; null behind the last.
     RecordPtr next();
-    // The record of this number; null where it is damaged or has been dropped. The walk goes on behind it.
+    // The same, unread: appends its lines to `out` as they were streamed. False behind the last.
+    bool appendNext(std::string& out);
+    // The record of this number; null where it is damaged or has been dropped. What next() gives stays the same.
     RecordPtr goTo(std::uint64_t number);
 
-    // Appends the lines of the record that was given last, as they are streamed.
-    void appendLines(std::string& out) const { m_reader.appendLines(out); }
-    // What could not be read so far.
+    // What could not be read so far, in its order.
     const std::vector<RecordRange>& lost() const { return m_lost; }
 
 private:
     template <typename Read>
-    bool tryRead(Read read);
+    void readOn(Read read);
+    std::uint64_t passDamage();
 
     HistoryReader m_reader;
     const RecordRange m_range;
-    RecordPtr m_record;
-    bool m_hasBegun = false;
+    std::uint64_t m_next;  // the least number that next() may give
     std::vector<RecordRange> m_lost;
 };
 

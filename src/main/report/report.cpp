@@ -22,7 +22,7 @@
 #include "report/RecordWalk.h"
 #include "report/ReportReader.h"
 #include "sink/CsvSink.h"
-#include "sink/NdjsonSink.h"
+#include "sink/OutputFile.h"
 #include "sink/SinkText.h"
 
 namespace vexo {
@@ -58,27 +58,36 @@ void makePage(const ReportOptions& options, const HistorySpan& span) {
     file.finish();
 }
 
-// Gives all records of the span to a sink. Records that are damaged are told.
-int exportTo(Sink& sink, const ReportOptions& options, const HistorySpan& span) {
+void exportLines(RecordWalk& records, const std::string& path) {
+    OutputFile out(path);
+    out.open();
+    std::string lines;
+    for (; records.appendNext(lines); lines.clear())
+        out.append(lines);
+}
+
+void exportTables(RecordWalk& records, const std::string& path, CsvFormulas formulas) {
+    CsvSink sink(path, formulas);
     sink.open();
-    RecordWalk records(options.history, {span.first.number, span.last.number});
     while (const RecordPtr record = records.next())
         sink.write(record);
     sink.close();
+}
+
+// Writes all records of the span. Those that are damaged are told.
+int exportRecords(const ReportOptions& options, const HistorySpan& span) {
+    FileBeside target(options.ndjson ? *options.ndjson : *options.csv);
+    RecordWalk records(options.history, {span.first.number, span.last.number});
+    if (options.ndjson) {
+        exportLines(records, target.path());
+    } else {
+        exportTables(records, target.path(), options.csvFormulas);
+    }
+    target.finish();
     for (const RecordRange& lost : records.lost())
         tell(narrow(
             historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(), std::to_string(lost.last).c_str())));
     return records.lost().empty() ? kEnded : kUnreadable;
-}
-
-int exportRecords(const ReportOptions& options, const HistorySpan& span) {
-    FileBeside target(options.ndjson ? *options.ndjson : *options.csv);
-    const auto finish = [&](Sink&& sink) {
-        const int status = exportTo(sink, options, span);
-        target.finish();
-        return status;
-    };
-    return options.ndjson ? finish(NdjsonSink(target.path())) : finish(CsvSink(target.path(), options.csvFormulas));
 }
 
 int check(const MessageHelper& messages, const ReportOptions& options) {

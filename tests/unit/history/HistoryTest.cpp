@@ -338,7 +338,7 @@ TEST(History, GivesNumbersWaitsEventsAndLinesOfASpan) {
         const std::string text = textOf(*whole);
         ASSERT_TRUE(textOf(record) == text) << number;
         std::string lines = "before";
-        reader.appendLines(lines);
+        ASSERT_EQ(reader.appendLines(row.number, lines), row.number);
         ASSERT_TRUE(lines == "before" + text) << number;
         for (const WaitItem& wait : whole->waits)
             ++waitingRecords[std::string(whole->name(wait.client))];
