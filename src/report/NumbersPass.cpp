@@ -206,11 +206,10 @@ private:
 // Takes the records of a span one by one.
 class Pass {
 public:
-    // Without `hasNumbers` no record has any, and every one counts as an answer.
-    Pass(const std::vector<HistoryRun>& runs, const std::vector<RecordRange>& waiting, bool hasNumbers,
+    Pass(const std::vector<HistoryRun>& runs, const std::vector<RecordRange>& waiting, const Failures& failures,
          ReportData& data)
         : m_data(data),
-          m_hasNumbers(hasNumbers),
+          m_failures(failures),
           m_waitingNow(waiting),
           m_gaps(runs, data.of(Series::kSessions).bridgeMs) {}
 
@@ -218,7 +217,7 @@ public:
         ++m_data.records;
         m_data.items += row.items;
         if (row.isKey) m_keys.push_back(row.number);
-        const bool isAnswered = row.usage || row.communication || !m_hasNumbers;
+        const bool isAnswered = answers(row);
         m_gaps.add(row, isAnswered);
         m_resources.add(row);
         m_protocols.add(row);
@@ -238,8 +237,15 @@ public:
     }
 
 private:
+    // The sections with numbers may be off, or have failed alone: what is not an event came from the engine too.
+    bool answers(const RecordNumbers& row) const {
+        if (row.usage || row.communication) return true;
+        const auto failure = m_failures.find(row.number);
+        return failure == m_failures.end() || row.items > failure->second;
+    }
+
     ReportData& m_data;
-    const bool m_hasNumbers;
+    const Failures& m_failures;
     std::vector<std::uint64_t> m_keys;
     WaitingCount m_waitingNow;
     Resources m_resources;
@@ -255,17 +261,11 @@ std::int64_t gapAfterMs(std::int64_t intervalMs) {
 }
 
 std::vector<std::uint64_t> readNumbers(HistoryTables& tables, RecordRange range, const std::vector<HistoryRun>& runs,
-                                       const std::vector<RecordRange>& waiting, ReportData& data) {
-    const auto read = [&](bool hasNumbers) {
-        data.records = data.items = 0;
-        Pass pass(runs, waiting, hasNumbers, data);
-        tables.forEachRecord(range, [&pass](const RecordNumbers& row) { pass.take(row); });
-        return pass.finish();
-    };
-    std::vector<std::uint64_t> keys = read(true);
-    // The sections with numbers were switched off: other items, beside events, show that the engine answered.
-    const bool isBare = data.resources.empty() && data.items > data.events.all;
-    return isBare ? read(false) : keys;
+                                       const std::vector<RecordRange>& waiting, const Failures& failures,
+                                       ReportData& data) {
+    Pass pass(runs, waiting, failures, data);
+    tables.forEachRecord(range, [&pass](const RecordNumbers& row) { pass.take(row); });
+    return pass.finish();
 }
 
 }  // namespace vexo

@@ -2,6 +2,7 @@
 #include "report/ReportReader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "history/HistoryReader.h"
 #include "record/Timestamp.h"
@@ -41,10 +42,19 @@ void takeRuns(const std::vector<HistoryRun>& runs, ReportData& data) {
         data.server += (data.server.empty() ? "" : ", ") + server;
 }
 
-void readEvents(HistoryTables& tables, RecordRange range, ReportData& data) {
+bool tellsFailure(EventKind kind) {
+    return kind == EventKind::kConnectFailed || kind == EventKind::kConnectionLost || kind == EventKind::kStalled;
+}
+
+Failures readEvents(HistoryTables& tables, RecordRange range, ReportData& data) {
     std::vector<EventRow>& rows = data.events.items;
+    Failures failures;
+    std::uint64_t record = 0;
+    std::uint64_t ofRecord = 0;
     tables.forEachEvent(range, [&](const HistoryEvent& found) {
         const EventItem& event = found.event;
+        ofRecord = found.record == std::exchange(record, found.record) ? ofRecord + 1 : 1;
+        if (tellsFailure(event.kind) || failures.count(record) > 0) failures[record] = ofRecord;
         ++data.eventCounts[event.kind];
         ++data.events.all;
         const std::int64_t lastMs = event.endMs.value_or(event.startMs);
@@ -57,6 +67,7 @@ void readEvents(HistoryTables& tables, RecordRange range, ReportData& data) {
             ++data.eventsLeftOut;
         }
     });
+    return failures;
 }
 
 // The times that the records of a span have: where the clock was set, not only those between its ends.
@@ -90,7 +101,7 @@ ReportData readReport(const std::string& path, const HistorySpan& span, std::uin
     const RecordRange range = {span.first.number, span.last.number};
     const std::vector<HistoryRun> runs = tables.runs(range);
     ReportData events((Buckets(0, 0, 1)));
-    readEvents(tables, range, events);
+    const Failures failures = readEvents(tables, range, events);
     const auto [firstMs, lastMs] = timesOf(tables, span, events.eventCounts.count(EventKind::kClockChanged) > 0);
     const std::int64_t interval = intervalOf(runs);
     const std::int64_t step =
@@ -105,7 +116,7 @@ ReportData readReport(const std::string& path, const HistorySpan& span, std::uin
         series.bridgeMs = gapAfterMs(interval);
     takeRuns(runs, data);
     const std::vector<RecordRange> waiting = readWaits(tables, range, data);
-    const std::vector<std::uint64_t> keys = readNumbers(tables, range, runs, waiting, data);
+    const std::vector<std::uint64_t> keys = readNumbers(tables, range, runs, waiting, failures, data);
     readRecords(path, range, keys, mostItems, data);
     return data;
 }
