@@ -98,18 +98,31 @@ std::optional<int> scanZone(Scanner& scanner) {
     return sign * (*hours * kSecondsPerHour + *minutes * kSecondsPerMinute);
 }
 
-std::int64_t localInstant(std::tm time) {
-    time.tm_isdst = -1;
-    return std::int64_t{::mktime(&time)} * kMillis;
+// Seconds east of Greenwich.
+long offsetAt(std::time_t instant) {
+    std::tm local{};
+    ::localtime_r(&instant, &local);
+    return local.tm_gmtoff;
 }
 
-std::optional<std::int64_t> parseDateAndTime(Scanner scanner) {
+// Not mktime(), which decides by earlier calls.
+std::int64_t localInstant(std::tm time, TwiceShown twice) {
+    constexpr std::time_t kDay = 86'400;
+    const std::time_t shown = ::timegm(&time);
+    const std::time_t earlier = shown - offsetAt(shown - kDay);
+    const std::time_t later = shown - offsetAt(shown + kDay);
+    const auto isShownAt = [shown](std::time_t instant) { return instant + offsetAt(instant) == shown; };
+    const bool isLater = isShownAt(later) && (twice == TwiceShown::kLast || !isShownAt(earlier));
+    return std::int64_t{isLater ? later : earlier} * kMillis;
+}
+
+std::optional<std::int64_t> parseDateAndTime(Scanner scanner, TwiceShown twice) {
     std::tm time{};
     std::int64_t millis = 0;
     if (!scanDate(scanner, time)) return std::nullopt;
-    if (scanner.isAtEnd()) return localInstant(time);
+    if (scanner.isAtEnd()) return localInstant(time, twice);
     if ((!scanner.take('T') && !scanner.take(' ')) || !scanTime(scanner, time, millis)) return std::nullopt;
-    if (scanner.isAtEnd()) return localInstant(time) + millis;
+    if (scanner.isAtEnd()) return localInstant(time, twice) + millis;
     scanner.take(' ');
     const auto zone = scanZone(scanner);
     if (!zone || !scanner.isAtEnd()) return std::nullopt;
@@ -123,10 +136,12 @@ std::optional<std::int64_t> parseTimeOfDay(Scanner scanner, std::int64_t nowMs) 
     std::int64_t millis = 0;
     ::localtime_r(&now, &time);
     if (!scanTime(scanner, time, millis) || !scanner.isAtEnd()) return std::nullopt;
-    const std::int64_t today = localInstant(time) + millis;
-    if (today <= nowMs) return today;
+    for (const TwiceShown twice : {TwiceShown::kLast, TwiceShown::kFirst}) {
+        const std::int64_t today = localInstant(time, twice) + millis;
+        if (today <= nowMs) return today;
+    }
     --time.tm_mday;
-    return localInstant(time) + millis;
+    return localInstant(time, TwiceShown::kLast) + millis;
 }
 
 std::optional<std::int64_t> parseEpoch(std::string_view digits) {
@@ -139,7 +154,7 @@ std::optional<std::int64_t> parseEpoch(std::string_view digits) {
 
 }  // namespace
 
-std::optional<std::int64_t> parsePointInTime(std::string_view text, std::int64_t nowMs) {
+std::optional<std::int64_t> parsePointInTime(std::string_view text, std::int64_t nowMs, TwiceShown twice) {
     if (text.empty()) return std::nullopt;
     if (text.front() == '@') return parseEpoch(text.substr(1));
     if (text.front() == '-') {
@@ -147,7 +162,7 @@ std::optional<std::int64_t> parsePointInTime(std::string_view text, std::int64_t
         return ago ? std::optional(nowMs - *ago) : std::nullopt;
     }
     if (const auto ofDay = parseTimeOfDay(Scanner(text), nowMs)) return ofDay;
-    return parseDateAndTime(Scanner(text));
+    return parseDateAndTime(Scanner(text), twice);
 }
 
 std::string localTime(std::int64_t epochMs) {

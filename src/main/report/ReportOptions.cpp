@@ -28,8 +28,8 @@ constexpr option kOptions[] = {
     {nullptr,   0,                 nullptr, 0       }
 };
 
-std::int64_t pointInTime(const GivenOption& given) {
-    const auto parsed = parsePointInTime(given.value, RecordClocks::systemEpochMs());
+std::int64_t pointInTime(const GivenOption& given, TwiceShown twice) {
+    const auto parsed = parsePointInTime(given.value, RecordClocks::systemEpochMs(), twice);
     if (!parsed) given.refuse();
     return *parsed;
 }
@@ -47,10 +47,10 @@ void readOption(ReportOptions& options, std::optional<std::string>& history, con
         case kBackup:
             return given.setOnce(options.backup);
         case kFrom:
-            options.fromMs = pointInTime(given);
+            options.fromMs = pointInTime(given, TwiceShown::kFirst);
             break;
         case kTo:
-            options.toMs = pointInTime(given);
+            options.toMs = pointInTime(given, TwiceShown::kLast);
             break;
         case kCsvRaw:
             options.csvFormulas = CsvFormulas::kRaw;

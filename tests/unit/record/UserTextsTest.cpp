@@ -40,8 +40,10 @@ TEST_F(InCentralEurope, ReadsEveryFormOfAnInstant) {
         {"2026-11-21T14:00:05.123Z", "2026-11-21T14:00:05.123Z"},    // of a record
         {"2026-11-21 14:03:20 +01:00", "2026-11-21T13:03:20.000Z"},  // of a screen
         {"2028-02-29", "2028-02-28T23:00:00.000Z"},
-        {"12:30:00", "2026-03-29T10:30:00.000Z"},  // today
-        {"12:31", "2026-03-28T11:31:00.000Z"},     // yesterday, in winter time
+        {"2026-10-25T02:30", "2026-10-25T00:30:00.000Z"},  // shown twice
+        {"2026-03-29T02:30", "2026-03-29T01:30:00.000Z"},  // left out
+        {"12:30:00", "2026-03-29T10:30:00.000Z"},          // today
+        {"12:31", "2026-03-28T11:31:00.000Z"},             // yesterday, in winter time
         {"01:30", "2026-03-29T00:30:00.000Z"},
         {"-2h", "2026-03-29T08:30:00.500Z"},
         {"-90", "2026-03-29T10:28:30.500Z"},
@@ -52,6 +54,9 @@ TEST_F(InCentralEurope, ReadsEveryFormOfAnInstant) {
         ASSERT_TRUE(read) << text;
         EXPECT_EQ(timestamp(*read), instant) << text;
     }
+    EXPECT_EQ(timestamp(*parsePointInTime("2026-10-25T02:30", kNow, TwiceShown::kLast)), "2026-10-25T01:30:00.000Z");
+    EXPECT_EQ(timestamp(*parsePointInTime("02:30", 1'792'889'400'000)),
+              "2026-10-25T00:30:00.000Z");  // 02:50, the first
     for (const char* const refused : {"",
                                       "-",
                                       "@",
