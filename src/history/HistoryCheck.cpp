@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <optional>
 
 #include "foundation/Encoding.h"
 #include "history/HistoryFile.h"
@@ -25,23 +26,44 @@ void checkStructure(SQLite::Database& database, HistoryCheck& check) {
     }
 }
 
+// Where the tables cannot be read any more there is nothing to compare.
+void compareTables(std::optional<TableCheck>& tables, const Record& record, HistoryCheck& check) {
+    if (!tables) return;
+    try {
+        for (const char* table : tables->differing(record))
+            check.findings.push_back(historyMessage("ERR_HISTORY_TABLE", std::to_string(record.number).c_str(), table));
+    } catch (const HistoryException& error) {
+        check.findings.push_back(error.message());
+        tables.reset();
+    }
+}
+
+// Gives the last record that is lost; none where the file tells of no record behind `last`.
+std::optional<std::uint64_t> passDamage(HistoryReader& reader, std::uint64_t last, HistoryCheck& check) {
+    try {
+        const RecordRange lost = reader.passDamage();
+        check.findings.push_back(
+            historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(), std::to_string(lost.last).c_str()));
+        return lost.last;
+    } catch (const HistoryException&) {
+        check.findings.push_back(historyMessage("ERR_HISTORY_REST", std::to_string(last + 1).c_str()));
+        return std::nullopt;
+    }
+}
+
 void checkRecords(const std::string& path, HistoryCheck& check) {
     HistoryReader reader(path);
-    TableCheck tables(path);
-    for (;;) {
+    std::optional<TableCheck> tables(path);
+    for (std::optional<std::uint64_t> last = 0; last;) {
         try {
             const RecordPtr record = reader.next();
             if (!record) return;
+            last = record->number;
             ++check.records;
-            for (const char* table : tables.differing(*record)) {
-                check.findings.push_back(
-                    historyMessage("ERR_HISTORY_TABLE", std::to_string(record->number).c_str(), table));
-            }
+            compareTables(tables, *record, check);
         } catch (const HistoryException& error) {
             check.findings.push_back(error.message());
-            const RecordRange lost = reader.passDamage();
-            check.findings.push_back(historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(),
-                                                    std::to_string(lost.last).c_str()));
+            last = passDamage(reader, *last, check);
         }
     }
 }

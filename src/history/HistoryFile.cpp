@@ -154,11 +154,18 @@ std::string uriOf(const std::string& path) {
 }
 
 // Opens a history for reading, also where nothing may be written beside it: then as an immutable file.
+std::unique_ptr<SQLite::Database> connectedTo(const std::string& path, int flags) {
+    auto database = std::make_unique<SQLite::Database>(path, SQLite::OPEN_READONLY | flags, kBusyTimeoutMs);
+    // Of a file that was cut off SQLite reads nothing at all otherwise. Nothing is written through this connection.
+    database->exec("PRAGMA writable_schema = ON");
+    return database;
+}
+
 std::unique_ptr<SQLite::Database> openReadOnly(const std::string& path, bool& immutable) {
     if (::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0) failWith(path, errno);
     return withHistory(path, [&] {
         immutable = false;
-        auto database = std::make_unique<SQLite::Database>(path, SQLite::OPEN_READONLY, kBusyTimeoutMs);
+        auto database = connectedTo(path, 0);
         try {
             database->execAndGet("PRAGMA schema_version");
         } catch (const SQLite::Exception&) {
@@ -166,8 +173,7 @@ std::unique_ptr<SQLite::Database> openReadOnly(const std::string& path, bool& im
             // the file is all that there is.
             if (exists(walOf(path))) throw;
             immutable = true;
-            database = std::make_unique<SQLite::Database>(uriOf(path) + "?immutable=1",
-                                                          SQLite::OPEN_READONLY | SQLite::OPEN_URI, kBusyTimeoutMs);
+            database = connectedTo(uriOf(path) + "?immutable=1", SQLite::OPEN_URI);
         }
         if (database->execAndGet("PRAGMA application_id").getInt() != kApplicationId)
             throw HistoryException(historyMessage("ERR_HISTORY_FOREIGN", path.c_str()));

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <new>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
@@ -43,7 +46,15 @@ using Out = Ref<TextWriter>;
                            localTime(whole->first.epochMs).c_str(), localTime(whole->last.epochMs).c_str()));
 }
 
-void makePage(const ReportOptions& options, const HistorySpan& span) {
+// Tells which records could not be read, and gives the status.
+int tellLost(const std::vector<RecordRange>& damage) {
+    for (const RecordRange& lost : damage)
+        tell(narrow(
+            historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(), std::to_string(lost.last).c_str())));
+    return damage.empty() ? kEnded : kUnreadable;
+}
+
+int makePage(const ReportOptions& options, const HistorySpan& span) {
     FileBeside file(*options.page);
     ReportData data = readReport(options.history, span);
     data.historyName = std::filesystem::path(options.history).filename().string();
@@ -51,11 +62,13 @@ void makePage(const ReportOptions& options, const HistorySpan& span) {
     data.toMs = options.toMs;
     data.madeMs = RecordClocks::systemEpochMs();
     data.madeBy = narrow(MessageHelper("REPORT", "REPORT_").getResStr("NAME", kProgramVersion));
+    const std::vector<RecordRange> damage = data.damage;
     const std::string page = makePage(std::move(data));
     OutputFile out(file.path());
     out.open();
     out.append(page);
     file.finish();
+    return tellLost(damage);
 }
 
 void exportLines(RecordWalk& records, const std::string& path) {
@@ -74,7 +87,7 @@ void exportTables(RecordWalk& records, const std::string& path, CsvFormulas form
     sink.close();
 }
 
-// Writes all records of the span. Those that are damaged are told.
+// Writes all records of the span.
 int exportRecords(const ReportOptions& options, const HistorySpan& span) {
     FileBeside target(options.ndjson ? *options.ndjson : *options.csv);
     RecordWalk records(options.history, {span.first.number, span.last.number});
@@ -84,10 +97,7 @@ int exportRecords(const ReportOptions& options, const HistorySpan& span) {
         exportTables(records, target.path(), options.csvFormulas);
     }
     target.finish();
-    for (const RecordRange& lost : records.lost())
-        tell(narrow(
-            historyMessage("ERR_HISTORY_LOST", std::to_string(lost.first).c_str(), std::to_string(lost.last).c_str())));
-    return records.lost().empty() ? kEnded : kUnreadable;
+    return tellLost(records.lost());
 }
 
 int check(const MessageHelper& messages, const ReportOptions& options) {
@@ -126,9 +136,7 @@ int run(int argc, char** argv) {
     if (options.backup) return backUp(options);
     const auto span = findSpan(options.history, options.fromMs, options.toMs);
     if (!span) failEmpty(messages, options);
-    if (!options.page) return exportRecords(options, *span);
-    makePage(options, *span);
-    return kEnded;
+    return options.page ? makePage(options, *span) : exportRecords(options, *span);
 }
 
 // The same for a history that cannot be read.
