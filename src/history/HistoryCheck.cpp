@@ -3,6 +3,7 @@
 
 #include <SQLiteCpp/Statement.h>
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,7 +12,6 @@
 #include <optional>
 
 #include "foundation/Encoding.h"
-#include "history/HistoryFile.h"
 #include "history/HistoryReader.h"
 #include "history/TableCheck.h"
 
@@ -68,11 +68,13 @@ void checkRecords(const std::string& path, HistoryCheck& check) {
     }
 }
 
-// Creates a file that was not there; removes it again unless it is kept.
+// Creates a file for what is to be named `target`, where nothing has that name; removes it again unless it is kept.
 class NewFile {
 public:
-    explicit NewFile(const std::string& path)
-        : m_path(path), m_file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR)) {
+    explicit NewFile(const std::string& target)
+        : m_target(target),
+          m_path(target + ".new-" + std::to_string(::getpid())),
+          m_file(isFree() ? ::open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR) : -1) {
         check(m_file.get() >= 0);
         m_isOurs = true;
     }
@@ -82,21 +84,35 @@ public:
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
 
+    const std::string& path() const { return m_path; }
     void keep() {
         check(::fsync(m_file.get()) == 0);
+        renameNew(m_path, m_target);
         m_isOurs = false;
     }
 
 private:
+    bool isFree() const {
+        struct stat file {};
+        if (::lstat(m_target.c_str(), &file) != 0) return true;
+        errno = EEXIST;
+        return false;
+    }
     void check(bool succeeded) const {
         if (succeeded) return;
-        throw HistoryException(historyMessage("ERR_HISTORY", m_path.c_str(), narrow(systemReason(errno)).c_str()));
+        throw CopyException(historyMessage("ERR_HISTORY", m_target.c_str(), narrow(systemReason(errno)).c_str()));
     }
 
+    const std::string m_target;
     const std::string m_path;
     const FileDescriptor m_file;
     bool m_isOurs = false;
 };
+
+// Asked by SQLite; another answer than 0 ends the statement.
+int isStoppedNow(void* isStopped) {
+    return (*static_cast<bool (**)()>(isStopped))() ? 1 : 0;
+}
 
 }  // namespace
 
@@ -114,14 +130,20 @@ HistoryCheck checkHistory(const std::string& path) {
     return check;
 }
 
-void backUpHistory(const std::string& path, const std::string& copy) {
+void backUpHistory(const std::string& path, const std::string& copy, bool (*isStopped)()) {
     ReadableHistory history(path);
     NewFile file(copy);
-    withHistory(path, [&] {
+    try {
+        constexpr int kSteps = 1000;
+        if (isStopped) sqlite3_progress_handler(history.database().getHandle(), kSteps, isStoppedNow, &isStopped);
         SQLite::Statement vacuum(history.database(), "VACUUM INTO ?");
-        vacuum.bind(1, copy);
+        vacuum.bind(1, file.path());
         vacuum.exec();
-    });
+    } catch (const SQLite::Exception& error) {
+        if (error.getErrorCode() == SQLITE_CORRUPT)
+            throw HistoryException(historyMessage("ERR_HISTORY", path.c_str(), error.what()));
+        throw CopyException(historyMessage("ERR_HISTORY", copy.c_str(), error.what()));
+    }
     file.keep();
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/String.h"
+#include "history/HistoryFile.h"
 
 namespace vexo {
 
@@ -20,9 +21,16 @@ struct HistoryCheck {
 // history may be written meanwhile. Throws HistoryException for a file that cannot be opened as a history.
 HistoryCheck checkHistory(const std::string& path);
 
+// The copy of a history exists, or cannot be written. The message names it.
+class CopyException : public HistoryException {
+public:
+    using HistoryException::HistoryException;
+};
+
 // Copies a history, which may be written meanwhile, into a new file that is complete on its own and readable by its
-// owner alone. Throws HistoryException, and leaves no file, when the copy exists or cannot be written.
-void backUpHistory(const std::string& path, const std::string& copy);
+// owner alone. It gets its name when it is complete. Throws HistoryException, and leaves no file, also when `isStopped`,
+// which is asked now and then, gives true.
+void backUpHistory(const std::string& path, const std::string& copy, bool (*isStopped)() = nullptr);
 
 }  // namespace vexo
 

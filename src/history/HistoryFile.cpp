@@ -130,13 +130,6 @@ std::string asideName(const std::string& path) {
     return path + ".aside-" + name;
 }
 
-void renameNew(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
-    // Not every file system knows the flag.
-    if (errno == EINVAL && !exists(to) && ::rename(from.c_str(), to.c_str()) == 0) return;
-    failWith(to, errno);
-}
-
 void checkVersion(const std::string& path, SQLite::Database& database) {
     const int version = database.execAndGet("PRAGMA user_version").getInt();
     if (version <= kHistoryVersion) return;
@@ -183,6 +176,13 @@ std::unique_ptr<SQLite::Database> openReadOnly(const std::string& path, bool& im
 }
 
 }  // namespace
+
+void renameNew(const std::string& from, const std::string& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
+    // Not every file system knows the flag.
+    if (errno == EINVAL && !exists(to) && ::rename(from.c_str(), to.c_str()) == 0) return;
+    failWith(to, errno);
+}
 
 WritableHistory::WritableHistory(const std::string& path, Inspection inspection)
     : m_path(resolved(path)), m_inspection(inspection) {

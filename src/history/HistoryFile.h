@@ -50,6 +50,9 @@ inline std::string shmOf(const std::string& path) {
     return path + "-shm";
 }
 
+// Renames a file where nothing has the new name. Throws HistoryException.
+void renameNew(const std::string& from, const std::string& to);
+
 // A history that is open for writing, by nobody else. One that is damaged, or of an older version, has been renamed; a
 // file that is missing or empty is created, for its owner alone to read.
 class WritableHistory {

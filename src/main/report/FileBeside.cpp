@@ -9,9 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "foundation/Encoding.h"
-#include "foundation/Exception.h"
-
 namespace vexo {
 namespace {
 

@@ -5,6 +5,9 @@
 
 #include <string>
 
+#include "foundation/Encoding.h"
+#include "foundation/Exception.h"
+
 namespace vexo {
 
 // A name for what is being written: another one beside that which was asked for, until finish() renames it. What was not
@@ -16,12 +19,21 @@ public:
     FileBeside(const FileBeside&) = delete;
     FileBeside& operator=(const FileBeside&) = delete;
 
-    // Where to write.
-    const std::string& path() const { return m_path; }
-    // A file takes the place of another one, a directory only that of an empty one. Throws StreamException.
-    void finish();
+    // Lets `write` write to the path that it is given, and renames that: a file takes the place of another one, a directory
+    // only that of an empty one. Throws StreamException, which names the target.
+    template <typename Write>
+    void make(Write write) {
+        try {
+            write(m_path);
+            finish();
+        } catch (const StreamException& error) {
+            throw StreamException(widen(m_target), error.errorNumber());
+        }
+    }
 
 private:
+    void finish();
+
     std::string m_target;
     std::string m_path;
     bool m_isFinished = false;

@@ -17,6 +17,7 @@
 #include "main/companion/Options.h"
 #include "main/report/FileBeside.h"
 #include "main/report/ReportOptions.h"
+#include "main/report/StopSignals.h"
 #include "messages/MessageHelper.h"
 #include "output/Version.h"
 #include "record/PointInTime.h"
@@ -55,7 +56,6 @@ int tellLost(const std::vector<RecordRange>& damage) {
 }
 
 int makePage(const ReportOptions& options, const HistorySpan& span) {
-    FileBeside file(*options.page);
     ReportData data = readReport(options.history, span);
     data.historyName = std::filesystem::path(options.history).filename().string();
     data.fromMs = options.fromMs;
@@ -64,10 +64,12 @@ int makePage(const ReportOptions& options, const HistorySpan& span) {
     data.madeBy = narrow(MessageHelper("REPORT", "REPORT_").getResStr("NAME", kProgramVersion));
     const std::vector<RecordRange> damage = data.damage;
     const std::string page = makePage(std::move(data));
-    OutputFile out(file.path());
-    out.open();
-    out.append(page);
-    file.finish();
+    noteStopSignals();
+    FileBeside(*options.page).make([&page](const std::string& path) {
+        OutputFile out(path);
+        out.open();
+        out.append(page);
+    });
     return tellLost(damage);
 }
 
@@ -75,28 +77,30 @@ void exportLines(RecordWalk& records, const std::string& path) {
     OutputFile out(path);
     out.open();
     std::string lines;
-    for (; records.appendNext(lines); lines.clear())
+    for (; records.appendNext(lines); lines.clear()) {
+        heedStopSignals();
         out.append(lines);
+    }
 }
 
 void exportTables(RecordWalk& records, const std::string& path, CsvFormulas formulas) {
     CsvSink sink(path, formulas);
     sink.open();
-    while (const RecordPtr record = records.next())
+    while (const RecordPtr record = records.next()) {
+        heedStopSignals();
         sink.write(record);
+    }
     sink.close();
 }
 
 // Writes all records of the span.
 int exportRecords(const ReportOptions& options, const HistorySpan& span) {
-    FileBeside target(options.ndjson ? *options.ndjson : *options.csv);
     RecordWalk records(options.history, {span.first.number, span.last.number});
-    if (options.ndjson) {
-        exportLines(records, target.path());
-    } else {
-        exportTables(records, target.path(), options.csvFormulas);
-    }
-    target.finish();
+    noteStopSignals();
+    FileBeside(options.ndjson ? *options.ndjson : *options.csv).make([&](const std::string& path) {
+        if (options.ndjson) return exportLines(records, path);
+        exportTables(records, path, options.csvFormulas);
+    });
     return tellLost(records.lost());
 }
 
@@ -110,14 +114,26 @@ int check(const MessageHelper& messages, const ReportOptions& options) {
 }
 
 int backUp(const ReportOptions& options) {
-    const HistoryTables readable(options.history);
+    noteStopSignals();
     try {
-        backUpHistory(options.history, *options.backup);
-    } catch (const HistoryException& error) {
-        tell(narrow(error.message()));  // the history can be read, so it is the copy
+        backUpHistory(options.history, *options.backup, wasStopped);
+    } catch (const CopyException& error) {
+        heedStopSignals();
+        tell(narrow(error.message()));
         return kRefused;
     }
     return kEnded;
+}
+
+// A history is not to be replaced by what is made of it.
+void examineTarget(const ReportOptions& options) {
+    for (const auto& target : {options.page, options.ndjson}) {
+        for (const std::string& file : {options.history, walOf(options.history), shmOf(options.history)}) {
+            std::error_code isMissing;
+            if (target && std::filesystem::equivalent(*target, file, isMissing))
+                refuseFrom("REPORT", "ERR_ITSELF", target->c_str());
+        }
+    }
 }
 
 int run(int argc, char** argv) {
@@ -132,6 +148,7 @@ int run(int argc, char** argv) {
         printLines({messages.getResStr("NAME", kProgramVersion)});
         return kEnded;
     }
+    examineTarget(options);
     if (options.check) return check(messages, options);
     if (options.backup) return backUp(options);
     const auto span = findSpan(options.history, options.fromMs, options.toMs);
@@ -146,6 +163,8 @@ int runOnHistory(int argc, char** argv) {
     } catch (const HistoryException& error) {
         tell(narrow(error.message()));
         return kUnreadable;
+    } catch (const StoppedBySignal&) {
+        endBySignal();
     }
 }
 
