@@ -10,7 +10,7 @@ namespace vexo {
 namespace {
 
 // The sections that the contents name: their anchors, and the keys of their headings.
-constexpr std::array<std::array<const char*, 2>, 8> kContents = {
+constexpr std::array<std::array<const char*, 2>, 9> kContents = {
     {{"timeline", "TIMELINE"},
      {"gaps", "GAPS"},
      {"waits", "WAITS"},
@@ -18,7 +18,8 @@ constexpr std::array<std::array<const char*, 2>, 8> kContents = {
      {"charts", "CHARTS"},
      {"limits", "LIMITS"},
      {"sessions", "TOP_SESSIONS"},
-     {"files", "TOP_FILES"}}
+     {"files", "TOP_FILES"},
+     {"protocols", "PROTOCOLS"}}
 };
 
 void appendHead(std::string& out, const PageContext& page) {

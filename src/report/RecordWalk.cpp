@@ -31,8 +31,8 @@ std::uint64_t RecordWalk::passDamage() {
     m_lost.erase(
         std::remove_if(m_lost.begin(), m_lost.end(), [&](const RecordRange& lost) { return holds(damaged, lost); }),
         m_lost.end());
-    const auto place = std::find_if(m_lost.begin(), m_lost.end(),
-                                    [&](const RecordRange& lost) { return lost.last >= damaged.last; });
+    const auto place =
+        std::find_if(m_lost.begin(), m_lost.end(), [&](const RecordRange& lost) { return lost.last >= damaged.last; });
     if (place == m_lost.end() || !holds(*place, damaged)) m_lost.insert(place, damaged);
     return damaged.last;
 }

@@ -2,6 +2,8 @@
 #include "report/RecordsPass.h"
 
 #include <algorithm>
+#include <array>
+#include <functional>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -37,18 +39,30 @@ struct Work {
     std::uint64_t cache = 0;
 };
 
-Work workOf(const SessionItem& session) {
-    return {session.recordsRead,
-            std::uint64_t{session.recordsInserted} + session.recordsUpdated + session.recordsDeleted,
-            session.diskAccesses, session.cacheAccesses};
+using Counters = std::array<std::uint32_t, 6>;
+
+Counters countersOf(const SessionItem& session) {
+    return {session.recordsRead,    session.recordsInserted, session.recordsUpdated,
+            session.recordsDeleted, session.diskAccesses,    session.cacheAccesses};
 }
 
-// What the counters grew by. Where one fell the session is another one, and all of it is new.
-Work growth(const Work& before, const Work& now) {
-    const bool isOther =
-        now.read < before.read || now.written < before.written || now.disk < before.disk || now.cache < before.cache;
-    if (isOther) return now;
-    return {now.read - before.read, now.written - before.written, now.disk - before.disk, now.cache - before.cache};
+Work workOf(const Counters& counters) {
+    const auto& [read, inserted, updated, deleted, disk, cache] = counters;
+    return {read, std::uint64_t{inserted} + updated + deleted, disk, cache};
+}
+
+// What the counters grew by. Where one fell the session is another one, and all of it is new; unless it is the same
+// client's and each counter went on from 2^32 to 0, or grew, by less than half of that.
+Counters growth(const SessionItem& before, const SessionItem& now) {
+    constexpr std::uint32_t kHalf = 1U << 31U;
+    const Counters old = countersOf(before);
+    const Counters current = countersOf(now);
+    Counters grown = {};
+    std::transform(current.begin(), current.end(), old.begin(), grown.begin(), std::minus<std::uint32_t>());
+    const bool hasFallen = !std::equal(current.begin(), current.end(), old.begin(), std::greater_equal<>());
+    const bool isSameClient = before.pid == now.pid && before.connectionNumber == now.connectionNumber;
+    const bool goesOn = isSameClient && *std::max_element(grown.begin(), grown.end()) < kHalf;
+    return !hasFallen || goesOn ? grown : current;
 }
 
 // Sums up record by record.
@@ -126,9 +140,8 @@ private:
             use.address = tableText(now->name(session.address));
             if (matches[place] == kNew) ++use.sessions;
             if (!before) continue;  // what came before the span does not count
-            const Work grown = matches[place] == kNew
-                                   ? workOf(session)
-                                   : growth(workOf(before->sessions[matches[place]]), workOf(session));
+            const Work grown = workOf(matches[place] == kNew ? countersOf(session)
+                                                             : growth(before->sessions[matches[place]], session));
             use.recordsRead += grown.read;
             use.recordsWritten += grown.written;
             use.diskAccesses += grown.disk;

@@ -212,6 +212,7 @@ std::string ReportText::range(std::int64_t startMs, std::int64_t endMs) const {
     constexpr std::size_t kDateSize = 11;  // with the blank behind it
     const std::string start = localTime(startMs);
     std::string end = localTime(endMs);
+    if (start == end) return instant(startMs);
     if (start.compare(0, kDateSize, end, 0, kDateSize) == 0) end.erase(0, kDateSize);
     // The zone is not repeated either.
     const std::size_t zone = start.rfind(' ');

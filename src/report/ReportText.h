@@ -44,7 +44,7 @@ public:
     std::string duration(std::uint64_t milliseconds) const;
     // The date, the time and the zone.
     std::string instant(std::int64_t epochMs) const;
-    // From one instant to another; the date is not repeated.
+    // From one instant to another; the date is not repeated. One instant where both are the same second.
     std::string range(std::int64_t startMs, std::int64_t endMs) const;
 
 private:

@@ -16,9 +16,10 @@ using Sentences = std::vector<std::string>;
 void tellSpan(Sentences& sentences, const PageContext& page) {
     const auto& [data, text, span] = page;
     const std::string server = serverHtml(text, data);
-    sentences.push_back(text.counted("SUM_RECORDS", data.records,
-                                     {server, text.duration(static_cast<std::uint64_t>(data.lastMs - data.firstMs)),
-                                      text.range(data.firstMs, data.lastMs)}));
+    const std::string when = data.records == 1 ? text.instant(data.firstMs) : text.range(data.firstMs, data.lastMs);
+    sentences.push_back(
+        text.counted("SUM_RECORDS", data.records,
+                     {server, text.duration(static_cast<std::uint64_t>(data.lastMs - data.firstMs)), when}));
     std::string versions;
     for (const std::string& version : data.engineVersions)
         versions += (versions.empty() ? "" : ", ") + nameHtml(version);
@@ -59,9 +60,11 @@ void tellWaits(Sentences& sentences, const PageContext& page) {
         sentences.push_back(text.text("SUM_NO_WAIT"));
     } else {
         const ReportWait& longest = data.waits.items.front();
+        const bool isSeenOnce = longest.lastedMs == 0;
         const std::string who =
-            text.text("SUM_LONGEST", {lastedHtml(text, longest.lastedMs), nameHtml(longest.file),
-                                      nameHtml(longest.client), text.range(longest.startMs, longest.endMs)});
+            text.text(isSeenOnce ? "SUM_SEEN_ONCE" : "SUM_LONGEST",
+                      {lastedHtml(text, longest.lastedMs), nameHtml(longest.file), nameHtml(longest.client),
+                       isSeenOnce ? text.instant(longest.startMs) : text.range(longest.startMs, longest.endMs)});
         const bool hasLong = data.longWaits > 0;
         sentences.push_back(text.counted(hasLong ? "SUM_LONG_WAITS" : "SUM_SHORT_WAITS",
                                          hasLong ? data.longWaits : data.waits.all, {text.duration(kLongWaitMs), who}));

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <random>
 
 #include "LivelyEngine.h"
@@ -164,6 +165,40 @@ TEST(ReportReader, SumsUpTheSameFromSomeRecords) {
         EXPECT_EQ(some.sessions.items[place].cacheAccesses, all.sessions.items[place].cacheAccesses);
     }
     EXPECT_NEAR(some.of(Series::kRecordsRead).all.mean(), all.of(Series::kRecordsRead).all.mean(), 1);
+}
+
+TEST(ReportReader, TellsACounterThatHasGoneRoundFromAnotherSession) {
+    struct Case {
+        std::uint32_t readBefore, insertedBefore, read, inserted, pid;
+        std::uint64_t readMore, writtenMore;
+    };
+    const Case kCases[] = {
+        {4'294'967'290, 70, 30, 75, 1, 36, 5},   // round
+        {4'294'967'290, 70, 30, 5, 1, 30, 5},    // all of it new
+        {4'294'967'290, 70, 30, 75, 2, 30, 75},  // another process
+        {500, 70, 30, 75, 1, 30, 75},           {500, 70, 530, 75, 2, 30, 5},
+    };
+    for (const Case& one : kCases) {
+        std::filesystem::remove("round");
+        {
+            HistoryWriter writer("round", {1ULL << 50U, 1ULL << 40U, 0});
+            Record record = LivelyEngine(20).record(1);
+            SessionItem& session = record.sessions.at(0);
+            session.recordsUpdated = session.recordsDeleted = 0;
+            session.pid = 1;
+            session.recordsRead = one.readBefore;
+            session.recordsInserted = one.insertedBefore;
+            writer.write(record);
+            ++record.number;
+            session.pid = one.pid;
+            session.recordsRead = one.read;
+            session.recordsInserted = one.inserted;
+            writer.write(record);
+        }
+        const SessionUse use = readReport("round", *wholeSpan("round")).sessions.items.at(0);
+        EXPECT_EQ(use.recordsRead, one.readMore) << one.readBefore << ' ' << one.inserted << ' ' << one.pid;
+        EXPECT_EQ(use.recordsWritten, one.writtenMore) << one.readBefore << ' ' << one.inserted << ' ' << one.pid;
+    }
 }
 
 // Everything at its most: noise in all charts, and as many long names as the tables take.
