@@ -161,7 +161,7 @@ void appendNumbers(std::string& out, const ReportText& text, std::string_view id
     }
     out += "<details><summary>" + text.text("CHART_NUMBERS") + "</summary>";
     {
-        HtmlTable table(out, text, std::string(id) + "-numbers",
+        HtmlTable table(out, text, std::string(id) + "-numbers", id,
                         {
                             {"COLUMN_FROM",     Cells::kText   },
                             {"COLUMN_LEAST",    Cells::kNumbers},
@@ -224,7 +224,8 @@ void appendChart(std::string& out, const ReportText& text, std::string_view id, 
     const std::vector<double> ticks = valueTicks(top, stepsOf(quantity));
     const std::string caption = captionOf(text, quantity, series);
     const std::string name(id);
-    out += "<figure id=\"" + name + "\"><figcaption><h3>" + text.text(key) + "</h3><p>" + caption + "</p></figcaption>";
+    out += "<figure id=\"" + name + "\"><figcaption><h3 id=\"" + name + "-heading\">" + text.text(key) + "</h3><p>" +
+           caption + "</p></figcaption>";
     if (series.all.count == 0) {
         out += "</figure>";
         return;

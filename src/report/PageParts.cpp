@@ -3,10 +3,11 @@
 
 namespace vexo {
 
-HtmlTable::HtmlTable(std::string& out, const ReportText& text, std::string_view id,
+HtmlTable::HtmlTable(std::string& out, const ReportText& text, std::string_view id, std::string_view named,
                      std::initializer_list<Column> columns)
     : m_out(out) {
-    m_out += "<div class=\"scroll\"><table id=\"" + std::string(id) + "\"><thead><tr>";
+    m_out += "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-labelledby=\"" + std::string(named) +
+             "-heading\"><table id=\"" + std::string(id) + "\"><thead><tr>";
     for (const Column& column : columns) {
         m_columns.push_back(column.cells);
         m_out += column.cells == Cells::kNumbers ? "<th scope=\"col\" class=\"n\">" : "<th scope=\"col\">";
@@ -31,7 +32,8 @@ void HtmlTable::row(std::initializer_list<std::string_view> cells) {
 }
 
 HtmlSection::HtmlSection(std::string& out, const ReportText& text, std::string_view id, const char* key) : m_out(out) {
-    m_out += "<section id=\"" + std::string(id) + "\">\n<h2>" + text.text(key) + "</h2>\n";
+    const std::string name(id);
+    m_out += "<section id=\"" + name + "\">\n<h2 id=\"" + name + "-heading\">" + text.text(key) + "</h2>\n";
 }
 
 HtmlSection::~HtmlSection() {

@@ -28,14 +28,16 @@ struct PageContext {
 // What the cells of a column hold: numbers are aligned to the right.
 enum class Cells : std::uint8_t { kText, kNumbers };
 
-// A table within the page; it ends with the object.
+// A table within the page; it ends with the object. The element `named` + "-heading" is its name for screen readers. Where it
+// is wider than the page it is scrolled, by keys too.
 class HtmlTable {
 public:
     struct Column {
         const char* key;  // of its heading
         Cells cells;
     };
-    HtmlTable(std::string& out, const ReportText& text, std::string_view id, std::initializer_list<Column> columns);
+    HtmlTable(std::string& out, const ReportText& text, std::string_view id, std::string_view named,
+              std::initializer_list<Column> columns);
     ~HtmlTable();
     HtmlTable(const HtmlTable&) = delete;
     HtmlTable& operator=(const HtmlTable&) = delete;

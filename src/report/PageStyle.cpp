@@ -26,6 +26,7 @@ nav ul{list-style:none;display:flex;flex-wrap:wrap;gap:.25rem 1.25rem;margin:1re
 footer{margin-top:3rem;padding-top:.5rem;border-top:1px solid var(--rule)}
 bdi{overflow-wrap:anywhere}
 .scroll{overflow-x:auto}
+.scroll:focus:not(:focus-visible){outline:none}
 table{border-collapse:collapse;width:100%;font-size:.875rem;line-height:1.4}
 th{color:var(--faint);font-weight:600;text-align:left;vertical-align:bottom}
 th,td{padding:.35rem .9rem .35rem 0;border-bottom:1px solid var(--rule)}

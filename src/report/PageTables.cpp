@@ -50,9 +50,9 @@ void appendBasis(std::string& out, const PageContext& page, const char* allKey, 
 
 void appendGroups(std::string& out, const PageContext& page) {
     const auto& [data, text, span] = page;
-    out += "<h3>" + text.text("WAIT_GROUPS") + "</h3>\n";
+    out += "<h3 id=\"wait-groups-heading\">" + text.text("WAIT_GROUPS") + "</h3>\n";
     {
-        HtmlTable table(out, text, "wait-groups",
+        HtmlTable table(out, text, "wait-groups", "wait-groups",
                         {
                             {"COLUMN_FILE",         Cells::kText   },
                             {"COLUMN_CLIENT",       Cells::kText   },
@@ -72,9 +72,9 @@ void appendGroups(std::string& out, const PageContext& page) {
 
 void appendLongest(std::string& out, const PageContext& page) {
     const auto& [data, text, span] = page;
-    out += "<h3>" + text.text("WAIT_LONGEST") + "</h3>\n";
+    out += "<h3 id=\"longest-waits-heading\">" + text.text("WAIT_LONGEST") + "</h3>\n";
     {
-        HtmlTable table(out, text, "longest-waits",
+        HtmlTable table(out, text, "longest-waits", "longest-waits",
                         {
                             {"COLUMN_LASTED",  Cells::kText},
                             {"COLUMN_WHEN",    Cells::kText},
@@ -107,7 +107,7 @@ void appendGapTable(std::string& out, const PageContext& page) {
     appendParagraph(out, text.text("GAPS_NOTE"), "note");
     {
         HtmlTable table(
-            out, text, "gap-table",
+            out, text, "gap-table", "gaps",
             {
                 {"COLUMN_LASTED", Cells::kText},
                 {"COLUMN_WHEN",   Cells::kText},
@@ -135,7 +135,7 @@ void appendEventTable(std::string& out, const PageContext& page) {
     if (data.events.items.empty()) return appendParagraph(out, text.text("NO_EVENT"));
     {
         HtmlTable table(
-            out, text, "event-table",
+            out, text, "event-table", "events",
             {
                 {"COLUMN_WHEN",  Cells::kText},
                 {"COLUMN_EVENT", Cells::kText},
@@ -190,7 +190,7 @@ void appendResourceTable(std::string& out, const PageContext& page) {
     const auto& [data, text, span] = page;
     const HtmlSection section(out, text, "limits", "LIMITS");
     if (data.resources.empty()) return appendParagraph(out, text.text("NO_USAGE"));
-    HtmlTable table(out, text, "resource-table",
+    HtmlTable table(out, text, "resource-table", "limits",
                     {
                         {"COLUMN_RESOURCE",    Cells::kText   },
                         {"COLUMN_LEAST",       Cells::kNumbers},
@@ -219,7 +219,7 @@ void appendSessionTable(std::string& out, const PageContext& page) {
     if (data.sessions.items.empty()) return appendParagraph(out, text.text("NO_SESSION"));
     appendBasis(out, page, "SESSIONS_OF_ALL", "SESSIONS_OF_SOME");
     {
-        HtmlTable table(out, text, "session-table",
+        HtmlTable table(out, text, "session-table", "sessions",
                         {
                             {"COLUMN_SESSION",  Cells::kText   },
                             {"COLUMN_ADDRESS",  Cells::kText   },
@@ -249,7 +249,7 @@ void appendFileTable(std::string& out, const PageContext& page) {
     if (data.files.items.empty()) return appendParagraph(out, text.text("NO_FILE"));
     appendBasis(out, page, "FILES_OF_ALL", "FILES_OF_SOME");
     {
-        HtmlTable table(out, text, "file-table",
+        HtmlTable table(out, text, "file-table", "files",
                         {
                             {"COLUMN_FILE",    Cells::kText   },
                             {"COLUMN_SIZE",    Cells::kNumbers},
@@ -269,7 +269,7 @@ void appendProtocolTable(std::string& out, const PageContext& page) {
     const auto& [data, text, span] = page;
     const HtmlSection section(out, text, "protocols", "PROTOCOLS");
     if (data.protocols.empty()) return appendParagraph(out, text.text("NO_PROTOCOL"));
-    HtmlTable table(out, text, "protocol-table",
+    HtmlTable table(out, text, "protocol-table", "protocols",
                     {
                         {"COLUMN_PROTOCOL",    Cells::kText   },
                         {"COLUMN_REQUESTS",    Cells::kNumbers},
