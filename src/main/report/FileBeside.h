@@ -7,6 +7,7 @@
 
 #include "foundation/Encoding.h"
 #include "foundation/Exception.h"
+#include "main/report/StopSignals.h"
 
 namespace vexo {
 
@@ -20,9 +21,11 @@ public:
     FileBeside& operator=(const FileBeside&) = delete;
 
     // Lets `write` write to the path that it is given, and renames that: a file takes the place of another one, a directory
-    // only that of an empty one. Throws StreamException, which names the target.
+    // only that of an empty one. Signals that end the program are for `write` to heed. Throws StreamException, which names
+    // the target.
     template <typename Write>
     void make(Write write) {
+        if (!m_isFinished) noteStopSignals();  // else there is nothing to be removed
         try {
             write(m_path);
             finish();

@@ -64,7 +64,6 @@ int makePage(const ReportOptions& options, const HistorySpan& span) {
     data.madeBy = narrow(MessageHelper("REPORT", "REPORT_").getResStr("NAME", kProgramVersion));
     const std::vector<RecordRange> damage = data.damage;
     const std::string page = makePage(std::move(data));
-    noteStopSignals();
     FileBeside(*options.page).make([&page](const std::string& path) {
         OutputFile out(path);
         out.open();
@@ -96,7 +95,6 @@ void exportTables(RecordWalk& records, const std::string& path, CsvFormulas form
 // Writes all records of the span.
 int exportRecords(const ReportOptions& options, const HistorySpan& span) {
     RecordWalk records(options.history, {span.first.number, span.last.number});
-    noteStopSignals();
     FileBeside(options.ndjson ? *options.ndjson : *options.csv).make([&](const std::string& path) {
         if (options.ndjson) return exportLines(records, path);
         exportTables(records, path, options.csvFormulas);
