@@ -47,8 +47,6 @@ constexpr option kOptions[] = {
     {"max-size", required_argument, nullptr, kMaxSize },
     {"min-free", required_argument, nullptr, kMinFree },
     {"check",    no_argument,       nullptr, kCheck   },
-    {"help",     no_argument,       nullptr, 'h'      },
-    {"version",  no_argument,       nullptr, 'V'      },
     {nullptr,    0,                 nullptr, 0        }
 };
 
@@ -105,19 +103,12 @@ void readOption(AgentOptions& options, const GivenOption& given) {
         case kCheck:
             options.check = true;
             break;
-        case 'h':
-            options.help = true;
-            break;
-        case 'V':
-            options.version = true;
-            break;
         default:
             readLimit(options, given);
     }
 }
 
 void examine(const AgentOptions& options) {
-    if (options.help || options.version) return;
     if (options.settings.empty()) refuseOption("ERR_NO_SETTINGS");
     if (options.check) return;
     if (!options.hasSink()) refuseFrom("AGENT", "ERR_NO_SINK");
@@ -127,9 +118,13 @@ void examine(const AgentOptions& options) {
 
 }  // namespace
 
-AgentOptions readAgentOptions(int argc, char** argv) {
+std::optional<AgentOptions> readAgentOptions(int argc, char** argv) {
     AgentOptions options;
-    readOptions(argc, argv, ":f:hV", kOptions, [&options](const GivenOption& given) { readOption(options, given); });
+    const OwnTexts own = {
+        "AGENT", {"HELP_USAGE", "HELP_SINKS", "HELP_SAMPLING", "HELP_HISTORY", "HELP_OTHER"}
+    };
+    const auto take = [&options](const GivenOption& given) { readOption(options, given); };
+    if (!readOptions(argc, argv, own, ":f:", kOptions, take)) return std::nullopt;
     examine(options);
     return options;
 }

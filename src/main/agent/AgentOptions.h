@@ -36,16 +36,15 @@ struct AgentOptions {
     std::uint64_t minFreeBytes = std::uint64_t{256} << 20U;  // 256 MB
 
     bool check = false;
-    bool help = false;
-    bool version = false;
 
     bool hasSink() const { return history || ndjson || csv || listen || textfile; }
     // Whether the run ends by itself.
     bool isBounded() const { return once || count != 0; }
 };
 
-// Reads the command line, in the conventions of GNU. Throws OptionException.
-AgentOptions readAgentOptions(int argc, char** argv);
+// Reads the command line, in the conventions of GNU. None after --help or --version, which are answered. Throws
+// OptionException.
+std::optional<AgentOptions> readAgentOptions(int argc, char** argv);
 
 }  // namespace vexo
 

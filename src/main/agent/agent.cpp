@@ -11,13 +11,13 @@
 #include "main/agent/SettingsCheck.h"
 #include "main/companion/Companion.h"
 #include "messages/MessageHelper.h"
-#include "output/Version.h"
 
 namespace vexo {
 namespace {
 
 // One line for each finding, in the form that editors and compilers use.
-int printCheck(const MessageHelper& messages, const String& path) {
+int printCheck(const String& path) {
+    const MessageHelper messages("AGENT", "AGENT_");
     const auto out = TextWriter::onStandardOutput(TextWriter::Flushing::kByHand);
     const std::vector<Finding> findings = checkSettings(path);
     for (const Finding& finding : findings) {
@@ -33,22 +33,12 @@ int printCheck(const MessageHelper& messages, const String& path) {
 }
 
 int run(int argc, char** argv) {
-    const MessageHelper messages("AGENT", "AGENT_");
-    const AgentOptions options = readAgentOptions(argc, argv);
-    if (options.help) {
-        printLines({messages.getResStr("HELP_USAGE"), messages.getResStr("HELP_SINKS"),
-                    messages.getResStr("HELP_SAMPLING"), messages.getResStr("HELP_HISTORY"),
-                    messages.getResStr("HELP_OTHER")});
-        return kEnded;
-    }
-    if (options.version) {
-        printLines({messages.getResStr("NAME", kProgramVersion)});
-        return kEnded;
-    }
-    const String path = widen(options.settings);
-    if (options.check) return printCheck(messages, path);
+    const auto options = readAgentOptions(argc, argv);
+    if (!options) return kEnded;
+    const String path = widen(options->settings);
+    if (options->check) return printCheck(path);
     const auto configuration = ConfigFileReader(path).readConfiguration();
-    return Recorder(options, *configuration).run();
+    return Recorder(*options, *configuration).run();
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "foundation/Exception.h"
 #include "messages/MessageHelper.h"
@@ -57,9 +58,16 @@ inline constexpr std::int64_t kManyYearsMs = 36'500 * kDayMs;
 // The shortest interval between two records.
 inline constexpr std::int64_t kLeastIntervalMs = 100;
 
-// Hands on every option of a command line. `letters` and `options` are those of getopt_long; the list ends with an entry
-// of zeros. Throws OptionException for what is none of them, and for an argument that belongs to none.
-void readOptions(int argc, char** argv, const char* letters, const option* options,
+// What a program says of itself: the bundle of its texts, and the keys of its help there, in their order.
+struct OwnTexts {
+    const char* bundle;
+    std::vector<const char*> help;
+};
+
+// Hands on every option of a command line but --help and --version: these print what they ask for, and then the result is
+// false. `letters` and `options` are those of getopt_long, without these two; the list ends with an entry of zeros. Throws
+// OptionException for what is none of them, and for an argument that belongs to none.
+bool readOptions(int argc, char** argv, const OwnTexts& own, const std::string& letters, const option* options,
                  const std::function<void(const GivenOption&)>& take);
 
 }  // namespace vexo

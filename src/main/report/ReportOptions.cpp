@@ -23,8 +23,6 @@ constexpr option kOptions[] = {
     {"csv-raw", no_argument,       nullptr, kCsvRaw },
     {"backup",  required_argument, nullptr, kBackup },
     {"check",   no_argument,       nullptr, kCheck  },
-    {"help",    no_argument,       nullptr, 'h'     },
-    {"version", no_argument,       nullptr, 'V'     },
     {nullptr,   0,                 nullptr, 0       }
 };
 
@@ -55,14 +53,8 @@ void readOption(ReportOptions& options, std::optional<std::string>& history, con
         case kCsvRaw:
             options.csvFormulas = CsvFormulas::kRaw;
             break;
-        case kCheck:
-            options.check = true;
-            break;
-        case 'h':
-            options.help = true;
-            break;
         default:
-            options.version = true;
+            options.check = true;
     }
 }
 
@@ -78,7 +70,6 @@ std::vector<const char*> outputsOf(const ReportOptions& options) {
 }
 
 void examine(const ReportOptions& options) {
-    if (options.help || options.version) return;
     if (options.history.empty()) refuseFrom("REPORT", "ERR_NO_HISTORY");
     const std::vector<const char*> outputs = outputsOf(options);
     if (outputs.empty()) refuseFrom("REPORT", "ERR_NO_OUTPUT");
@@ -93,10 +84,14 @@ void examine(const ReportOptions& options) {
 
 }  // namespace
 
-ReportOptions readReportOptions(int argc, char** argv) {
+std::optional<ReportOptions> readReportOptions(int argc, char** argv) {
     ReportOptions options;
     std::optional<std::string> history;
-    readOptions(argc, argv, ":o:hV", kOptions, [&](const GivenOption& given) { readOption(options, history, given); });
+    const OwnTexts own = {
+        "REPORT", {"HELP_USAGE", "HELP_OUTPUT", "HELP_OTHER"}
+    };
+    const auto take = [&](const GivenOption& given) { readOption(options, history, given); };
+    if (!readOptions(argc, argv, own, ":o:", kOptions, take)) return std::nullopt;
     options.history = history.value_or("");
     examine(options);
     return options;

@@ -25,12 +25,11 @@ struct ReportOptions {
     bool check = false;
 
     CsvFormulas csvFormulas = CsvFormulas::kGuarded;
-    bool help = false;
-    bool version = false;
 };
 
-// Reads the command line, in the conventions of GNU. Throws OptionException.
-ReportOptions readReportOptions(int argc, char** argv);
+// Reads the command line, in the conventions of GNU. None after --help or --version, which are answered. Throws
+// OptionException.
+std::optional<ReportOptions> readReportOptions(int argc, char** argv);
 
 }  // namespace vexo
 

@@ -136,16 +136,9 @@ void examineTarget(const ReportOptions& options) {
 
 int run(int argc, char** argv) {
     const MessageHelper messages("REPORT", "REPORT_");
-    const ReportOptions options = readReportOptions(argc, argv);
-    if (options.help) {
-        printLines(
-            {messages.getResStr("HELP_USAGE"), messages.getResStr("HELP_OUTPUT"), messages.getResStr("HELP_OTHER")});
-        return kEnded;
-    }
-    if (options.version) {
-        printLines({messages.getResStr("NAME", kProgramVersion)});
-        return kEnded;
-    }
+    const auto given = readReportOptions(argc, argv);
+    if (!given) return kEnded;
+    const ReportOptions& options = *given;
     examineTarget(options);
     if (options.check) return check(messages, options);
     if (options.backup) return backUp(options);

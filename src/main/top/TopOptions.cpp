@@ -22,8 +22,6 @@ constexpr option kOptions[] = {
     {"no-color", no_argument,       nullptr, kNoColor },
     {"batch",    no_argument,       nullptr, kBatch   },
     {"count",    required_argument, nullptr, kCount   },
-    {"help",     no_argument,       nullptr, 'h'      },
-    {"version",  no_argument,       nullptr, 'V'      },
     {nullptr,    0,                 nullptr, 0        }
 };
 
@@ -61,19 +59,12 @@ void readOption(TopOptions& options, const GivenOption& given, std::optional<std
         case kNoColor:
             options.withColours = false;
             break;
-        case kBatch:
-            options.batch = true;
-            break;
-        case 'h':
-            options.help = true;
-            break;
         default:
-            options.version = true;
+            options.batch = true;
     }
 }
 
 void examine(const TopOptions& options, bool hasCount) {
-    if (options.help || options.version) return;
     if (options.settings && options.history) refuseOption("ERR_EXCLUDE", "-f", "--replay");
     if (!options.settings && !options.history) refuseFrom("TOP", "ERR_NO_SOURCE");
     if (hasCount && !options.batch) refuseOption("ERR_NEEDS", "--count", "--batch");
@@ -84,10 +75,14 @@ void examine(const TopOptions& options, bool hasCount) {
 
 }  // namespace
 
-TopOptions readTopOptions(int argc, char** argv) {
+std::optional<TopOptions> readTopOptions(int argc, char** argv) {
     TopOptions options;
     std::optional<std::uint64_t> count;
-    readOptions(argc, argv, ":f:hV", kOptions, [&](const GivenOption& given) { readOption(options, given, count); });
+    const OwnTexts own = {
+        "TOP", {"HELP_USAGE", "HELP_SCREEN", "HELP_OTHER"}
+    };
+    const auto take = [&](const GivenOption& given) { readOption(options, given, count); };
+    if (!readOptions(argc, argv, own, ":f:", kOptions, take)) return std::nullopt;
     examine(options, count.has_value());
     options.count = count.value_or(options.count);
     const char* const unwanted = std::getenv("NO_COLOR");

@@ -23,12 +23,10 @@ struct TopOptions {
     bool withColours = true;  // the environment may have asked for none
     bool batch = false;
     std::uint64_t count = 1;  // screens of a batch
-    bool help = false;
-    bool version = false;
 };
 
-// Reads the command line. Throws OptionException.
-TopOptions readTopOptions(int argc, char** argv);
+// Reads the command line. None after --help or --version, which are answered. Throws OptionException.
+std::optional<TopOptions> readTopOptions(int argc, char** argv);
 
 }  // namespace vexo
 

@@ -15,7 +15,6 @@
 #include "main/top/Live.h"
 #include "main/top/Replay.h"
 #include "main/top/Show.h"
-#include "output/Version.h"
 #include "record/RecordCollector.h"
 #include "sink/SinkText.h"
 
@@ -87,18 +86,8 @@ int runFeed(const TopOptions& options) {
 }
 
 int run(int argc, char** argv) {
-    const MessageHelper messages("TOP", "TOP_");
-    const TopOptions options = readTopOptions(argc, argv);
-    if (options.help) {
-        printLines(
-            {messages.getResStr("HELP_USAGE"), messages.getResStr("HELP_SCREEN"), messages.getResStr("HELP_OTHER")});
-        return kEnded;
-    }
-    if (options.version) {
-        printLines({messages.getResStr("NAME", kProgramVersion)});
-        return kEnded;
-    }
-    return runFeed(options);
+    const auto options = readTopOptions(argc, argv);
+    return options ? runFeed(*options) : kEnded;
 }
 
 }  // namespace
