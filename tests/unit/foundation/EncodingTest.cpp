@@ -15,9 +15,8 @@ std::vector<std::string> makeLocales() {
     std::vector<std::string> locales;
     for (std::string charset; charsets >> charset;) {
         locales.push_back("made." + charset);
-        // Complains about the other categories, which nobody needs here.
-        static_cast<void>(
-            std::system(("localedef -c -i source -f " + charset + " ./made." + charset + " 2>err").c_str()));
+        // Complains with status 1 about the other categories, which nobody needs here.
+        EXPECT_NE(std::system(("localedef -c -i source -f " + charset + " ./made." + charset + " 2>err").c_str()), -1);
     }
     return locales;
 }
