@@ -146,7 +146,6 @@ std::string uriOf(const std::string& path) {
     return uri;
 }
 
-// Opens a history for reading, also where nothing may be written beside it: then as an immutable file.
 std::unique_ptr<SQLite::Database> connectedTo(const std::string& path, int flags) {
     auto database = std::make_unique<SQLite::Database>(path, SQLite::OPEN_READONLY | flags, kBusyTimeoutMs);
     // Of a file that was cut off SQLite reads nothing at all otherwise. Nothing is written through this connection.
@@ -154,6 +153,7 @@ std::unique_ptr<SQLite::Database> connectedTo(const std::string& path, int flags
     return database;
 }
 
+// Opens a history for reading, also where nothing may be written beside it: then as an immutable file.
 std::unique_ptr<SQLite::Database> openReadOnly(const std::string& path, bool& immutable) {
     if (::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0) failWith(path, errno);
     return withHistory(path, [&] {
