@@ -17,7 +17,7 @@ import time
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "harness"))
-from session import Session, misuses  # noqa: E402
+from session import PATIENCE, Session, misuses  # noqa: E402
 
 program, library = (str(pathlib.Path(word).resolve()) for word in sys.argv[1:3])
 times = int(sys.argv[3]) if len(sys.argv) > 3 else 20
@@ -157,6 +157,28 @@ class User(Session):
             time.sleep(0.3)
 
 
+def inhabitants(folder):
+    """The processes whose working directory it is."""
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            if os.path.samefile(process / "cwd", folder):
+                yield int(process.name)
+        except OSError:  # gone, or somebody else's
+            pass
+
+
+def outlasting(folder):
+    """Tells of a job that goes on without its shell and its terminal, and ends it."""
+    deadline = time.monotonic() + PATIENCE
+    while jobs := list(inhabitants(folder)):
+        if time.monotonic() < deadline:
+            time.sleep(0.05)
+            continue
+        for job in jobs:
+            os.kill(job, signal.SIGKILL)
+        yield f"still running without its shell: {len(jobs)}"
+
+
 def faults_of(way, mode, form, folder):
     refresh = "REFRESH=0\n" if mode == KEYS else "REFRESH=600\n"
     (folder / form).write_text(f"{DEFAULTS}\nRESOURCES=yes\nCOMMUNICATIONS=yes\n{refresh}{way.settings}\n")
@@ -166,6 +188,9 @@ def faults_of(way, mode, form, folder):
     run = f"./vexo -f {form}" + " -runonce" * (mode == ONCE)
     environment = {"VEXO_ENGINE_LIBRARY": library, "XRSIM_TRACE": "calls", "XRSIM_SCENARIO": "scenario", "RUN": run,
                    "XRPROBE": way.probe, "LC_ALL": way.language, "PATH": os.environ["PATH"], "PS1": "$ "}
+    if way.at != "pipe":
+        # The SIGCONT of shells and closing terminals can make its search for leaks wait for ever.
+        environment["ASAN_OPTIONS"] = "detect_leaks=0"
     in_shell = way.at == "shell"
     command = ["bash", "--norc", "--noediting", "-i"] if in_shell else run.split()
     with User(command, str(folder), environment, "pty" if in_shell else way.at, way.redirect, way.limits) as user:
@@ -179,6 +204,7 @@ def faults_of(way, mode, form, folder):
             if status != ("SIG" + user.signal if way.status == "signal" else way.status):
                 yield f"status {status}"
         text, err = (some.decode(errors="replace").replace("\r", "") for some in user.written.values())
+    yield from outlasting(folder)
     if way.err not in err:
         yield f"standard error: {err}"
     if time.monotonic() - user.start < way.seconds:
