@@ -177,6 +177,7 @@ def outlasting(folder):
         for job in jobs:
             os.kill(job, signal.SIGKILL)
         yield f"still running without its shell: {len(jobs)}"
+        return
 
 
 def faults_of(way, mode, form, folder):
