@@ -11,6 +11,7 @@
 
 #include "Utf8.h"
 #include "foundation/Encoding.h"
+#include "record/JsonText.h"
 #include "record/SafeText.h"
 
 namespace vexo {
@@ -20,15 +21,6 @@ constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
 
 bool isPlain(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
-}
-
-bool isUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t size = utf8::firstCharacter(text).size;
-        if (size == 0) return false;
-        text.remove_prefix(size);
-    }
-    return true;
 }
 
 std::string inUtf8(StringView text) {
