@@ -4,6 +4,8 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "foundation/Process.h"
+
 namespace vexo {
 namespace {
 
@@ -20,9 +22,8 @@ extern "C" void noteSignal(int signal) {
 }  // namespace
 
 void noteStopSignals() {
-    for (const int signal : kStopSignals) {
-        if (std::signal(signal, noteSignal) == SIG_IGN) std::signal(signal, SIG_IGN);
-    }
+    for (const int signal : kStopSignals)
+        if (!isIgnored(signal)) std::signal(signal, noteSignal);
 }
 
 bool wasStopped() {
@@ -34,9 +35,8 @@ void heedStopSignals() {
 }
 
 void endBySignal() {
-    std::signal(s_signal, SIG_DFL);
-    std::raise(s_signal);
-    std::abort();  // the signal is blocked
+    endBySignal(s_signal);
+    std::abort();  // not reached: each of them ends a process
 }
 
 }  // namespace vexo
