@@ -68,23 +68,11 @@ void onAlarm(int signal) {
     endNow(s_first != 0 ? s_first.load() : signal);
 }
 
-void onResize(int /*signal*/) {
+// Leaves it to the main thread.
+template <std::atomic<bool>& flag>
+void note(int /*signal*/) {
     const int error = errno;
-    s_isResized = true;
-    s_woken->wake();
-    errno = error;
-}
-
-void onSuspension(int /*signal*/) {
-    const int error = errno;
-    s_isSuspended = true;
-    s_woken->wake();
-    errno = error;
-}
-
-void onContinuation(int /*signal*/) {
-    const int error = errno;
-    s_isContinued = true;
+    flag = true;
     s_woken->wake();
     errno = error;
 }
@@ -120,11 +108,11 @@ TerminalSignals::TerminalSignals(const WakeUp& woken) {
 }
 
 void TerminalSignals::heedTerminal() {
-    handle(SIGWINCH, onResize);
-    handle(SIGCONT, onContinuation);
+    handle(SIGWINCH, note<s_isResized>);
+    handle(SIGCONT, note<s_isContinued>);
     for (const int signal : otherEndings())
         if (!isIgnored(signal)) handle(signal, endNow);
-    if (!isIgnored(SIGTSTP)) handle(SIGTSTP, onSuspension);
+    if (!isIgnored(SIGTSTP)) handle(SIGTSTP, note<s_isSuspended>);
 }
 
 bool TerminalSignals::stopRequested() const {
@@ -160,7 +148,7 @@ SignalsHeld::~SignalsHeld() {
 void stopByJobControl() {
     std::signal(SIGTSTP, SIG_DFL);
     std::raise(SIGTSTP);
-    handle(SIGTSTP, onSuspension);
+    handle(SIGTSTP, note<s_isSuspended>);
 }
 
 }  // namespace vexo
