@@ -2,10 +2,12 @@
 // Any bytes as an address to listen on, as an Accept header, and sent to the endpoint: they are refused, or understood in
 // the same way whatever their case, and keep the endpoint from answering nobody.
 #include <arpa/inet.h>
+#include <pthread.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cctype>
+#include <csignal>
 #include <cstdlib>
 #include <set>
 #include <string>
@@ -40,9 +42,27 @@ void checkAccept(const std::string& accept) {
     require(format == ExpositionFormat::kText || upper.find("APPLICATION/OPENMETRICS-TEXT") != std::string::npos);
 }
 
+// The fuzzer's own clock is a signal every few seconds, which would cut a wait short; the server's thread takes it meanwhile.
+class ClockHeld {
+public:
+    ClockHeld() {
+        sigset_t clock;
+        sigemptyset(&clock);
+        sigaddset(&clock, SIGALRM);
+        require(pthread_sigmask(SIG_BLOCK, &clock, &m_before) == 0);
+    }
+    ~ClockHeld() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    ClockHeld(const ClockHeld&) = delete;
+    ClockHeld& operator=(const ClockHeld&) = delete;
+
+private:
+    sigset_t m_before{};
+};
+
 // What comes within the time. A client that sends half a request is left waiting; it goes with a reset, because the server
 // keeps the place of one that only closes for five seconds, and there are far more here than it has places.
 std::string answerTo(std::uint16_t port, const std::string& bytes, timeval patience) {
+    const ClockHeld held;
     const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
