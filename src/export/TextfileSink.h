@@ -19,7 +19,6 @@ public:
     TextfileSink(std::string path, std::string server, std::uint64_t stallMs, SinkHealthSource sinks);
 
     std::string name() const override { return "textfile"; }
-    std::string target() const override { return m_file.path(); }
     std::optional<RecordPlace> open() override;
     void write(const RecordPtr& record) override;
 

@@ -20,7 +20,6 @@ public:
     HistorySink(std::string path, const HistoryLimits& limits, Notify notify);
 
     std::string name() const override { return "history"; }
-    std::string target() const override { return m_path; }
     std::optional<RecordPlace> open() override;
     // Also throws where there is no room. After another failure the history is opened anew with the next record.
     void write(const RecordPtr& record) override;

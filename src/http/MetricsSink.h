@@ -22,7 +22,6 @@ public:
     MetricsSink(ListenAddress address, std::uint64_t stallMs, SinkHealthSource sinks, Notify notify = {});
 
     std::string name() const override { return "metrics"; }
-    std::string target() const override { return m_address.text(); }
     std::optional<RecordPlace> open() override;
     void write(const RecordPtr& record) override { m_page.update(*record); }
     void close() override { m_server.reset(); }

@@ -19,7 +19,6 @@ public:
     CsvSink(std::string directory, CsvFormulas formulas);
 
     std::string name() const override { return "csv"; }
-    std::string target() const override { return m_directory; }
     std::optional<RecordPlace> open() override;
     // All files take their rows, or none of those that can be cut.
     void write(const RecordPtr& record) override;

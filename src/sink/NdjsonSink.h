@@ -17,7 +17,6 @@ public:
     explicit NdjsonSink(std::string path);
 
     std::string name() const override { return "ndjson"; }
-    std::string target() const override { return m_file.path(); }
     std::optional<RecordPlace> open() override;
     void write(const RecordPtr& record) override;
     void reopen() override { m_file.open(); }

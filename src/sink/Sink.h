@@ -54,8 +54,6 @@ public:
 
     // The kind of sink, a fixed word for labels, events and messages: "history", "ndjson", "csv", "metrics", "textfile".
     virtual std::string name() const = 0;
-    // What it writes to, for messages: a path or an address.
-    virtual std::string target() const = 0;
 
     // Once, before everything else, on the main thread, with the signals that the recorder heeds blocked. Threads of the
     // sink's own are started here. Throws an Exception with a message when the sink cannot be used: the recorder then

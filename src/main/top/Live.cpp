@@ -24,7 +24,6 @@ public:
     NewestSink(NewestRecords& newest, const WakeUp& changed) : m_newest(newest), m_changed(changed) {}
 
     std::string name() const override { return "screen"; }
-    std::string target() const override { return {}; }
     std::optional<RecordPlace> open() override { return {}; }
     void write(const RecordPtr& record) override {
         m_newest.put(record);

@@ -99,7 +99,6 @@ TEST(RecordQueue, DropsTheOldestBeyondEightRecordsOr64Megabytes) {
 // A sink whose first write blocks until it is let go, and fails then.
 struct StubbornSink : Sink {
     std::string name() const override { return "stubborn"; }
-    std::string target() const override { return "nowhere"; }
     std::optional<RecordPlace> open() override { return {}; }
     void write(const RecordPtr& record) override {
         if (taken.empty() && !std::exchange(failed, true)) {
