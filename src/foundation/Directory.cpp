@@ -2,6 +2,7 @@
 #include "foundation/Directory.h"
 
 #include <fcntl.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,7 +47,13 @@ String currentDirectory() {
 
 String programDirectory() {
     std::error_code failed;
-    return widen(std::filesystem::read_symlink("/proc/self/exe", failed).parent_path().native());
+    auto program = std::filesystem::read_symlink("/proc/self/exe", failed);
+    if (failed) {
+        // Without /proc, as in some containers, the name that the program was started by remains.
+        const auto* const name = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));  // NOLINT: given as a number
+        program = std::filesystem::canonical(name ? name : "", failed);
+    }
+    return widen(program.parent_path().native());
 }
 
 }  // namespace vexo
