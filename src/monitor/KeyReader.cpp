@@ -21,7 +21,11 @@ bool send(const FileDescriptor& end, int number) {
 }
 
 bool receive(const FileDescriptor& end, int& number) {
-    return ::recv(end.get(), &number, sizeof number, 0) == sizeof number;
+    ssize_t size = 0;
+    do {
+        size = ::recv(end.get(), &number, sizeof number, 0);
+    } while (size < 0 && errno == EINTR);  // by a signal of the engine library's own
+    return size == sizeof number;
 }
 
 void readKeys(void* arguments) {
