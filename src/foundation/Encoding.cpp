@@ -11,6 +11,8 @@
 #include <cstring>
 #include <cwchar>
 
+#include "Utf8.h"
+
 namespace vexo {
 namespace {
 
@@ -112,6 +114,29 @@ void appendWide(String& out, std::string_view bytes) {
         ++next;
     }
     out.resize(static_cast<std::size_t>(next - out.data()));
+}
+
+String widenUtf8(std::string_view bytes) {
+    String result;
+    while (!bytes.empty()) {
+        const utf8::Character character = utf8::firstCharacter(bytes);
+        const auto byte = static_cast<unsigned char>(bytes.front());
+        result += character.size != 0 ? static_cast<wchar_t>(character.code) : static_cast<wchar_t>(kByteBase + byte);
+        bytes.remove_prefix(std::max<std::size_t>(character.size, 1));
+    }
+    return result;
+}
+
+std::string narrowUtf8(StringView text) {
+    std::string result;
+    for (const wchar_t c : text) {
+        if (isRawByte(c)) {
+            result += static_cast<char>(c - kByteBase);
+        } else {
+            utf8::append(result, static_cast<char32_t>(c));
+        }
+    }
+    return result;
 }
 
 bool isEncodable(wchar_t c) {

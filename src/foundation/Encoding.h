@@ -23,6 +23,10 @@ void appendWide(String& out, std::string_view bytes);
 // The bytes of `text`. A character that the encoding does not have becomes '?'.
 std::string narrow(StringView text);
 
+// The same between wide text and UTF-8, whatever the encoding: for what is kept and read elsewhere.
+String widenUtf8(std::string_view bytes);
+std::string narrowUtf8(StringView text);
+
 // Whether the encoding has the character.
 bool isEncodable(wchar_t c);
 

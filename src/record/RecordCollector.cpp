@@ -281,7 +281,7 @@ SectionResult RecordCollector::attempt(std::int64_t recordStartUs, Read read) {
         } catch (const QRIException& error) {
             result.state = SectionState::kFailed;
             result.status = error.getErrorCode();
-            result.text = narrow(error.message());
+            result.text = narrowUtf8(error.message());
             again = isPassing(result.status) && result.attempts < kMostAttempts;
         }
         result.vanished = m_engine.vanished() - vanishedBefore;

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "Utf8.h"
 #include "foundation/Encoding.h"
 #include "messages/CMSGStrings.h"
 #include "record/PointInTime.h"
@@ -16,14 +15,6 @@
 
 namespace vexo {
 namespace {
-
-// Bundles are UTF-8; the encoding of the environment may lack some of their characters.
-std::string utf8Of(StringView wide) {
-    std::string bytes;
-    for (const wchar_t character : wide)
-        utf8::append(bytes, static_cast<char32_t>(character));
-    return bytes;
-}
 
 // Takes the conversion at the front of `text` ("%%", "%s", "%2$s") off and gives what stands for it.
 std::string_view takeConversion(std::string_view& text, const std::initializer_list<std::string_view>& arguments,
@@ -105,7 +96,7 @@ ReportText::ReportText() : m_group(plain("DIGIT_GROUP")), m_decimal(plain("DECIM
 std::string ReportText::plain(std::string_view key) const {
     String wide;
     CMSGStrings::MakeResourceString(L"REPORT", L"REPORT_" + widen(key), wide);
-    return utf8Of(wide);
+    return narrowUtf8(wide);
 }
 
 std::string ReportText::text(std::string_view key, std::initializer_list<std::string_view> arguments) const {

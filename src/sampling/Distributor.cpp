@@ -42,8 +42,12 @@ EventItem eventNow(EventKind kind, const String& text) {
     EventItem event;
     event.kind = kind;
     event.startMs = RecordClocks::systemEpochMs();
-    event.text = narrow(text);
+    event.text = narrowUtf8(text);
     return event;
+}
+
+std::string toldText(const EventItem& event) {
+    return narrow(widenUtf8(event.text));
 }
 
 Distributor::Distributor(const RecordPlan& plan, RecordFrame frame, const SinkRunners& sinks, bool quiet)
@@ -85,7 +89,7 @@ void Distributor::publishFailure(int status, const String& text) {
         result.state = SectionState::kFailed;
         result.attempts = 1;
         result.status = status;
-        result.text = narrow(text);
+        result.text = narrowUtf8(text);
     }
     publish(std::move(record));
 }
@@ -124,7 +128,7 @@ void Distributor::tell(const EventItem& event) {
         m_untold.reset();
         if (!std::exchange(m_isTroubleTold, false)) return;
     }
-    if (!comesInRows(event.kind)) return m_texts.push_back(event.text);
+    if (!comesInRows(event.kind)) return m_texts.push_back(toldText(event));
     const auto leftOut = m_repetitions[event.kind].next(nowMs());
     if (leftOut) return tellAgain(event, *leftOut);
     if (isTroubleOfEngine(event.kind) && !m_isTroubleTold && !m_untold) m_untold = {event, nowMs()};
@@ -135,9 +139,9 @@ void Distributor::tellAgain(const EventItem& event, std::uint64_t leftOut) {
         m_isTroubleTold = true;
         m_untold.reset();
     }
-    if (leftOut == 0) return m_texts.push_back(event.text);
+    if (leftOut == 0) return m_texts.push_back(toldText(event));
     const std::string count = std::to_string(leftOut);
-    m_texts.push_back(narrow(m_messages.getResStr("EVENT_REPEATED", event.text.c_str(), count.c_str())));
+    m_texts.push_back(narrow(m_messages.getResStr("EVENT_REPEATED", toldText(event).c_str(), count.c_str())));
 }
 
 }  // namespace vexo

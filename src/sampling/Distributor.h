@@ -23,6 +23,9 @@ using SinkRunners = std::vector<std::unique_ptr<SinkRunner>>;
 // What happens now.
 EventItem eventNow(EventKind kind, const String& text);
 
+// The text of an event, which is UTF-8 in records, in the encoding of the environment.
+std::string toldText(const EventItem& event);
+
 // Operations may be called on any thread; none of them waits for a sink.
 class Distributor {
 public:

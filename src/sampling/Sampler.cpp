@@ -68,7 +68,7 @@ void Sampler::tellStall(std::int64_t forMs) {
     EventItem event = eventNow(EventKind::kStalled, m_messages->getResStr("EVENT_STALLED", seconds.c_str()));
     event.startMs -= forMs;
     event.count = static_cast<std::uint64_t>(forMs);
-    const String text = widen(event.text);
+    const String text = widenUtf8(event.text);
     m_records.note(std::move(event));
     m_records.publishFailure(0, text);
 }
@@ -167,7 +167,7 @@ bool Sampler::attempt() {
         record = m_collector->collect(std::move(frame));
         const SectionResult& failure = failureOf(*record);
         status = failure.status;
-        text = widen(failure.text);
+        text = widenUtf8(failure.text);
     } catch (const QRIException& error) {
         status = error.getErrorCode();
         text = error.message();

@@ -188,7 +188,7 @@ EventItem SinkRunner::event(EventKind kind, const String& text) const {
     EventItem item;
     item.kind = kind;
     item.startMs = RecordClocks::systemEpochMs();
-    item.text = narrow(text);
+    item.text = narrowUtf8(text);
     return item;
 }
 

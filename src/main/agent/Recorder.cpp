@@ -204,7 +204,7 @@ void Recorder::closeSinks() {
     for (const auto& sink : m_sinks) {
         sink->giveUp();
         for (const EventItem& event : sink->takeEvents(SinkRunner::Drops::kAll))
-            tell(event.text);
+            tell(toldText(event));
     }
 }
 

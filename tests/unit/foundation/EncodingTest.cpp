@@ -46,6 +46,7 @@ TEST(Encoding, LosesNoBytesInAnyLocale) {
     }
     ::unsetenv("LOCPATH");
     EXPECT_EQ(narrow(L"a\u20ACz"), "a?z");
+    EXPECT_EQ(narrowUtf8(L"a\u20ACz"), "a\xE2\x82\xACz");
 }
 
 TEST(Encoding, DecodesTextAndKeepsWhatIsNone) {
@@ -56,6 +57,8 @@ TEST(Encoding, DecodesTextAndKeepsWhatIsNone) {
                                       // An encoded surrogate must not pass for a kept byte.
                                       {"\xED\xB2\x80", L"\xDCED\xDCB2\xDC80"}}) {
         EXPECT_EQ(widen(bytes), text);
+        EXPECT_EQ(widenUtf8(bytes), text);
+        EXPECT_EQ(narrowUtf8(text), bytes);
     }
     EXPECT_EQ(narrow(L"a\xD800z"), "a?z");
 }
