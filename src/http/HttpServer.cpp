@@ -40,6 +40,14 @@ Response toResponse(const HttpAnswer& answer) {
     return response;
 }
 
+// A target may name the server as well, as proxies write it: http://HOST:PORT/PATH.
+std::string_view pathOf(std::string_view target) {
+    constexpr std::string_view kScheme = "http://";
+    if (target.substr(0, kScheme.size()) != kScheme) return target;
+    const auto slash = target.find('/', kScheme.size());
+    return slash != std::string_view::npos ? target.substr(slash) : "/";
+}
+
 // Answers as soon as the request's header is read, and so ends the connection behind the answer: nobody's body is waited
 // for, and a client that comes every few seconds gains nothing by staying. MHD_NO ends it at once.
 MHD_Result handle(void* endpoint, MHD_Connection* connection, const char* url, const char* method,
@@ -47,7 +55,7 @@ MHD_Result handle(void* endpoint, MHD_Connection* connection, const char* url, c
     try {
         const char* const accept = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, "Accept");
         const HttpAnswer answer =
-            static_cast<const Endpoint*>(endpoint)->answer({method, url, accept ? accept : std::string_view()});
+            static_cast<const Endpoint*>(endpoint)->answer({method, pathOf(url), accept ? accept : std::string_view()});
         const Response response = toResponse(answer);
         return response ? MHD_queue_response(connection, answer.status, response.get()) : MHD_NO;
     } catch (const std::exception&) {

@@ -117,6 +117,7 @@ TEST_F(Http, AnswersByBothKindsOfAddress) {
     };
     const std::tuple<std::string, std::string, const char*, const char*> after[] = {
         {"GET /healthz", "", "HTTP/1.1 200", "\r\n\r\nup\n"},
+        {"GET http://shop:9187/healthz?x=y", "", "HTTP/1.1 200", "\r\n\r\nup\n"},
         {"GET /", "", "HTTP/1.1 200", "<a href=\"metrics\">"},
         {"GET /metrics?x=y", "", "HTTP/1.1 200", "Content-Type: text/plain; version=0.0.4; charset=utf-8\r\n"},
         {"GET /metrics", "Accept: " + open + "\r\n", "HTTP/1.1 200", "version=1.0.0; charset=utf-8\r\n"},
