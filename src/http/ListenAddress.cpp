@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -55,6 +56,19 @@ void setPort(addrinfo& address, std::uint16_t port) {
     reinterpret_cast<sockaddr_in*>(address.ai_addr)->sin_port = htons(port);
 }
 
+// A name may stand for the same address twice, as in a file of hosts that has it in two lines.
+std::vector<addrinfo*> distinct(addrinfo* first) {
+    std::vector<addrinfo*> addresses;
+    for (addrinfo* next = first; next; next = next->ai_next) {
+        const auto isSame = [next](const addrinfo* known) {
+            return known->ai_addrlen == next->ai_addrlen &&
+                   std::memcmp(known->ai_addr, next->ai_addr, next->ai_addrlen) == 0;
+        };
+        if (std::none_of(addresses.begin(), addresses.end(), isSame)) addresses.push_back(next);
+    }
+    return addresses;
+}
+
 // This machine, or a name of it, may lack one kind of address.
 bool isMissingKind(int error) {
     return error == EADDRNOTAVAIL || error == EAFNOSUPPORT;
@@ -94,7 +108,7 @@ std::vector<FileDescriptor> ListenAddress::listen() const {
     const bool everywhere = m_host == kEveryAddress;
     for (const std::string& host : hosts()) {
         const Addresses addresses = resolve(host, reason);
-        for (addrinfo* address = addresses.get(); address; address = address->ai_next) {
+        for (addrinfo* const address : distinct(addresses.get())) {
             setPort(*address, port);  // any free one is the same for all addresses
             FileDescriptor listener;
             const int error = listenOn(*address, everywhere, listener);
