@@ -20,6 +20,7 @@ public:
     std::optional<RecordPlace> open() override;
     void write(const RecordPtr& record) override;
     void reopen() override { m_file.open(); }
+    void close() override { m_file.awaitReader(); }
     std::optional<std::uint64_t> bytes() const override { return m_file.size(); }
 
 private:

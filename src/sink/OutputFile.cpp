@@ -2,6 +2,8 @@
 #include "sink/OutputFile.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -89,6 +91,18 @@ void OutputFile::append(std::string_view bytes) {
         m_endsInsideLine = !m_isRegular && !written.empty() && written.back() != '\n';
         throw;
     }
+}
+
+void OutputFile::awaitReader() const {
+    constexpr int kTurnMs = 20;
+    struct stat status {};
+    if (isStandardOutput() || ::fstat(m_descriptor, &status) != 0 || !S_ISFIFO(status.st_mode)) return;
+    const auto isUnread = [this] {
+        int bytes = 0;
+        return ::ioctl(m_descriptor, FIONREAD, &bytes) == 0 && bytes > 0 && static_cast<std::uint64_t>(bytes) >= m_size;
+    };
+    while (isUnread())
+        ::poll(nullptr, 0, kTurnMs);
 }
 
 void OutputFile::takeBack(std::size_t bytes) {

@@ -30,6 +30,9 @@ public:
     // Throws SinkGoneException when the reader of standard output has left.
     void append(std::string_view bytes);
 
+    // Waits for as long as a FIFO holds all that was appended, which would go with it: until somebody reads it.
+    void awaitReader() const;
+
     // Takes back what append() has just written, where the file can be cut.
     void takeBack(std::size_t bytes);
 
