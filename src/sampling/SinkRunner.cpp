@@ -117,8 +117,8 @@ SinkRunner::Task SinkRunner::nextTask(RecordPtr& record) {
 // Whether there is more to do.
 bool SinkRunner::perform(Task task, const RecordPtr& record) {
     try {
+        if (task == Task::kReopen || (task == Task::kWrite && !m_isOpen)) reopenSink();
         if (task == Task::kWrite) m_sink->write(record);
-        if (task == Task::kReopen) m_sink->reopen();
         if (task == Task::kClose) m_sink->close();
         succeeded(task == Task::kWrite);
     } catch (const SinkGoneException& error) {
@@ -132,6 +132,13 @@ bool SinkRunner::perform(Task task, const RecordPtr& record) {
         failed(widen(error.what()), record);  // no memory, or a library's own
     }
     return task != Task::kClose;
+}
+
+// What is open after a failure need not be what goes by its name: somebody else's, or renamed and soon removed.
+void SinkRunner::reopenSink() {
+    m_isOpen = false;
+    m_sink->reopen();
+    m_isOpen = true;
 }
 
 // A file that could be reopened is not known to take records again.

@@ -50,6 +50,7 @@ private:
     bool performNext();
     Task nextTask(RecordPtr& record);
     bool perform(Task task, const RecordPtr& record);
+    void reopenSink();
     void succeeded(bool wrote);
     void failed(const String& reason, const RecordPtr& record);
     void drop(const RecordPtr& record);
@@ -60,6 +61,7 @@ private:
     const std::unique_ptr<Sink> m_sink;
     const std::function<void()> m_changed;
     const Ref<MessageHelper> m_messages;
+    bool m_isOpen = true;  // of the sink's thread: whether it was opened, or reopened, without a failure
 
     mutable std::mutex m_mutex;
     std::condition_variable m_wanted;

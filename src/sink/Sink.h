@@ -65,7 +65,8 @@ public:
     // Takes one record, whole or not at all. Throws an Exception with a message when it could not: the record is counted
     // as dropped, and the sink as down until a later one succeeds. The sink has to be fit for the next call then.
     virtual void write(const RecordPtr& record) = 0;
-    // SIGHUP, always between two records. A file may have been renamed. Throws like write().
+    // SIGHUP, always between two records. A file may have been renamed. Throws like write(), and is called again before
+    // the next record then.
     virtual void reopen() {}
     // After the last record. Not called when write() still blocks two seconds after the recorder was asked to end.
     virtual void close() {}
