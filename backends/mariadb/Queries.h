@@ -17,7 +17,8 @@ constexpr const char* kSession =
 constexpr const char* kVariables =
     "SHOW GLOBAL VARIABLES WHERE Variable_name IN ('aria_block_size','datadir','extra_max_connections','extra_port',"
     "'innodb_buffer_pool_size','innodb_read_only','max_connections','myisam_block_size','open_files_limit',"
-    "'performance_schema','skip_name_resolve','table_open_cache','thread_handling','thread_pool_max_threads')";
+    "'performance_schema','performance_schema_max_file_instances','skip_name_resolve','table_open_cache',"
+    "'thread_handling','thread_pool_max_threads')";
 
 constexpr const char* kInstruments =
     "SELECT NAME, ENABLED FROM performance_schema.setup_instruments "
