@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Connection.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -83,6 +85,17 @@ Connection::Connection(const Account& account, const Settings& settings, Log& lo
 Connection::~Connection() {
     const PipeSignalGuard guard;
     m_connection.reset();
+}
+
+void Connection::close() {
+    const PipeSignalGuard guard;
+    const int socket = fcntl(PQsocket(m_connection.get()), F_DUPFD_CLOEXEC, 0);
+    m_connection.reset();
+    // The server's process closes its end as the last thing that it does.
+    pollfd state{socket, POLLRDHUP, 0};
+    const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(m_callLimit).count();
+    if (socket >= 0) poll(&state, 1, static_cast<int>(limit));
+    if (socket >= 0) ::close(socket);
 }
 
 // Each value goes by itself: in a connection string a password could not be told from further settings.

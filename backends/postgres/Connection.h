@@ -72,6 +72,10 @@ public:
     // Begins a call of the interface: all its statements together may take as long as the settings say.
     void beginCall() { m_callEnds.reset(); }
 
+    // Closes the connection, and waits until the server has let go of it: it lists a session until then. Nothing may be asked
+    // afterwards.
+    void close();
+
     // Runs a statement, with at most one parameter. Throws StatusError.
     Result query(const char* statement, const std::optional<std::string>& parameter = std::nullopt);
 

@@ -87,6 +87,8 @@ OtherDatabases::Answer OtherDatabases::ask(const std::string& name, const std::s
         Connection connection(there, brief, log);
         answer.relations = toRelations(connection.query(queries::kRelations, toArray(numbers)));
         answer.asked = numbers;
+        // Or the next section would have it among its sessions.
+        connection.close();
     } catch (const StatusError& error) {
         log.notice("The database " + name + " cannot be asked for names (status " + std::to_string(error.status()) +
                    "): its relations are shown by their numbers");
