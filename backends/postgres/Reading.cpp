@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 #include <string_view>
+#include <unordered_map>
 
 #include "Engine.h"
 #include "Queries.h"
@@ -81,17 +82,19 @@ std::vector<Process> Engine::readProcesses() {
     return processes;
 }
 
-// Databases come into being, and nobody is connected to one that gets another name.
+// Databases come into being, get other names and may even exchange them, as when a restored one takes the place of the old
+// one. Processes lock in the database that they are connected to, and tell its name.
 bool Engine::knowsDatabases(const Activity& activity) const {
-    std::set<std::string_view> names = {""};  // processes of the server have none
-    for (const auto& [number, name] : m_databases)
-        names.insert(name);
-    const auto isNamed = [&](const Process& process) { return names.count(process.database) != 0; };
-    const auto isNumbered = [this](const LockRow& lock) {
-        return lock.tag.database == 0 || m_databases.count(lock.tag.database) != 0;
-    };
-    return std::all_of(activity.processes.begin(), activity.processes.end(), isNamed) &&
-           std::all_of(activity.locks.begin(), activity.locks.end(), isNumbered);
+    std::unordered_map<std::uint32_t, std::string_view> connectedTo;  // by process
+    for (const Process& process : activity.processes)
+        if (!process.database.empty()) connectedTo.emplace(process.pid, process.database);
+    return std::all_of(activity.locks.begin(), activity.locks.end(), [&](const LockRow& lock) {
+        if (lock.tag.database == 0) return true;
+        const auto known = m_databases.find(lock.tag.database);
+        if (known == m_databases.end()) return false;
+        const auto told = connectedTo.find(lock.pid);
+        return told == connectedTo.end() || told->second == known->second;
+    });
 }
 
 void Engine::readRelations(Activity& activity) {
