@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -30,13 +31,20 @@ std::string withoutSlashes(std::string path) {
     return path;
 }
 
+// What is as long as a name can be loses its end.
+std::string nameBeside(const std::string& target) {
+    const std::string end = ".new-" + std::to_string(::getpid());
+    const std::size_t nameStart = target.rfind('/') + 1;  // 0 without a directory
+    return target.substr(0, nameStart) + target.substr(nameStart, NAME_MAX - end.size()) + end;
+}
+
 }  // namespace
 
 FileBeside::FileBeside(const std::string& target) : m_target(target), m_path(target) {
     m_isFinished = isWrittenItself(target);
     if (m_isFinished) return;
     m_target = resolved(withoutSlashes(target));
-    m_path = m_target + ".new-" + std::to_string(::getpid());
+    m_path = nameBeside(m_target);
 }
 
 FileBeside::~FileBeside() {

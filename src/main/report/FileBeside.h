@@ -30,6 +30,7 @@ public:
             write(m_path);
             finish();
         } catch (const StreamException& error) {
+            if (m_path == m_target) throw;  // it is named already
             throw StreamException(widen(m_target), error.errorNumber());
         }
     }
