@@ -75,6 +75,9 @@ private:
         use.current.add(epochMs, static_cast<double>(amount.current));
         use.peak = amount.peak;
         use.limit = amount.limit == 0 ? std::nullopt : std::optional(amount.limit);
+        if (use.reachedLimit || amount.limit <= 0 || amount.current < static_cast<std::uint64_t>(amount.limit)) return;
+        use.reachedLimit = amount.limit;
+        use.reachedAtMs = epochMs;
     }
 
     std::vector<ResourceUse> m_uses;

@@ -117,6 +117,9 @@ struct ResourceUse {
     Statistics current;
     std::uint64_t peak = 0;             // since the engine started, as the last record tells
     std::optional<std::int64_t> limit;  // the last one
+    // The first one that was reached, and when: limits change with settings and servers.
+    std::optional<std::int64_t> reachedLimit;
+    std::int64_t reachedAtMs = 0;
 };
 
 struct ProtocolUse {

@@ -74,9 +74,13 @@ void tellWaits(Sentences& sentences, const PageContext& page) {
 void tellLimits(Sentences& sentences, const PageContext& page) {
     const auto& [data, text, span] = page;
     for (const ResourceUse& use : data.resources) {
-        if (use.current.count == 0) continue;
         const bool isSessions = std::strcmp(use.key, "RESOURCE_SESSIONS") == 0;
         const std::string name = text.text(use.key);
+        if (use.reachedLimit) {
+            const std::string reached = text.amount(use.quantity, static_cast<double>(*use.reachedLimit));
+            sentences.push_back(text.text("SUM_LIMIT_REACHED", {name, reached, text.instant(use.reachedAtMs)}));
+            continue;
+        }
         const std::string most = text.amount(use.quantity, use.current.greatest);
         const std::string when = text.instant(use.current.greatestAtMs);
         if (!use.limit || *use.limit <= 0) {
@@ -85,11 +89,8 @@ void tellLimits(Sentences& sentences, const PageContext& page) {
         }
         const double share = use.current.greatest / static_cast<double>(*use.limit);
         const std::string limit = text.amount(use.quantity, static_cast<double>(*use.limit));
-        if (share >= 1) {
-            sentences.push_back(text.text("SUM_LIMIT_REACHED", {name, limit, when}));
-        } else if (isSessions || share >= kNearLimit) {
+        if (isSessions || share >= kNearLimit)
             sentences.push_back(text.text("SUM_LIMIT_NEAR", {name, most, limit, text.percent(share), when}));
-        }
     }
 }
 
