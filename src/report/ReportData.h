@@ -188,7 +188,8 @@ struct ReportData {
     Most<WaitGroup> waitGroups;  // those that waited longest first
     std::vector<WaitLane> lanes;
     Most<EventRow> events;
-    std::uint64_t eventsLeftOut = 0;  // behind those
+    std::uint64_t eventsLeftOut = 0;       // behind those
+    std::vector<std::int64_t> eventTimes;  // of all of them, ascending
     std::map<EventKind, std::uint64_t> eventCounts;
     std::vector<ResourceUse> resources;
     std::vector<ProtocolUse> protocols;

@@ -57,6 +57,7 @@ Failures readEvents(HistoryTables& tables, RecordRange range, ReportData& data) 
         if (tellsFailure(event.kind) || failures.count(record) > 0) failures[record] = ofRecord;
         ++data.eventCounts[event.kind];
         ++data.events.all;
+        data.eventTimes.push_back(event.startMs);
         const std::int64_t lastMs = event.endMs.value_or(event.startMs);
         if (!rows.empty() && rows.back().first.kind == event.kind && rows.back().first.text == event.text) {
             ++rows.back().count;
@@ -67,6 +68,7 @@ Failures readEvents(HistoryTables& tables, RecordRange range, ReportData& data) 
             ++data.eventsLeftOut;
         }
     });
+    std::sort(data.eventTimes.begin(), data.eventTimes.end());  // clocks are set back
     return failures;
 }
 
@@ -110,6 +112,7 @@ ReportData readReport(const std::string& path, const HistorySpan& span, std::uin
     data.events = std::move(events.events);
     data.eventCounts = std::move(events.eventCounts);
     data.eventsLeftOut = events.eventsLeftOut;
+    data.eventTimes = std::move(events.eventTimes);
     data.firstMs = firstMs;
     data.lastMs = lastMs;
     for (SeriesData& series : data.series)

@@ -39,8 +39,7 @@ void appendBars(std::string& out, const TimeSpan& span, const WaitLane& lane) {
 void appendMarks(std::string& out, const PageContext& page) {
     constexpr double kApart = 0.004;
     double last = -1;
-    for (const EventRow& row : page.data.events.items) {
-        const std::int64_t startMs = row.first.startMs;
+    for (const std::int64_t startMs : page.data.eventTimes) {
         const double share = page.span.share(startMs);
         if (share - last < kApart) continue;
         last = share;
