@@ -221,6 +221,7 @@ public:
         m_data.items += row.items;
         if (row.isKey) m_keys.push_back(row.number);
         const bool isAnswered = answers(row);
+        m_data.unanswered += isAnswered ? 0 : 1;
         m_gaps.add(row, isAnswered);
         m_resources.add(row);
         m_protocols.add(row);

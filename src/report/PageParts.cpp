@@ -63,6 +63,10 @@ std::string causeOf(const ReportText& text, const ReportGap& gap) {
     return text.text("GAP_NO_RECORDS");
 }
 
+std::string noGapHtml(const ReportText& text, const ReportData& data) {
+    return data.unanswered == 0 ? text.text("SUM_NO_GAP") : text.counted("SUM_UNANSWERED", data.unanswered);
+}
+
 std::string lastedHtml(const ReportText& text, std::uint64_t milliseconds) {
     return milliseconds == 0 ? text.text("WAIT_ONCE") : text.duration(milliseconds);
 }

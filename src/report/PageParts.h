@@ -67,6 +67,8 @@ void appendParagraph(std::string& out, std::string_view html, std::string_view c
 void appendShown(std::string& out, const ReportText& text, std::size_t shown, std::uint64_t all);
 // The cause of a gap, in words.
 std::string causeOf(const ReportText& text, const ReportGap& gap);
+// That there is no gap; records without an answer may be too near to each other for one.
+std::string noGapHtml(const ReportText& text, const ReportData& data);
 // How a wait lasted, in words: as long as it was seen.
 std::string lastedHtml(const ReportText& text, std::uint64_t milliseconds);
 // The engine's name.

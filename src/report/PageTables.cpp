@@ -103,7 +103,7 @@ void appendLongest(std::string& out, const PageContext& page) {
 void appendGapTable(std::string& out, const PageContext& page) {
     const auto& [data, text, span] = page;
     const HtmlSection section(out, text, "gaps", "GAPS");
-    if (data.gaps.items.empty()) return appendParagraph(out, text.text("SUM_NO_GAP"));
+    if (data.gaps.items.empty()) return appendParagraph(out, noGapHtml(text, data));
     appendParagraph(out, text.text("GAPS_NOTE"), "note");
     {
         HtmlTable table(

@@ -179,8 +179,9 @@ struct ReportData {
     std::vector<SeriesData> series;
     Most<ReportGap> gaps;  // the longest, in the order of time
     std::uint64_t gapsMs = 0;
-    bool knowsWaits = true;  // else no handles were recorded
-    Most<ReportWait> waits;  // the longest first; of those that were seen once, one at most
+    std::uint64_t unanswered = 0;  // records that hold no answer of the engine
+    bool knowsWaits = true;        // else no handles were recorded
+    Most<ReportWait> waits;        // the longest first; of those that were seen once, one at most
     std::uint64_t seenOnce = 0;
     std::uint64_t longWaits = 0;                          // those beyond kLongWaitMs
     std::map<std::string, std::uint64_t> waitedByClient;  // milliseconds

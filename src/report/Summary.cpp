@@ -41,7 +41,7 @@ void tellGaps(Sentences& sentences, const PageContext& page) {
     const auto& [data, text, span] = page;
     const auto& gaps = data.gaps.items;
     if (gaps.empty()) {
-        sentences.push_back(text.text("SUM_NO_GAP"));
+        sentences.push_back(noGapHtml(text, data));
         return;
     }
     const ReportGap& longest =
