@@ -207,13 +207,13 @@ std::optional<HistorySpan> HistoryTables::span(std::int64_t fromMs, std::int64_t
     return m_history.read([&](SQLite::Database& database) -> std::optional<HistorySpan> {
         SQLite::Statement ends(
             database,
-            "SELECT f.rec, f.epoch_ms, l.rec, l.epoch_ms, "
-            "(SELECT count(*) FROM record_numbers WHERE rec BETWEEN f.rec AND l.rec) FROM "
+            "SELECT f.rec, f.epoch_ms, l.rec, l.epoch_ms, count(*), min(r.epoch_ms), max(r.epoch_ms) FROM "
             "(SELECT min(rec) AS first, max(rec) AS last FROM record_numbers WHERE epoch_ms BETWEEN ? AND ?) "
-            "JOIN record_numbers f ON f.rec = first JOIN record_numbers l ON l.rec = last");
+            "JOIN record_numbers f ON f.rec = first JOIN record_numbers l ON l.rec = last "
+            "JOIN record_numbers r ON r.rec BETWEEN first AND last");
         ends.bind(1, fromMs);
         ends.bind(2, toMs);
-        if (!ends.executeStep()) return std::nullopt;
+        if (!ends.executeStep() || ends.getColumn(0).isNull()) return std::nullopt;
         HistorySpan span;
         Columns columns(ends);
         for (RecordMark* mark : {&span.first, &span.last}) {
@@ -221,6 +221,8 @@ std::optional<HistorySpan> HistoryTables::span(std::int64_t fromMs, std::int64_t
             columns(mark->epochMs);
         }
         columns(span.records);
+        columns(span.earliestMs);
+        columns(span.latestMs);
         return span;
     });
 }

@@ -61,6 +61,9 @@ struct HistorySpan {
     RecordMark first;
     RecordMark last;
     std::uint64_t records = 0;  // from the first to the last
+    // Of all of them; where the clock was set these are others' times than those of the first and the last one.
+    std::int64_t earliestMs = 0;
+    std::int64_t latestMs = 0;
 };
 
 // Hands over row by row, in the order of the records, and holds on to no state of the file meanwhile: what the writer

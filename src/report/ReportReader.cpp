@@ -72,18 +72,6 @@ Failures readEvents(HistoryTables& tables, RecordRange range, ReportData& data) 
     return failures;
 }
 
-// The times that the records of a span have: where the clock was set, not only those between its ends.
-std::pair<std::int64_t, std::int64_t> timesOf(HistoryTables& tables, const HistorySpan& span, bool clockWasSet) {
-    auto times = std::minmax(span.first.epochMs, span.last.epochMs);
-    std::pair<std::int64_t, std::int64_t> found(times.first, times.second);
-    if (!clockWasSet) return found;
-    tables.forEachRecord({span.first.number, span.last.number}, [&](const RecordNumbers& row) {
-        found.first = std::min(found.first, row.epochMs);
-        found.second = std::max(found.second, row.epochMs);
-    });
-    return found;
-}
-
 }  // namespace
 
 std::optional<HistorySpan> wholeSpan(const std::string& path) {
@@ -102,22 +90,16 @@ ReportData readReport(const std::string& path, const HistorySpan& span, std::uin
     HistoryTables tables(path);
     const RecordRange range = {span.first.number, span.last.number};
     const std::vector<HistoryRun> runs = tables.runs(range);
-    ReportData events((Buckets(0, 0, 1)));
-    const Failures failures = readEvents(tables, range, events);
-    const auto [firstMs, lastMs] = timesOf(tables, span, events.eventCounts.count(EventKind::kClockChanged) > 0);
     const std::int64_t interval = intervalOf(runs);
     const std::int64_t step =
-        stepAtLeast(std::max(interval, (lastMs - firstMs) / static_cast<std::int64_t>(kMaxBuckets - 2)));
-    ReportData data(Buckets(firstMs, lastMs, step));
-    data.events = std::move(events.events);
-    data.eventCounts = std::move(events.eventCounts);
-    data.eventsLeftOut = events.eventsLeftOut;
-    data.eventTimes = std::move(events.eventTimes);
-    data.firstMs = firstMs;
-    data.lastMs = lastMs;
+        stepAtLeast(std::max(interval, (span.latestMs - span.earliestMs) / static_cast<std::int64_t>(kMaxBuckets - 2)));
+    ReportData data(Buckets(span.earliestMs, span.latestMs, step));
+    data.firstMs = span.earliestMs;
+    data.lastMs = span.latestMs;
     for (SeriesData& series : data.series)
         series.bridgeMs = gapAfterMs(interval);
     takeRuns(runs, data);
+    const Failures failures = readEvents(tables, range, data);
     const std::vector<RecordRange> waiting = readWaits(tables, range, data);
     const std::vector<std::uint64_t> keys = readNumbers(tables, range, runs, waiting, failures, data);
     readRecords(path, range, keys, mostItems, data);

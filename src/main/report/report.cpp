@@ -39,12 +39,12 @@ using Out = Ref<TextWriter>;
     const char* const path = options.history.c_str();
     const auto whole = wholeSpan(options.history);
     if (!whole) throw HistoryException(messages.getResStr("ERR_EMPTY", path));
-    const std::string from = localTime(options.fromMs.value_or(whole->first.epochMs));
-    const std::int64_t last = std::max(whole->last.epochMs, options.fromMs.value_or(whole->last.epochMs));
+    const std::string from = localTime(options.fromMs.value_or(whole->earliestMs));
+    const std::int64_t last = std::max(whole->latestMs, options.fromMs.value_or(whole->latestMs));
     const std::string to = localTime(options.toMs.value_or(last));
     throw HistoryException(
         messages.getResStr("ERR_SPAN", path, from.c_str(), to.c_str(), std::to_string(whole->records).c_str(),
-                           localTime(whole->first.epochMs).c_str(), localTime(whole->last.epochMs).c_str()));
+                           localTime(whole->earliestMs).c_str(), localTime(whole->latestMs).c_str()));
 }
 
 // Tells which records could not be read, and gives the status.
