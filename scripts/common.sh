@@ -65,7 +65,7 @@ test_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_package
 check_packages=("${test_packages[@]}" clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev git)
 # What the Debian packages are made with, and looked at.
 package_packages=("${build_packages[@]}" "${record_packages[@]}" "${metrics_packages[@]}"
-    "${screen_packages[@]}" pkg-config libmariadb-dev libpq-dev libgtest-dev debhelper dpkg-dev git lintian blhc)
+    "${screen_packages[@]}" pkg-config libmariadb-dev libpq-dev libgtest-dev debhelper dpkg-dev git lintian blhc python3)
 
 # Configures build/NAME; further arguments go to cmake.
 configure() {
