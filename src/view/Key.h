@@ -40,8 +40,7 @@ struct Key {
 enum class RequestKind : std::uint8_t {
     kNone,
     kQuit,
-    kRedraw,  // paint everything anew, because something else wrote to the terminal
-    kPause,   // or go on
+    kPause,  // or go on
     kSetInterval,
     // Of a recording.
     kNextRecord,

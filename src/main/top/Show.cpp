@@ -65,6 +65,7 @@ void Show::takeKeys() {
 }
 
 void Show::heed(const Key& key) {
+    // Also while something is typed: something else wrote to the terminal.
     if (key.kind == KeyKind::kCharacter && key.character == kControlL) return m_screen.forget();
     const Request request = m_viewer.press(key);
     switch (request.kind) {
@@ -72,9 +73,6 @@ void Show::heed(const Key& key) {
             break;
         case RequestKind::kQuit:
             m_shallEnd = true;
-            break;
-        case RequestKind::kRedraw:
-            m_screen.forget();
             break;
         default:
             m_feed.ask(request);

@@ -515,7 +515,6 @@ TEST(Viewer, AsksForWhatItCannotDoItself) {
         {'q', nullptr, RequestKind::kQuit, RequestKind::kQuit, ""},
         {'z', nullptr, RequestKind::kPause, RequestKind::kPause, ""},
         {' ', nullptr, RequestKind::kPause, RequestKind::kPause, ""},
-        {12, nullptr, RequestKind::kRedraw, RequestKind::kRedraw, ""},
         {'i', "5s", RequestKind::kSetInterval, RequestKind::kSetInterval, "5s"},
         {'b', "-2h", RequestKind::kNone, RequestKind::kJump, "-2h"},
         {'t', nullptr, RequestKind::kNone, RequestKind::kNextRecord, ""},
