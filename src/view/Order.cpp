@@ -115,7 +115,8 @@ bool rowContains(const Facts& facts, const Sheet& sheet, std::uint32_t item, con
     return std::any_of(sheet.columns.begin(), sheet.columns.end(), [&](const Column& column) {
         if (column.side != Side::kLeft) return false;  // a number
         const Value value = column.value(facts, item);
-        return value.kind == Value::Kind::kText && containsFolded(value.before + screenText(value.text), needle);
+        if (value.kind != Value::Kind::kText) return false;
+        return containsFolded(value.before + screenText(value.text) + value.behind, needle);
     });
 }
 
