@@ -19,6 +19,8 @@ namespace vexo {
 namespace {
 
 constexpr std::int64_t kTurnUs = 1'000'000;
+// How often is looked whether the agent has written a record.
+constexpr std::int64_t kFollowTurnUs = 250'000;
 constexpr int kUsualColumns = 80;
 constexpr int kMostColumns = 10'000;
 
@@ -117,9 +119,12 @@ void printBatch(Feed& feed, const TopOptions& options, const WakeUp& woken, cons
         if (scene.now != printer.last()) {
             printer.print(std::move(scene));
             if (printer.printed() == options.count) return;
-            if (!feed.advancesByItself()) feed.ask({RequestKind::kNextRecord, {}});
+            // Each one, also where they come faster than they are looked for.
+            if (options.history) feed.ask({RequestKind::kNextRecord, {}});
         } else if (isAtEnd) {
-            return;
+            if (!options.follow) return;
+            woken.wait(kFollowTurnUs);
+            feed.ask({RequestKind::kNextRecord, {}});
         } else {
             if (!printer.last()) refuseUnreached(scene.situation);
             woken.wait(kTurnUs);

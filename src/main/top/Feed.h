@@ -42,8 +42,6 @@ public:
     virtual Scene look() = 0;
     // Does what a key asked for, as far as it is about records; look() shows what became of it.
     virtual void ask(const Request& request) = 0;
-    // Whether records come without being asked for.
-    virtual bool advancesByItself() const = 0;
     // Whether no other record will ever come unless one is asked for.
     virtual bool isAtEnd() const = 0;
     // Lets the threads end.

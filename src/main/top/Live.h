@@ -44,7 +44,6 @@ public:
     void start() override;
     Scene look() override;
     void ask(const Request& request) override;
-    bool advancesByItself() const override { return true; }
     bool isAtEnd() const override { return false; }
     void stop() override;
     bool finished() const override;

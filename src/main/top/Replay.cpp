@@ -117,14 +117,9 @@ void Replay::add(const Request& request) {
     }
 }
 
-bool Replay::advancesByItself() const {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_isFollowing;
-}
-
 bool Replay::isAtEnd() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_tasks.empty() && !m_isBusy && !m_canFollow;
+    return m_tasks.empty() && !m_isBusy && !m_isFollowing;
 }
 
 void Replay::stop() {
@@ -150,7 +145,6 @@ void Replay::run() {
 // What to do next; to follow the agent is to look for a next record with kNone. Nothing at the end.
 std::optional<Replay::Task> Replay::nextTask() {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_isBusy = false;
     const auto isWanted = [this] { return m_shallStop || !m_tasks.empty(); };
     if (m_canFollow) {
         m_wanted.wait_for(lock, kFollowPause, isWanted);
@@ -233,6 +227,7 @@ void Replay::publish(String sentence) {
     if (!notice.empty()) sentence = notice;
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_place = m_player.place();
+    m_isBusy = false;
     if (!sentence.empty()) m_sentence = screenText(sentence);
     m_changed.wake();
 }

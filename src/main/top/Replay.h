@@ -27,7 +27,6 @@ public:
     void start() override;
     Scene look() override;
     void ask(const Request& request) override;
-    bool advancesByItself() const override;
     bool isAtEnd() const override;
     void stop() override;
     bool finished() const override;
