@@ -32,25 +32,6 @@ bool isAsciiLocale() {
     return isAscii;
 }
 
-// What stands for characters of our own where the terminal has none of them; each as wide as the original.
-wchar_t substituteOf(wchar_t character) {
-    constexpr std::pair<wchar_t, wchar_t> kSubstitutes[] = {
-        {L'…', L'~'},
-        {L'─', L'-'},
-        {L'│', L'|'},
-        {L'└', L'`'},
-        {L'├', L'|'},
-        {L'▸', L'>'},
-        {L'▲', L'^'},
-        {L'▼', L'v'},
-        {L'█', L'#'},
-        {L'░', L'.'},
-    };
-    for (const auto& [original, substitute] : kSubstitutes)
-        if (original == character) return substitute;
-    return L'?';
-}
-
 // Without colours what is to be seen is bold.
 attr_t attributeOf(Style style, bool hasColours) {
     switch (style) {
@@ -178,7 +159,7 @@ int Painter::putSpan(int row, int column, const Span& span) const {
         if (glyph.isKnown) continue;
         // As many substitutes as the character has columns.
         for (int place = 0; place < glyph.width; ++place)
-            pen.put(substituteOf(glyph.character), 1);
+            pen.put(substituteFor(glyph.character), 1);
     }
     return pen.column();
 }

@@ -122,6 +122,10 @@ int widthOf(std::string_view text) {
     return width;
 }
 
+wchar_t substituteFor(wchar_t character) {
+    return character == L'…' ? L'~' : L'?';
+}
+
 std::string cutTo(std::string_view text, int columns, Cut cut) {
     if (widthOf(text) <= columns) return std::string(text);
     if (columns <= 0) return {};

@@ -22,6 +22,9 @@ std::string screenText(std::string_view bytes);
 // terminal programs use too, in any locale. Of text that is safe to print.
 int widthOf(std::string_view text);
 
+// What stands, in each of its columns, for a character that cannot be shown.
+wchar_t substituteFor(wchar_t character);
+
 // Where a text gives way when it is too long.
 enum class Cut { kStart, kMiddle, kEnd };
 

@@ -16,7 +16,6 @@ namespace {
 
 constexpr std::size_t kViews = 6;
 constexpr std::string_view kWords[kViews] = {"files", "waits", "sessions", "connections", "usage", "communications"};
-constexpr Size kSmallest = {10, 60};
 constexpr std::size_t kDeepest = 8;  // levels of handles above each other
 
 enum class Asked : std::uint8_t { kFilter, kSearch, kTime, kInterval };
@@ -296,7 +295,7 @@ Request Viewer::Implementation::openHandles(const Sheet& sheet, const Sheet& of,
 Picture Viewer::Implementation::picture(Size size) {
     Picture picture;
     if (size.rows < 1 || size.columns < 1) return picture;
-    if (size.rows < kSmallest.rows || size.columns < kSmallest.columns) {
+    if (size.rows < kSmallestSize.rows || size.columns < kSmallestSize.columns) {
         picture.lines.push_back({
             {cutTo(m_facts.texts()["TOO_SMALL"], size.columns, Cut::kEnd), Style::kPlain}
         });

@@ -15,6 +15,9 @@
 
 namespace vexo {
 
+// Below it there is no room for a table.
+inline constexpr Size kSmallestSize = {10, 60};
+
 // In the order of their keys.
 enum class ViewName : std::uint8_t { kFiles, kWaits, kSessions, kConnections, kUsage, kCommunications };
 

@@ -14,6 +14,7 @@
 #include "main/companion/ErrorStream.h"
 #include "util/NumberFormatException.h"
 #include "util/Utils.h"
+#include "view/Text.h"
 
 namespace vexo {
 namespace {
@@ -45,12 +46,19 @@ int rowsOf(const Record& record) {
     return static_cast<int>(std::min(2 * items + kFrame, kMostRows));
 }
 
+// What the encoding of the environment lacks takes as many columns as it would.
 String fromUtf8(std::string_view text) {
     String wide;
     while (!text.empty()) {
-        const utf8::Character character = utf8::firstCharacter(text);
-        wide += character.size != 0 ? static_cast<wchar_t>(character.code) : L'?';
-        text.remove_prefix(std::max<std::size_t>(character.size, 1));
+        const utf8::Character decoded = utf8::firstCharacter(text);
+        const std::string_view one = text.substr(0, std::max<std::size_t>(decoded.size, 1));
+        const auto character = static_cast<wchar_t>(decoded.code);
+        if (decoded.size != 0 && isEncodable(character)) {
+            wide += character;
+        } else {
+            wide.append(static_cast<std::size_t>(widthOf(one)), substituteFor(character));
+        }
+        text.remove_prefix(one.size());
     }
     return wide;
 }
@@ -67,7 +75,8 @@ class Printer {
 public:
     explicit Printer(ViewName view)
         : m_out(TextWriter::onStandardOutput(TextWriter::Flushing::kByHand)),
-          m_columns(std::min(fromEnvironment("COLUMNS").value_or(kUsualColumns), kMostColumns)),
+          m_columns(
+              std::clamp(fromEnvironment("COLUMNS").value_or(kUsualColumns), kSmallestSize.columns, kMostColumns)),
           m_rows(fromEnvironment("LINES")),
           m_viewer(view) {}
 
@@ -80,7 +89,8 @@ public:
         m_viewer.show(std::move(scene.now), std::move(scene.before));
         m_viewer.setSituation(std::move(scene.situation));
         if (m_printed++ != 0) m_out->writeLine(L"");
-        printPicture(m_viewer.picture({m_rows.value_or(rowsOf(*m_last)), m_columns}));
+        const int rows = m_rows.value_or(rowsOf(*m_last));
+        printPicture(m_viewer.picture({std::max(rows, kSmallestSize.rows), m_columns}));
         m_out->flush();
     }
 
