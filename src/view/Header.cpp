@@ -22,23 +22,6 @@ std::string withReason(const std::string& sentence, const std::string& reason) {
     return reason.empty() ? sentence : sentence + ": " + screenText(reason);
 }
 
-// What is wrong with the connection; empty where nothing is.
-std::string linkText(const Texts& texts, const Situation& situation) {
-    const auto since = [&](const char* key) {
-        return withReason(texts.format(key, shownClock(situation.linkSinceMs)), situation.reason);
-    };
-    switch (situation.link) {
-        case Situation::Link::kConnecting:
-            return withReason(texts["CONNECTING"], situation.reason);
-        case Situation::Link::kLost:
-            return since("LOST");
-        case Situation::Link::kStalled:
-            return since("STALLED");
-        default:
-            return {};
-    }
-}
-
 std::string amountText(const Amount& amount) {
     return std::to_string(amount.current) + (amount.limit == 0 ? "" : "/" + std::to_string(amount.limit));
 }
@@ -134,6 +117,22 @@ Line lineOf(std::vector<Piece> pieces, int columns, const Piece& last) {
     line.push_back({rightIn("", std::max(columns - used - vexo::widthOf(last.text), 0)), Style::kPlain});
     line.push_back({cutTo(last.text, columns, Cut::kEnd), last.style});
     return line;
+}
+
+std::string linkText(const Texts& texts, const Situation& situation) {
+    const auto since = [&](const char* key) {
+        return withReason(texts.format(key, shownClock(situation.linkSinceMs)), situation.reason);
+    };
+    switch (situation.link) {
+        case Situation::Link::kConnecting:
+            return withReason(texts["CONNECTING"], situation.reason);
+        case Situation::Link::kLost:
+            return since("LOST");
+        case Situation::Link::kStalled:
+            return since("STALLED");
+        default:
+            return {};
+    }
 }
 
 std::string titleOf(const Texts& texts, ViewName view) {

@@ -28,6 +28,8 @@ Line ruleLine(const Facts& facts, const Level& level, int columns);
 // What keeps the table from being the whole truth.
 std::vector<Line> notesOf(const Facts& facts, const Level& level, int columns);
 
+// What is wrong with the connection; empty where nothing is.
+std::string linkText(const Texts& texts, const Situation& situation);
 // The number and the name of a view.
 std::string titleOf(const Texts& texts, ViewName view);
 

@@ -14,7 +14,7 @@
 #include "main/companion/ErrorStream.h"
 #include "util/NumberFormatException.h"
 #include "util/Utils.h"
-#include "view/Text.h"
+#include "view/Header.h"
 
 namespace vexo {
 namespace {
@@ -94,6 +94,14 @@ public:
         m_out->flush();
     }
 
+    // Once, why nothing is printed.
+    void tellLink(const Situation& situation) {
+        const bool isNews = std::exchange(m_link, situation.link) != situation.link;
+        if (!isNews || situation.link == Situation::Link::kConnecting) return;
+        const std::string text = linkText(Texts(), situation);
+        if (!text.empty()) tell(narrow(fromUtf8(text)));
+    }
+
 private:
     void printPicture(const Picture& picture) const {
         // The last line tells the keys. Below the last row there are blank ones.
@@ -112,6 +120,7 @@ private:
     Viewer m_viewer;
     RecordPtr m_last;
     std::uint64_t m_printed = 0;
+    Situation::Link m_link = Situation::Link::kConnecting;  // that was told
 };
 
 // Whoever asks for a text wants no screen that waits for an engine.
@@ -137,6 +146,7 @@ void printBatch(Feed& feed, const TopOptions& options, const WakeUp& woken, cons
             feed.ask({RequestKind::kNextRecord, {}});
         } else {
             if (!printer.last()) refuseUnreached(scene.situation);
+            printer.tellLink(scene.situation);
             woken.wait(kTurnUs);
         }
     }
