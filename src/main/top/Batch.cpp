@@ -84,7 +84,7 @@ public:
     std::uint64_t printed() const { return m_printed; }
 
     void print(Scene scene) {
-        if (!scene.sentence.empty()) tell(narrow(fromUtf8(scene.sentence)));
+        tellSentence(scene.sentence);
         m_last = scene.now;
         m_viewer.show(std::move(scene.now), std::move(scene.before));
         m_viewer.setSituation(std::move(scene.situation));
@@ -94,6 +94,11 @@ public:
         m_out->flush();
     }
 
+    // Not again what was told last: the same damage is met with every look behind it.
+    void tellSentence(const std::string& sentence) {
+        if (sentence.empty() || std::exchange(m_told, sentence) == sentence) return;
+        tell(narrow(fromUtf8(sentence)));
+    }
     // Once, why nothing is printed.
     void tellLink(const Situation& situation) {
         const bool isNews = std::exchange(m_link, situation.link) != situation.link;
@@ -120,6 +125,7 @@ private:
     Viewer m_viewer;
     RecordPtr m_last;
     std::uint64_t m_printed = 0;
+    std::string m_told;
     Situation::Link m_link = Situation::Link::kConnecting;  // that was told
 };
 
@@ -135,6 +141,7 @@ void printBatch(Feed& feed, const TopOptions& options, const WakeUp& woken, cons
     while (!signals.stopRequested()) {
         const bool isAtEnd = feed.isAtEnd();
         Scene scene = feed.look();
+        if (scene.isWarning) printer.tellSentence(scene.sentence);
         if (scene.now != printer.last()) {
             printer.print(std::move(scene));
             if (printer.printed() == options.count) return;

@@ -28,7 +28,8 @@ struct Scene {
     RecordPtr now;  // null before the first
     RecordPtr before;
     Situation situation;
-    std::string sentence;  // for the user, once, in UTF-8; often empty
+    std::string sentence;    // for the user, once, in UTF-8; often empty
+    bool isWarning = false;  // whether it tells of what could not be read
 };
 
 // Operations are for the main thread, and none of them waits: what takes time is done by threads.

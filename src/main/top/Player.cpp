@@ -98,6 +98,11 @@ bool Player::goTo(std::uint64_t record) {
     if (m_previous && record == m_previous->number) return previous(1);
     RecordPtr before = readableBefore(record);
     RecordPtr now = readBeyondDamage([&] { return before ? m_reader.next() : m_reader.goTo(record); });
+    if (!now && before) {
+        // All of the rest is damaged: this is the last one that can be read.
+        now = std::move(before);
+        before = readableBefore(now->number);
+    }
     if (!now) return false;
     set(std::move(now), std::move(before));
     return true;

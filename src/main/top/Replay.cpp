@@ -60,9 +60,12 @@ Replay::~Replay() = default;
 void Replay::open(const std::optional<std::string>& at) {
     if (!m_player.span()) throw FeedException(m_messages->getResStr("ERR_EMPTY", m_path.c_str()), kUnreadable);
     const bool found = at ? jump(*at) : m_isFollowing ? m_player.last() : m_player.first();
-    if (!found) throw FeedException(m_messages->getResStr("ERR_EMPTY", m_path.c_str()), kUnreadable);
-    m_place = m_player.place();
     const String notice = m_player.takeNotice();
+    if (!found) {
+        const String empty = m_messages->getResStr("ERR_EMPTY", m_path.c_str());
+        throw FeedException(notice.empty() ? empty : notice, kUnreadable);
+    }
+    m_place = m_player.place();
     if (!notice.empty()) m_sentence = screenText(notice);
 }
 
@@ -88,6 +91,7 @@ Scene Replay::look() {
     scene.situation.gapMs = m_place.gapMs;
     scene.situation.gapNextMs = m_place.gapNextMs;
     scene.sentence = std::exchange(m_sentence, {});
+    scene.isWarning = std::exchange(m_isWarning, false);
     return scene;
 }
 
@@ -161,14 +165,12 @@ std::optional<Replay::Task> Replay::nextTask() {
 
 void Replay::perform(const Task& task) {
     const RequestKind kind = task.request.kind;
-    String sentence;
     try {
         if (kind == RequestKind::kNone) return followOn();
-        if (!move(task)) sentence = m_messages->getResStr(absenceOf(kind));
+        publish(move(task) ? String() : m_messages->getResStr(absenceOf(kind)));
     } catch (const HistoryException& error) {
-        sentence = error.message();
+        publish(error.message(), true);
     }
-    publish(std::move(sentence));
 }
 
 bool Replay::move(const Task& task) {
@@ -219,16 +221,17 @@ void Replay::followOn() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (!m_isFollowing || m_isPaused) return;
     }
-    if (m_player.hasNext() && m_player.last()) publish({});
+    const std::uint64_t shown = m_player.place().now->number;
+    if (m_player.hasNext() && m_player.last() && m_player.place().now->number != shown) publish({});
 }
 
-void Replay::publish(String sentence) {
+void Replay::publish(const String& sentence, bool isWarning) {
     const String notice = m_player.takeNotice();
-    if (!notice.empty()) sentence = notice;
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_place = m_player.place();
     m_isBusy = false;
-    if (!sentence.empty()) m_sentence = screenText(sentence);
+    m_isWarning = isWarning || !notice.empty();
+    if (m_isWarning || !sentence.empty()) m_sentence = screenText(notice.empty() ? sentence : notice);
     m_changed.wake();
 }
 

@@ -45,7 +45,7 @@ private:
     bool move(const Task& task);
     bool jump(const std::string& text);
     void followOn();
-    void publish(String sentence);
+    void publish(const String& sentence, bool isWarning = false);
 
     const std::string m_path;
     const WakeUp& m_changed;
@@ -59,6 +59,7 @@ private:
     std::deque<Task> m_tasks;
     Player::Place m_place;
     std::string m_sentence;
+    bool m_isWarning = false;
     bool m_isFollowing;
     bool m_isPaused = false;
     bool m_isBusy = false;
