@@ -222,7 +222,12 @@ void Replay::followOn() {
         if (!m_isFollowing || m_isPaused) return;
     }
     const std::uint64_t shown = m_player.place().now->number;
-    if (m_player.hasNext() && m_player.last() && m_player.place().now->number != shown) publish({});
+    if (!m_player.hasNext() || !m_player.last()) return;
+    const String notice = m_player.takeNotice();
+    // Damage at the end is met with every look behind it, and told once.
+    if (std::exchange(m_followNotice, notice) != notice || m_player.place().now->number != shown) {
+        publish(notice, !notice.empty());
+    }
 }
 
 void Replay::publish(const String& sentence, bool isWarning) {

@@ -51,7 +51,9 @@ private:
     const WakeUp& m_changed;
     const Ref<MessageHelper> m_messages;
     const bool m_canFollow;
-    Player m_player;  // of the thread, once it was started
+    // Both of the thread, once it was started.
+    Player m_player;
+    String m_followNotice;
 
     mutable std::mutex m_mutex;
     std::condition_variable m_wanted;
