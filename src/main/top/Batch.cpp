@@ -94,6 +94,15 @@ public:
         m_out->flush();
     }
 
+    // Why nothing comes. Whoever asks for a text wants no screen that waits for an engine from the start.
+    void tellTrouble(const Scene& scene) {
+        if (scene.isWarning) tellSentence(scene.sentence);
+        const std::string& reason = scene.situation.reason;
+        if (!m_last && !reason.empty()) throw FeedException(fromUtf8(reason), kRefused);
+        tellLink(scene.situation);
+    }
+
+private:
     // Not again what was told last: the same damage is met with every look behind it.
     void tellSentence(const std::string& sentence) {
         if (sentence.empty() || std::exchange(m_told, sentence) == sentence) return;
@@ -106,8 +115,6 @@ public:
         const std::string text = linkText(Texts(), situation);
         if (!text.empty()) tell(narrow(fromUtf8(text)));
     }
-
-private:
     void printPicture(const Picture& picture) const {
         // The last line tells the keys. Below the last row there are blank ones.
         std::vector<String> lines;
@@ -129,9 +136,12 @@ private:
     Situation::Link m_link = Situation::Link::kConnecting;  // that was told
 };
 
-// Whoever asks for a text wants no screen that waits for an engine.
-void refuseUnreached(const Situation& situation) {
-    if (!situation.reason.empty()) throw FeedException(fromUtf8(situation.reason), kRefused);
+// Whether anything may come yet.
+bool waitForMore(Feed& feed, const TopOptions& options, const WakeUp& woken, bool isAtEnd) {
+    if (isAtEnd && !options.follow) return false;
+    woken.wait(isAtEnd ? kFollowTurnUs : kTurnUs);
+    if (isAtEnd) feed.ask({RequestKind::kNextRecord, {}});
+    return true;
 }
 
 }  // namespace
@@ -141,21 +151,15 @@ void printBatch(Feed& feed, const TopOptions& options, const WakeUp& woken, cons
     while (!signals.stopRequested()) {
         const bool isAtEnd = feed.isAtEnd();
         Scene scene = feed.look();
-        if (scene.isWarning) printer.tellSentence(scene.sentence);
-        if (scene.now != printer.last()) {
-            printer.print(std::move(scene));
-            if (printer.printed() == options.count) return;
-            // Each one, also where they come faster than they are looked for.
-            if (options.history) feed.ask({RequestKind::kNextRecord, {}});
-        } else if (isAtEnd) {
-            if (!options.follow) return;
-            woken.wait(kFollowTurnUs);
-            feed.ask({RequestKind::kNextRecord, {}});
-        } else {
-            if (!printer.last()) refuseUnreached(scene.situation);
-            printer.tellLink(scene.situation);
-            woken.wait(kTurnUs);
+        if (scene.now == printer.last()) {
+            printer.tellTrouble(scene);
+            if (!waitForMore(feed, options, woken, isAtEnd)) return;
+            continue;
         }
+        printer.print(std::move(scene));
+        if (printer.printed() == options.count) return;
+        // Each one, also where they come faster than they are looked for.
+        if (options.history) feed.ask({RequestKind::kNextRecord, {}});
     }
 }
 
