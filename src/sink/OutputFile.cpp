@@ -28,7 +28,7 @@ bool isFifo(const std::string& path) {
 
 }  // namespace
 
-OutputFile::OutputFile(std::string path) : m_path(std::move(path)) {
+OutputFile::OutputFile(std::string path, FifoReader reader) : m_path(std::move(path)), m_reader(reader) {
 }
 
 void OutputFile::open() {
@@ -49,10 +49,11 @@ void OutputFile::open() {
     if (m_isRegular && m_size != 0) endLastLine();
 }
 
-// A FIFO is opened for both directions: the system then waits for no reader, and one that leaves loses nothing that it
-// has not read yet.
+// A FIFO whose readers come and go is opened for both directions: the system then waits for none, and what one that
+// leaves has not read is not lost.
 int OutputFile::openedDescriptor() const {
-    const int access = isFifo(m_path) ? O_RDWR : O_RDWR | O_APPEND | O_CREAT;
+    const int ofFifo = m_reader == FifoReader::kIsAwaited ? O_WRONLY : O_RDWR;
+    const int access = isFifo(m_path) ? ofFifo : O_RDWR | O_APPEND | O_CREAT;
     const int descriptor = ::open(m_path.c_str(), access | O_CLOEXEC | O_NOCTTY, kOwnerOnly);
     if (descriptor < 0) fail(errno);
     return descriptor;
@@ -117,7 +118,7 @@ void OutputFile::writeAll(std::string_view& bytes) const {
         const ssize_t written = ::write(m_descriptor, bytes.data(), bytes.size());
         if (written >= 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno == EPIPE) {
+        } else if (errno == EPIPE && isStandardOutput()) {
             throw SinkGoneException(MessageHelper("AGENT", "AGENT_").getResStr("ERR_READER_GONE"));
         } else if (errno != EINTR) {
             fail(errno);

@@ -12,16 +12,20 @@
 
 namespace vexo {
 
+// Whether what is written to a FIFO has a reader: of one that is awaited, opening waits for the first, and its leaving is
+// an error. Otherwise readers come and go, and nobody waits for them.
+enum class FifoReader : std::uint8_t { kComesAndGoes, kIsAwaited };
+
 // A regular file, a FIFO, a device, or standard output. What is appended goes to the end of the file as it is then.
 // Operations throw StreamException when they fail. For use by one thread.
 class OutputFile {
 public:
     // `path` is in bytes; "-" is standard output. Opens nothing yet.
-    explicit OutputFile(std::string path);
+    explicit OutputFile(std::string path, FifoReader reader = FifoReader::kComesAndGoes);
 
     // Opens the file, created with mode 0600 when missing, and keeps other programs from doing the same. An incomplete
-    // last line, which a crash of the machine left, is ended. Opening a FIFO does not wait for its reader. Throws an
-    // Exception with a message when another program writes to a regular file.
+    // last line, which a crash of the machine left, is ended. Throws an Exception with a message when another
+    // program writes to a regular file.
     void open();
     // The first bytes of a file that has some, at most as many as asked for.
     std::string head(std::size_t most) const;
@@ -48,6 +52,7 @@ private:
     [[noreturn]] void fail(int errorNumber) const;
 
     const std::string m_path;
+    const FifoReader m_reader;
     FileDescriptor m_file;
     int m_descriptor = -1;
     bool m_isRegular = false;

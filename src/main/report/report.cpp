@@ -65,7 +65,7 @@ int makePage(const ReportOptions& options, const HistorySpan& span) {
     const std::vector<RecordRange> damage = data.damage;
     const std::string page = makePage(std::move(data));
     FileBeside(*options.page).make([&page](const std::string& path) {
-        OutputFile out(path);
+        OutputFile out(path, FifoReader::kIsAwaited);
         out.open();
         out.append(page);
     });
@@ -73,7 +73,7 @@ int makePage(const ReportOptions& options, const HistorySpan& span) {
 }
 
 void exportLines(RecordWalk& records, const std::string& path) {
-    OutputFile out(path);
+    OutputFile out(path, FifoReader::kIsAwaited);
     out.open();
     std::string lines;
     for (; records.appendNext(lines); lines.clear()) {
