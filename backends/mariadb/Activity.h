@@ -23,8 +23,8 @@ struct ClientAttributes {
     std::string library;
 };
 
-// All client connections but ours, ordered by id. The server's own threads are no clients, but what they have locked may
-// keep clients waiting.
+// All client connections but ours, ordered by id. The server's own threads are no clients, but what they have locked
+// may keep clients waiting.
 std::vector<Process> readProcesses(Engine& engine, bool withServerThreads);
 
 Transactions readTransactions(Engine& engine);
@@ -41,7 +41,8 @@ std::unordered_map<std::uint64_t, ClientAttributes> readAttributes(Engine& engin
 // Address and port of clients over TCP as the socket knows them, by session id.
 std::unordered_map<std::uint64_t, std::string> readAddresses(Engine& engine, const Threads& threads);
 
-// USER@HOST #ID, or "server thread #ID", fit to print and for a field of `size` bytes with its NUL: a long name is cut, the id never is.
+// USER@HOST #ID, or "server thread #ID", fit to print and for a field of `size` bytes with its NUL: a long name is cut,
+// the id never is.
 std::string clientName(const Process& process, std::size_t size);
 
 // The same for `name` alone.

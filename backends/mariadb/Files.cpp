@@ -32,9 +32,8 @@ Files::Files(Engine& engine) : m_engine(engine), m_dataDirectory(engine.variable
     }
     if (rows && m_open.empty()) {
         m_engine.log().notice(
-            "performance_schema shows no open files, so they are those of InnoDB only: its instruments wait/io/file/% "
-            "or "
-            "its consumer global_instrumentation are off");
+            "performance_schema shows no open files, so they are those of InnoDB only: its instruments "
+            "wait/io/file/% or its consumer global_instrumentation are off");
     }
     if (m_open.empty()) readTablespaces();
     for (std::size_t index = 0; index < m_open.size(); ++index) {

@@ -36,8 +36,8 @@ public:
 
     const std::vector<OpenFile>& open() const { return m_open; }
 
-    // Finds the tables of locks in conflict, and adds those that are not among the tables: partitions, and tables that a
-    // foreign key led to, on which a session needs no lock of its own.
+    // Finds the tables of locks in conflict, and adds those that are not among the tables: partitions, and tables that
+    // a foreign key led to, on which a session needs no lock of its own.
     void locate(std::vector<ConflictLock>& conflicts, std::vector<LockedTable>& tables);
 
     // Reads the tablespaces, if that has not been done yet.

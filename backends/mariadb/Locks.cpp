@@ -57,9 +57,9 @@ public:
     }
 
 private:
-    // By table, whether its lock that a change of the definition may raise has been raised: the server goes on naming it
-    // as it was asked for. Only one session at a time has such a lock of a table. Where readers wait and nobody is known to
-    // have or want the table for itself, that session has it.
+    // By table, whether its lock that a change of the definition may raise has been raised: the server goes on naming
+    // it as it was asked for. Only one session at a time has such a lock of a table. Where readers wait and nobody is
+    // known to have or want the table for itself, that session has it.
     std::vector<bool> tablesWithRaisedLock(const std::vector<TableLock>& locks) const {
         std::vector<bool> raised(m_tables.size());
         for (const TableLock& lock : locks)

@@ -68,7 +68,8 @@ struct LockedTable {
 
     bool hasFile() const { return file.substr(0, 1) == "/"; }
 
-    // Whether an engine without transactions keeps it for sure: of what has no file, such as a view, the engine is unknown.
+    // Whether an engine without transactions keeps it for sure: of what has no file, such as a view, the engine is
+    // unknown.
     bool ofAnotherEngine() const { return isTable && !transactional && hasFile(); }
 };
 

@@ -101,10 +101,10 @@ constexpr const char* kTablesInSystemTablespace =
 // Totals.
 constexpr const char* kStatus =
     "SHOW GLOBAL STATUS WHERE Variable_name IN ('Aborted_clients','Innodb_buffer_pool_bytes_data',"
-    "'Innodb_num_open_files','Max_used_connections','Open_files','Open_tables','Performance_schema_file_instances_lost'"
-    ","
-    "'Performance_schema_metadata_lock_lost','Performance_schema_thread_instances_lost','Questions',"
-    "'Threadpool_threads','Threads_connected','Threads_running','Uptime')";
+    "'Innodb_num_open_files','Max_used_connections','Open_files','Open_tables',"
+    "'Performance_schema_file_instances_lost','Performance_schema_metadata_lock_lost',"
+    "'Performance_schema_thread_instances_lost','Questions','Threadpool_threads','Threads_connected',"
+    "'Threads_running','Uptime')";
 
 // Of clients, our own connection included.
 inline std::string users() {
