@@ -2,6 +2,7 @@
 #include "OtherDatabases.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Queries.h"
 
@@ -66,8 +67,10 @@ void OtherDatabases::addRelations(Relations& relations, std::uint32_t database, 
         const Clock::time_point until = isFresh ? answer.until : now + kFresh;
         std::set<std::uint32_t> all = numbers;
         if (isFresh) all.insert(answer.asked.begin(), answer.asked.end());
-        answer = ask(name, all, account, settings, log);
-        answer.until = answer.refused ? Clock::now() + kFresh : until;
+        Answer next = ask(name, all, account, settings, log);
+        next.until = next.refused ? Clock::now() + kFresh : until;
+        if (next.refused && isFresh) next.relations = std::move(answer.relations);
+        answer = std::move(next);
     }
     for (const std::uint32_t number : numbers) {
         const auto relation = answer.relations.find(number);

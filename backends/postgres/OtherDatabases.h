@@ -31,8 +31,9 @@ public:
     bool areAsked() const { return !m_databases.empty(); }
 
     // Adds what is known of relations, by their numbers, in a database. It is asked, by a connection of its own, where a
-    // number is new or the answer is a minute old. A database that refused is left alone for a minute; after one that let
-    // us wait in vain, all of them for two seconds, or one section of a record would wait for each.
+    // number is new or the answer is a minute old. A database that refused is left alone for a minute, and what it told
+    // in the minute before is kept; after one that let us wait in vain, all of them are left alone for two seconds, or one
+    // section of a record would wait for each.
     void addRelations(Relations& relations, std::uint32_t database, const std::string& name,
                       const std::set<std::uint32_t>& numbers, const Account& account, const Settings& settings,
                       Log& log);
