@@ -2,6 +2,7 @@
 #include "foundation/Process.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -31,6 +32,9 @@ void endBySignal(int signal) {
     sigaddset(&one, signal);
     pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
     std::raise(signal);
+    // The system spares the first process of a container. This is the status that a shell would give.
+    constexpr int kEndedBySignal = 128;
+    ::_exit(kEndedBySignal + signal);
 }
 
 }  // namespace vexo

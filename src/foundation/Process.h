@@ -18,9 +18,9 @@ void prepareProcess();
 // Whether the process ignores `signal`.
 bool isIgnored(int signal);
 
-// Lets `signal` do what it does by default, on the calling thread and at once: those that stop a program end it, and its
-// parent sees by which one.
-void endBySignal(int signal);
+// Ends the process by `signal`, one of those that do so by default, on the calling thread and at once; the parent sees by
+// which one. For use in signal handlers too.
+[[noreturn]] void endBySignal(int signal);
 
 }  // namespace vexo
 

@@ -2,7 +2,6 @@
 #include "main/report/StopSignals.h"
 
 #include <csignal>
-#include <cstdlib>
 
 #include "foundation/Process.h"
 
@@ -16,7 +15,7 @@ volatile std::sig_atomic_t s_signal = 0;
 extern "C" void noteSignal(int signal) {
     s_signal = signal;
     for (const int one : kStopSignals)
-        std::signal(one, SIG_DFL);
+        std::signal(one, endBySignal);
 }
 
 }  // namespace
@@ -36,7 +35,6 @@ void heedStopSignals() {
 
 void endBySignal() {
     endBySignal(s_signal);
-    std::abort();  // not reached: each of them ends a process
 }
 
 }  // namespace vexo
