@@ -38,18 +38,6 @@ bool isRoutine(EventKind kind) {
 
 }  // namespace
 
-EventItem eventNow(EventKind kind, const String& text) {
-    EventItem event;
-    event.kind = kind;
-    event.startMs = RecordClocks::systemEpochMs();
-    event.text = narrowUtf8(text);
-    return event;
-}
-
-std::string toldText(const EventItem& event) {
-    return narrow(widenUtf8(event.text));
-}
-
 Distributor::Distributor(const RecordPlan& plan, RecordFrame frame, const SinkRunners& sinks, bool quiet)
     : m_plan(plan), m_frame(std::move(frame)), m_sinks(sinks), m_quiet(quiet), m_number(m_frame.number) {
 }

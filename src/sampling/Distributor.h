@@ -13,18 +13,13 @@
 
 #include "messages/MessageHelper.h"
 #include "record/RecordCollector.h"
+#include "sampling/Events.h"
 #include "sampling/Schedule.h"
 #include "sampling/SinkRunner.h"
 
 namespace vexo {
 
 using SinkRunners = std::vector<std::unique_ptr<SinkRunner>>;
-
-// What happens now.
-EventItem eventNow(EventKind kind, const String& text);
-
-// The text of an event, which is UTF-8 in records, in the encoding of the environment.
-std::string toldText(const EventItem& event);
 
 // Operations may be called on any thread; none of them waits for a sink.
 class Distributor {

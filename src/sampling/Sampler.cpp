@@ -65,10 +65,10 @@ void Sampler::setInterval(std::int64_t intervalMs) {
 void Sampler::tellStall(std::int64_t forMs) {
     m_stallTold = true;
     const std::string seconds = std::to_string(forMs / kMillisPerSecond);
-    EventItem event = eventNow(EventKind::kStalled, m_messages->getResStr("EVENT_STALLED", seconds.c_str()));
+    const String text = m_messages->getResStr("EVENT_STALLED", seconds.c_str());
+    EventItem event = eventNow(EventKind::kStalled, text);
     event.startMs -= forMs;
     event.count = static_cast<std::uint64_t>(forMs);
-    const String text = widenUtf8(event.text);
     m_records.note(std::move(event));
     m_records.publishFailure(0, text);
 }

@@ -10,6 +10,7 @@
 #include "foundation/NamedThread.h"
 #include "foundation/Piece.h"
 #include "record/RecordCollector.h"
+#include "sampling/Events.h"
 #include "sink/SinkText.h"
 
 namespace vexo {
@@ -75,8 +76,8 @@ std::vector<EventItem> SinkRunner::takeEvents(Drops drops) {
         m_wroteSinceTold = false;
         m_dropsToldUs = RecordClocks::systemMonotonicUs();
         const std::string count = std::to_string(m_droppedUntold);
-        EventItem told = event(EventKind::kRecordsDropped,
-                               m_messages->getResStr("EVENT_DROPPED", m_sink->name().c_str(), count.c_str()));
+        EventItem told = eventNow(EventKind::kRecordsDropped,
+                                  m_messages->getResStr("EVENT_DROPPED", m_sink->name().c_str(), count.c_str()));
         told.endMs = std::exchange(told.startMs, m_firstDropMs);
         told.count = std::exchange(m_droppedUntold, 0);
         m_events.push_back(std::move(told));
@@ -148,7 +149,7 @@ void SinkRunner::succeeded(bool wrote) {
     m_wroteSinceTold = true;
     if (std::exchange(m_up, true)) return;
     m_events.push_back(
-        event(EventKind::kSinkRecovered, m_messages->getResStr("EVENT_SINK_RECOVERED", m_sink->name().c_str())));
+        eventNow(EventKind::kSinkRecovered, m_messages->getResStr("EVENT_SINK_RECOVERED", m_sink->name().c_str())));
 }
 
 void SinkRunner::failed(const String& reason, const RecordPtr& record) {
@@ -156,8 +157,9 @@ void SinkRunner::failed(const String& reason, const RecordPtr& record) {
     if (record) drop(record);
     if (!std::exchange(m_up, false)) return;
     const std::string narrowReason = narrow(reason);
-    m_events.push_back(event(EventKind::kSinkFailed,
-                             m_messages->getResStr("EVENT_SINK_FAILED", m_sink->name().c_str(), narrowReason.c_str())));
+    m_events.push_back(
+        eventNow(EventKind::kSinkFailed,
+                 m_messages->getResStr("EVENT_SINK_FAILED", m_sink->name().c_str(), narrowReason.c_str())));
 }
 
 void SinkRunner::drop(const RecordPtr& record) {
@@ -189,14 +191,6 @@ bool SinkRunner::areDropsDue() const {
     constexpr std::int64_t kQuietUs = 60'000'000;
     if (m_finished || m_finish) return true;
     return m_up && (m_wroteSinceTold || RecordClocks::systemMonotonicUs() - m_dropsToldUs >= kQuietUs);
-}
-
-EventItem SinkRunner::event(EventKind kind, const String& text) const {
-    EventItem item;
-    item.kind = kind;
-    item.startMs = RecordClocks::systemEpochMs();
-    item.text = narrowUtf8(text);
-    return item;
 }
 
 }  // namespace vexo

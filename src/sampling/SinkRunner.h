@@ -56,7 +56,6 @@ private:
     void drop(const RecordPtr& record);
     RecordPtr withLostEvents(RecordPtr record);
     bool areDropsDue() const;
-    EventItem event(EventKind kind, const String& text) const;
 
     const std::unique_ptr<Sink> m_sink;
     const std::function<void()> m_changed;
